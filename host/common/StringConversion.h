@@ -1,0 +1,23 @@
+#pragma once
+
+#include "common/OndExport.h"
+
+#include <cstdint>
+#include <string>
+
+// Conversions between the wide strings of the interface (UTF-32 here, since
+// wchar_t has 32 bits), UTF-8 and UTF-16. Every conversion of archive names,
+// paths and XML text goes through these. Malformed input never throws: an
+// invalid sequence becomes U+FFFD, so hostile names stay printable.
+namespace StringConversion
+{
+OND_EXPORT std::string ConvertNativeToUTF8(std::wstring const& text);
+OND_EXPORT std::string ConvertNativeToUTF8(wchar_t const* text, std::uint64_t length);
+OND_EXPORT std::u16string ConvertNativeToUTF16(wchar_t const* text, std::uint64_t length);
+OND_EXPORT std::wstring ConvertUTF16ToNative(char16_t const* text, std::uint64_t length);
+// From the narrow strings of package paths, which are UTF-8 on this platform.
+OND_EXPORT std::wstring ConvertMultiByteStringToOndString(std::string const& text);
+OND_EXPORT std::wstring ConvertUTF8ToNative(char const* text, std::uint64_t length);
+// Appends the UTF-8 form of one code point; used by code that builds text in place.
+OND_EXPORT void AppendUTF8(std::string& target, char32_t codePoint);
+} // namespace StringConversion

@@ -1,0 +1,121 @@
+#include "triangles/MGuid.h"
+
+namespace
+{
+int HexValue(wchar_t c)
+{
+    if (c >= L'0' && c <= L'9')
+    {
+        return c - L'0';
+    }
+    if (c >= L'a' && c <= L'f')
+    {
+        return c - L'a' + 10;
+    }
+    if (c >= L'A' && c <= L'F')
+    {
+        return c - L'A' + 10;
+    }
+    return -1;
+}
+
+bool IsBlank(wchar_t c)
+{
+    return c == L' ' || c == L'\t' || c == L'\r' || c == L'\n';
+}
+
+bool IsHyphenPosition(std::size_t index)
+{
+    return index == 8 || index == 13 || index == 18 || index == 23;
+}
+} // namespace
+
+namespace MStlRevisionSystem
+{
+bool MGuid::SetString(std::wstring const& text)
+{
+    m_bytes.fill(0);
+    std::size_t begin = 0;
+    std::size_t end = text.size();
+    while (begin < end && IsBlank(text[begin]))
+    {
+        ++begin;
+    }
+    while (end > begin && IsBlank(text[end - 1]))
+    {
+        --end;
+    }
+    if (end - begin >= 2 && text[begin] == L'{' && text[end - 1] == L'}')
+    {
+        ++begin;
+        --end;
+    }
+    std::size_t const length = end - begin;
+    bool const hyphenated = length == 36;
+    if (length != 32 && !hyphenated)
+    {
+        return false;
+    }
+    std::array<std::uint8_t, 16> bytes{};
+    std::size_t digit = 0;
+    for (std::size_t i = 0; i < length; ++i)
+    {
+        wchar_t const c = text[begin + i];
+        if (hyphenated && IsHyphenPosition(i))
+        {
+            if (c != L'-')
+            {
+                return false;
+            }
+            continue;
+        }
+        int const value = HexValue(c);
+        if (value < 0)
+        {
+            return false;
+        }
+        bytes[digit / 2] =
+            static_cast<std::uint8_t>(bytes[digit / 2] | (digit % 2 == 0 ? value << 4 : value));
+        ++digit;
+    }
+    m_bytes = bytes;
+    return true;
+}
+
+std::wstring MGuid::GetString(bool braces, bool upperCase) const
+{
+    wchar_t const* digits = upperCase ? L"0123456789ABCDEF" : L"0123456789abcdef";
+    std::wstring result;
+    result.reserve(38);
+    if (braces)
+    {
+        result.push_back(L'{');
+    }
+    for (std::size_t i = 0; i < m_bytes.size(); ++i)
+    {
+        if (i == 4 || i == 6 || i == 8 || i == 10)
+        {
+            result.push_back(L'-');
+        }
+        result.push_back(digits[m_bytes[i] >> 4]);
+        result.push_back(digits[m_bytes[i] & 0x0F]);
+    }
+    if (braces)
+    {
+        result.push_back(L'}');
+    }
+    return result;
+}
+
+bool MGuid::IsNil() const
+{
+    for (std::uint8_t b : m_bytes)
+    {
+        if (b != 0)
+        {
+            return false;
+        }
+    }
+    return true;
+}
+} // namespace MStlRevisionSystem
