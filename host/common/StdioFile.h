@@ -1,0 +1,22 @@
+#pragma once
+
+#include "common/StringConversion.h"
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+// A C stream for the C libraries that read from one, closed by its owner.
+namespace OndSDK::Common
+{
+struct StdioFileCloser
+{
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using StdioFile = std::unique_ptr<std::FILE, StdioFileCloser>;
+
+inline StdioFile OpenStdioFile(std::wstring const& path, char const* mode)
+{
+    return StdioFile(std::fopen(StringConversion::ConvertNativeToUTF8(path).c_str(), mode));
+}
+} // namespace OndSDK::Common
