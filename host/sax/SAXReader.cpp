@@ -1,0 +1,394 @@
+#include "sax/SAXReader.h"
+
+#include "common/StringConversion.h"
+#include "sax/SAXPersist.h"
+
+#include <expat.h>
+
+#include <cstring>
+#include <istream>
+
+namespace
+{
+// Input is handed to the parser in blocks of this size, straight from the
+// stream into the parser's own buffer.
+constexpr int kBlockSize = 256 * 1024;
+
+// Converts a tag name into a string that is reused from tag to tag. Names
+// are ASCII in practice; they are widened without the general conversion.
+void SetTag(std::wstring& target, char const* name)
+{
+    std::size_t const length = std::strlen(name);
+    target.resize(length);
+    for (std::size_t i = 0; i < length; ++i)
+    {
+        auto const c = static_cast<unsigned char>(name[i]);
+        if (c >= 0x80)
+        {
+            target = StringConversion::ConvertUTF8ToNative(name, length);
+            return;
+        }
+        target[i] = static_cast<wchar_t>(c);
+    }
+}
+} // namespace
+
+namespace OndSAX
+{
+ISAXReader::~ISAXReader() = default;
+
+char const* ISAXReader::FindAttribute(std::wstring const& name)
+{
+    if (m_attributes == nullptr)
+    {
+        return nullptr;
+    }
+    m_nameBuffer.resize(name.size());
+    for (std::size_t i = 0; i < name.size(); ++i)
+    {
+        if (static_cast<std::uint32_t>(name[i]) >= 0x80)
+        {
+            m_nameBuffer = StringConversion::ConvertNativeToUTF8(name);
+            break;
+        }
+        m_nameBuffer[i] = static_cast<char>(name[i]);
+    }
+    for (char const* const* attribute = m_attributes; *attribute != nullptr; attribute += 2)
+    {
+        if (std::strcmp(*attribute, m_nameBuffer.c_str()) == 0)
+        {
+            return attribute[1];
+        }
+    }
+    return nullptr;
+}
+} // namespace OndSAX
+
+// The C callbacks of the parser. A C++ exception must not unwind through the
+// parser's C frames, so it is caught here, the parser is stopped, and Parse
+// throws it again once the parser has returned.
+struct ExpatEvents
+{
+    static void XMLCALL Start(void* data, XML_Char const* name, XML_Char const** attributes)
+    {
+        auto& reader = *static_cast<MSAXReader*>(data);
+        if (reader.m_stopped)
+        {
+            return;
+        }
+        try
+        {
+            reader.OnStart(name, attributes);
+        }
+        catch (...)
+        {
+            reader.Fail(std::current_exception());
+        }
+    }
+
+    static void XMLCALL End(void* data, XML_Char const* name)
+    {
+        auto& reader = *static_cast<MSAXReader*>(data);
+        if (reader.m_stopped)
+        {
+            return;
+        }
+        try
+        {
+            reader.OnEnd(name);
+        }
+        catch (...)
+        {
+            reader.Fail(std::current_exception());
+        }
+    }
+
+    static void XMLCALL Text(void* data, XML_Char const* text, int length)
+    {
+        auto& reader = *static_cast<MSAXReader*>(data);
+        if (reader.m_stopped)
+        {
+            return;
+        }
+        try
+        {
+            reader.OnText(text, length);
+        }
+        catch (...)
+        {
+            reader.Fail(std::current_exception());
+        }
+    }
+
+    static void XMLCALL DocumentType(void* data, XML_Char const*, XML_Char const*, XML_Char const*, int)
+    {
+        static_cast<MSAXReader*>(data)->Refuse();
+    }
+};
+
+MSAXReader::MSAXReader(ISAXPersist& root) : m_parser(XML_ParserCreate(nullptr))
+{
+    m_handlers.push_back({&root, 0});
+    if (m_parser != nullptr)
+    {
+        XML_SetUserData(m_parser, this);
+        XML_SetElementHandler(m_parser, ExpatEvents::Start, ExpatEvents::End);
+        XML_SetStartDoctypeDeclHandler(m_parser, ExpatEvents::DocumentType);
+        XML_SetParamEntityParsing(m_parser, XML_PARAM_ENTITY_PARSING_NEVER);
+    }
+}
+
+MSAXReader::~MSAXReader()
+{
+    while (m_handlers.size() > 1)
+    {
+        delete m_handlers.back().handler;
+        m_handlers.pop_back();
+    }
+    if (m_parser != nullptr)
+    {
+        XML_ParserFree(m_parser);
+    }
+}
+
+bool MSAXReader::Parse(std::istream& stream)
+{
+    if (m_parser == nullptr)
+    {
+        return false;
+    }
+    for (;;)
+    {
+        void* const buffer = XML_GetBuffer(m_parser, kBlockSize);
+        if (buffer == nullptr)
+        {
+            return false;
+        }
+        stream.read(static_cast<char*>(buffer), kBlockSize);
+        auto const count = static_cast<int>(stream.gcount());
+        if (stream.bad())
+        {
+            return false;
+        }
+        bool const last = !stream;
+        if (XML_ParseBuffer(m_parser, count, last) != XML_STATUS_OK)
+        {
+            if (m_error)
+            {
+                std::rethrow_exception(m_error);
+            }
+            return false;
+        }
+        if (last)
+        {
+            break;
+        }
+    }
+    ISAXPersist& root = *m_handlers.front().handler;
+    root.ResolveReferences(*this);
+    root.InitAfterLoading();
+    return true;
+}
+
+void MSAXReader::PushHandler(ISAXPersist* child)
+{
+    if (child != nullptr)
+    {
+        m_handlers.push_back({child, m_depth});
+    }
+}
+
+void MSAXReader::GetText(std::wstring& out)
+{
+    out = StringConversion::ConvertUTF8ToNative(m_text.data(), m_text.size());
+}
+
+std::map<std::wstring, std::wstring> const& MSAXReader::GetAttributes()
+{
+    if (!m_attributeMapValid)
+    {
+        m_attributeMap.clear();
+        for (char const* const* attribute = m_attributes; attribute != nullptr && *attribute != nullptr;
+             attribute += 2)
+        {
+            m_attributeMap.emplace(
+                StringConversion::ConvertUTF8ToNative(attribute[0], std::strlen(attribute[0])),
+                StringConversion::ConvertUTF8ToNative(attribute[1], std::strlen(attribute[1])));
+        }
+        m_attributeMapValid = true;
+    }
+    return m_attributeMap;
+}
+
+std::int64_t MSAXReader::GetPosition()
+{
+    if (m_parser == nullptr)
+    {
+        return 0;
+    }
+    std::int64_t const index = XML_GetCurrentByteIndex(m_parser);
+    return index < 0 ? 0 : index + XML_GetCurrentByteCount(m_parser);
+}
+
+bool MSAXReader::GetAttributeString(std::wstring& out, std::wstring const& name)
+{
+    out.clear();
+    char const* const value = FindAttribute(name);
+    if (value == nullptr)
+    {
+        return false;
+    }
+    out = StringConversion::ConvertUTF8ToNative(value, std::strlen(value));
+    return true;
+}
+
+void MSAXReader::OnStart(char const* name, char const** attributes)
+{
+    if (m_skipping > 0)
+    {
+        ++m_skipping;
+        return;
+    }
+    if (m_holding)
+    {
+        DispatchHeldStartTag();
+        if (m_skipping > 0)
+        {
+            ++m_skipping;
+            return;
+        }
+    }
+    if (IsEmptyElementTag())
+    {
+        // No character data can follow: hand the tag over with the parser's
+        // own attribute list and save the copy.
+        m_text.clear();
+        m_attributes = attributes;
+        Dispatch(name);
+    }
+    else
+    {
+        HoldStartTag(name, attributes);
+    }
+}
+
+void MSAXReader::OnEnd(char const* name)
+{
+    if (m_skipping > 0)
+    {
+        --m_skipping;
+        return;
+    }
+    if (m_holding)
+    {
+        DispatchHeldStartTag();
+        if (m_skipping > 0)
+        {
+            --m_skipping;
+            return;
+        }
+    }
+    DropHandlersAbove(m_depth - 1);
+    SetTag(m_tag, name);
+    m_handlers.back().handler->HandleEndTag(m_tag);
+    DropHandlersAbove(m_depth - 1);
+    --m_depth;
+}
+
+void MSAXReader::OnText(char const* text, int length)
+{
+    if (m_holding)
+    {
+        m_text.append(text, static_cast<std::size_t>(length));
+    }
+}
+
+void MSAXReader::Refuse()
+{
+    m_stopped = true;
+    XML_StopParser(m_parser, XML_FALSE);
+}
+
+void MSAXReader::Fail(std::exception_ptr error)
+{
+    m_error = std::move(error);
+    Refuse();
+}
+
+// True when the current start tag is an empty-element tag. The parser's
+// input context shows the raw bytes of the tag; it is not available inside
+// entity replacement text or when the parser was built without context
+// bytes, and in UTF-16 input the bytes do not match: then the tag is held
+// back like any other.
+bool MSAXReader::IsEmptyElementTag() const
+{
+    int offset = 0;
+    int size = 0;
+    char const* const input = XML_GetInputContext(m_parser, &offset, &size);
+    int const count = XML_GetCurrentByteCount(m_parser);
+    if (input == nullptr || count < 2 || offset < 0 || offset + count > size)
+    {
+        return false;
+    }
+    char const* const end = input + offset + count;
+    return end[-2] == '/' && end[-1] == '>';
+}
+
+void MSAXReader::HoldStartTag(char const* name, char const** attributes)
+{
+    m_holding = true;
+    m_heldName.assign(name);
+    m_text.clear();
+    std::size_t storage = 0;
+    std::size_t count = 0;
+    for (char const** attribute = attributes; *attribute != nullptr; ++attribute)
+    {
+        storage += std::strlen(*attribute) + 1;
+        ++count;
+    }
+    m_heldStorage.resize(storage);
+    m_heldAttributes.resize(count + 1);
+    char* target = m_heldStorage.data();
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        std::size_t const length = std::strlen(attributes[i]) + 1;
+        std::memcpy(target, attributes[i], length);
+        m_heldAttributes[i] = target;
+        target += length;
+    }
+    m_heldAttributes[count] = nullptr;
+    XML_SetCharacterDataHandler(m_parser, ExpatEvents::Text);
+}
+
+void MSAXReader::DispatchHeldStartTag()
+{
+    m_holding = false;
+    XML_SetCharacterDataHandler(m_parser, nullptr);
+    m_attributes = m_heldAttributes.data();
+    Dispatch(m_heldName.c_str());
+}
+
+void MSAXReader::Dispatch(char const* name)
+{
+    SetTag(m_tag, name);
+    m_attributeMapValid = false;
+    ++m_depth;
+    bool const taken = m_handlers.back().handler->HandleTag(m_tag, *this);
+    m_attributes = nullptr;
+    if (!taken)
+    {
+        DropHandlersAbove(m_depth - 1);
+        --m_depth;
+        m_skipping = 1;
+    }
+}
+
+void MSAXReader::DropHandlersAbove(std::size_t depth)
+{
+    while (m_handlers.size() > 1 && m_handlers.back().depth > depth)
+    {
+        ISAXPersist* const handler = m_handlers.back().handler;
+        m_handlers.pop_back();
+        delete handler;
+    }
+}
