@@ -1,0 +1,86 @@
+#pragma once
+
+#include "common/OndExport.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+
+namespace FileIO::Zip
+{
+class ZipWriter;
+class ZipEntryReader;
+} // namespace FileIO::Zip
+
+class ReadBufferFromZip;
+class WriteBufferToZip32;
+
+// A zip archive, open either for reading or for writing a 32-bit archive.
+// Names in the archive are UTF-8 and are looked up exactly, case included.
+// Paths on disk are wide and go to the file system as UTF-8.
+//
+// Reading indexes the central directory once on opening, so that looking up
+// an entry doesn't walk the archive. One entry is read at a time: a second
+// ReadBufferFromZip or an extraction while a buffer is open throws
+// MZipArchiveError::MGeneric. Buffers must be gone before the archive closes.
+// Passwords (encryption) are not supported: pass null.
+class OND_EXPORT MZipArchive
+{
+public:
+    // What GetFileInfo fills.
+    struct MZipFileInfo
+    {
+        std::string m_name;
+        std::uint64_t m_compressedSize = 0;
+        std::uint64_t m_uncompressedSize = 0;
+        std::uint32_t m_crc = 0;
+        // 0 stored, 8 deflated; other methods can't be read.
+        int m_method = 0;
+        // The general purpose bits.
+        unsigned m_flags = 0;
+    };
+
+    // The flag is part of the family's interface and has no effect here.
+    explicit MZipArchive(bool reserved);
+    MZipArchive(MZipArchive const&) = delete;
+    MZipArchive& operator=(MZipArchive const&) = delete;
+    virtual ~MZipArchive();
+
+    // False if the file can't be opened as an archive.
+    bool OpenArchiveRead(wchar_t const* path);
+    // Creates (replaces) the file; false if it can't.
+    bool OpenArchiveWrite(wchar_t const* path);
+    // Stores a file from disk, deflated at level (-1 is zlib's default, 0
+    // stores it as it is). False on failure or with a password.
+    bool AddFile(wchar_t const* diskPath, wchar_t const* nameInArchive, int level, char const* password);
+    // Unpacks one entry into target and nothing else. Throws
+    // MZipArchiveError::MGeneric on failure (MFileNotFound for a missing
+    // entry) and then leaves no file at target.
+    bool ExtractFile(char const* name, wchar_t const* target, char const* password);
+    // False if the entry is not in the archive.
+    bool GetFileInfo(char const* name, MZipFileInfo& info);
+    // Finishes a written archive; false if anything written failed.
+    bool CloseArchive();
+
+private:
+    friend class ReadBufferFromZip;
+    friend class WriteBufferToZip32;
+
+    struct IndexedEntry
+    {
+        MZipFileInfo m_info;
+        // Where minizip finds the entry again.
+        std::uint64_t m_directoryOffset = 0;
+        std::uint64_t m_number = 0;
+    };
+
+    std::unique_ptr<FileIO::Zip::ZipEntryReader> OpenEntry(std::string const& name);
+    FileIO::Zip::ZipWriter& Writer();
+
+    std::wstring m_path;
+    void* m_reader = nullptr;
+    std::unordered_map<std::string, IndexedEntry> m_entries;
+    bool m_entryOpen = false;
+    std::unique_ptr<FileIO::Zip::ZipWriter> m_writer;
+};

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "common/OndExport.h"
+#include "zip/IReadBuffer.h"
+
+#include <memory>
+
+class MZipArchive;
+namespace FileIO::Zip
+{
+class ZipEntryReader;
+}
+
+// The bytes of one entry of an archive open for reading. Damaged data throws
+// MZipArchiveError::MGeneric from Read.
+class OND_EXPORT ReadBufferFromZip : public IReadBuffer
+{
+public:
+    // Opens the entry; throws MZipArchiveError::MFileNotFound if it isn't
+    // there and MZipArchiveError::MGeneric if it can't be read.
+    ReadBufferFromZip(MZipArchive* archive, wchar_t const* name);
+    ~ReadBufferFromZip() override;
+
+    std::size_t Read(char* data, std::size_t size) override;
+
+private:
+    static std::unique_ptr<FileIO::Zip::ZipEntryReader> Open(MZipArchive* archive, wchar_t const* name);
+
+    std::unique_ptr<FileIO::Zip::ZipEntryReader> m_entry;
+};

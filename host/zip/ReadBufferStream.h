@@ -1,0 +1,22 @@
+#pragma once
+
+#include "common/OndExport.h"
+#include "zip/IReadBuffer.h"
+
+#include <istream>
+#include <memory>
+
+// An input stream over an IReadBuffer, which it takes over and destroys with
+// itself. A failure of the buffer sets badbit and its exception reaches the
+// reader (the stream's exception mask holds badbit), so damaged archive data
+// can't pass for a short part.
+class OND_EXPORT ReadBufferStream : public std::istream
+{
+public:
+    explicit ReadBufferStream(IReadBuffer* buffer);
+    ~ReadBufferStream() override;
+
+private:
+    class StreamBuffer;
+    std::unique_ptr<StreamBuffer> m_streamBuffer;
+};

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "common/OndExport.h"
+
+#include <memory>
+#include <string>
+
+class WriteBufferToZip64;
+
+namespace FileIO::Zip
+{
+class ZipWriter;
+
+// Writes an archive in zip64 form, for packages beyond the limits of 32-bit
+// archives. Names in the archive are UTF-8.
+class OND_EXPORT Zip64Writer
+{
+public:
+    Zip64Writer();
+    Zip64Writer(Zip64Writer const&) = delete;
+    Zip64Writer& operator=(Zip64Writer const&) = delete;
+    ~Zip64Writer();
+
+    // Creates (replaces) the file; false if it can't.
+    bool OpenArchive(wchar_t const* path);
+    // Stores a file from disk, deflated at level (0 stores it as it is).
+    // False on failure or with a password, which is not supported.
+    bool AddFile(wchar_t const* diskPath, char const* nameInArchive, int level, char const* password);
+    // Finishes the archive; false if anything written failed.
+    bool CloseArchive();
+
+private:
+    friend class ::WriteBufferToZip64;
+    ZipWriter& Writer();
+
+    std::wstring m_path;
+    std::unique_ptr<ZipWriter> m_writer;
+};
+} // namespace FileIO::Zip

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "zip/MZipArchive.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+struct inflate_state;
+
+namespace FileIO::Zip
+{
+// Gives the bytes of one entry of an open minizip reader: stored entries as
+// they are, deflated ones inflated by ISA-L from the raw entry data. At the
+// end the size and CRC must match those of the central directory. Damaged data throws
+// MZipArchiveError::MGeneric and never produces more bytes than declared.
+// One reader at a time per minizip handle: busy is set while this one lives.
+class ZipEntryReader
+{
+public:
+    // The handle must stand on the entry.
+    ZipEntryReader(void* handle, MZipArchive::MZipFileInfo facts, bool& busy);
+    ZipEntryReader(ZipEntryReader const&) = delete;
+    ZipEntryReader& operator=(ZipEntryReader const&) = delete;
+    ~ZipEntryReader();
+
+    // Up to size bytes, 0 at the end.
+    std::size_t Read(char* data, std::size_t size);
+
+private:
+    std::size_t ReadStored(char* data, std::size_t size);
+    std::size_t ReadDeflated(char* data, std::size_t size);
+    std::size_t ReadRaw(std::uint8_t* data, std::size_t size);
+    void Account(char const* data, std::size_t size);
+    void Finish();
+    [[noreturn]] void Fail(wchar_t const* message) const;
+
+    void* m_handle;
+    MZipArchive::MZipFileInfo m_facts;
+    bool& m_busy;
+    std::unique_ptr<inflate_state> m_inflate;
+    std::unique_ptr<std::uint8_t[]> m_input;
+    std::uint64_t m_rawLeft;
+    std::uint64_t m_produced = 0;
+    std::uint32_t m_crc = 0;
+    bool m_finished = false;
+};
+} // namespace FileIO::Zip
