@@ -1,0 +1,71 @@
+#include "format3mf/ColorText.h"
+
+namespace Format_3MF
+{
+namespace
+{
+// The value of a hexadecimal digit, or -1.
+int HexDigit(wchar_t c)
+{
+    if (c >= L'0' && c <= L'9')
+    {
+        return c - L'0';
+    }
+    if (c >= L'a' && c <= L'f')
+    {
+        return c - L'a' + 10;
+    }
+    if (c >= L'A' && c <= L'F')
+    {
+        return c - L'A' + 10;
+    }
+    return -1;
+}
+
+// Two characters read as one hexadecimal number, stopping at the first
+// character that isn't a digit.
+unsigned int DecodePair(wchar_t first, wchar_t second)
+{
+    int const high = HexDigit(first);
+    if (high < 0)
+    {
+        return 0;
+    }
+    int const low = HexDigit(second);
+    if (low < 0)
+    {
+        return static_cast<unsigned int>(high);
+    }
+    return static_cast<unsigned int>(high * 16 + low);
+}
+} // namespace
+
+std::wstring EncodeColor(unsigned int const& color)
+{
+    static wchar_t const digits[] = L"0123456789abcdef";
+    std::wstring text(7, L'#');
+    for (int channel = 0; channel < 3; ++channel)
+    {
+        unsigned int const byte = (color >> (8 * channel)) & 0xFFu;
+        text[1 + 2 * channel] = digits[byte >> 4];
+        text[2 + 2 * channel] = digits[byte & 0xFu];
+    }
+    return text;
+}
+
+unsigned int DecodeColor(std::wstring const& text)
+{
+    if (text.empty() || text[0] != L'#')
+    {
+        return 0;
+    }
+    if (text.size() != 7 && text.size() != 9)
+    {
+        throw 0;
+    }
+    unsigned int const red = DecodePair(text[1], text[2]);
+    unsigned int const green = DecodePair(text[3], text[4]);
+    unsigned int const blue = DecodePair(text[5], text[6]);
+    return (blue << 16) + (green << 8) + red;
+}
+} // namespace Format_3MF
