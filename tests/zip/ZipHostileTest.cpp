@@ -1,0 +1,174 @@
+#include "ZipTestSupport.h"
+
+#include "zip/MZipArchive.h"
+#include "zip/MZipArchiveError.h"
+#include "zip/ReadBufferFromZip.h"
+#include "zip/WriteBufferStream.h"
+#include "zip/WriteBufferToZip.h"
+
+#include <cstdint>
+#include <functional>
+
+using namespace ziptest;
+
+namespace
+{
+std::uint32_t Get16(std::string const& bytes, std::size_t at)
+{
+    return static_cast<unsigned char>(bytes[at]) | static_cast<unsigned char>(bytes[at + 1]) << 8;
+}
+
+void Put32(std::string& bytes, std::size_t at, std::uint32_t value)
+{
+    for (int i = 0; i < 4; ++i)
+    {
+        bytes[at + i] = static_cast<char>(value >> (8 * i));
+    }
+}
+
+std::uint32_t Get32(std::string const& bytes, std::size_t at)
+{
+    return Get16(bytes, at) | Get16(bytes, at + 2) << 16;
+}
+
+// An archive with a single entry, and where its pieces lie.
+struct OneEntry
+{
+    std::string m_bytes;
+    std::string m_content;
+    std::size_t m_dataStart = 0;
+    std::size_t m_dataSize = 0;
+    std::size_t m_central = 0;
+
+    OneEntry(TemporaryFolder const& folder, int level) : m_content(MeshLikeText(5000, 7))
+    {
+        std::filesystem::path const path = folder / "original.zip";
+        {
+            MZipArchive archive(false);
+            EXPECT_TRUE(archive.OpenArchiveWrite(path.wstring().c_str()));
+            if (level < 0)
+            {
+                WriteBufferStream(new WriteBufferToZip32(&archive, "entry")) << m_content;
+            }
+            else
+            {
+                WriteFile(folder / "source", m_content);
+                EXPECT_TRUE(archive.AddFile((folder / "source").wstring().c_str(), L"entry", level, nullptr));
+            }
+            EXPECT_TRUE(archive.CloseArchive());
+        }
+        m_bytes = ReadFile(path);
+        // Local header: 30 bytes, then the name and the extra field.
+        m_dataStart = 30 + Get16(m_bytes, 26) + Get16(m_bytes, 28);
+        m_dataSize = Get32(m_bytes, 18);
+        m_central = m_bytes.find(std::string("PK\1\2", 4), m_dataStart + m_dataSize);
+        EXPECT_NE(m_central, std::string::npos);
+    }
+
+    // Sets a field in the local header and in the central directory alike.
+    void PatchBoth(std::size_t localField, std::uint32_t value)
+    {
+        Put32(m_bytes, localField, value);
+        Put32(m_bytes, m_central + localField + 2, value);
+    }
+};
+
+// A damaged archive either doesn't open or fails with MGeneric on every way of
+// reading, and extraction leaves nothing behind. With the directory intact
+// it must open and fail on reading.
+void ExpectRejected(TemporaryFolder const& folder, std::string const& bytes, std::string const& what,
+                    bool directoryIntact)
+{
+    SCOPED_TRACE(what);
+    std::filesystem::path const path = folder / "damaged.zip";
+    WriteFile(path, bytes);
+    MZipArchive archive(false);
+    MZipArchive::MZipFileInfo info;
+    if (!archive.OpenArchiveRead(path.wstring().c_str()) || !archive.GetFileInfo("entry", info))
+    {
+        EXPECT_FALSE(directoryIntact);
+        return;
+    }
+    EXPECT_THROW(ReadEntry(new ReadBufferFromZip(&archive, L"entry")), MZipArchiveError::MGeneric);
+    std::filesystem::path const target = folder / "target";
+    EXPECT_THROW(archive.ExtractFile("entry", target.wstring().c_str(), nullptr), MZipArchiveError::MGeneric);
+    EXPECT_FALSE(std::filesystem::exists(target));
+}
+} // namespace
+
+TEST(ZipHostile, FlippedCompressedBytes)
+{
+    TemporaryFolder folder;
+    for (int level : {-1, 0})
+    {
+        OneEntry entry(folder, level);
+        // The last bytes of deflate data may hold padding bits that nobody reads.
+        for (std::size_t part = 0; part < 16; ++part)
+        {
+            std::string bytes = entry.m_bytes;
+            std::size_t const at = entry.m_dataStart + entry.m_dataSize * part / 17;
+            bytes[at] = static_cast<char>(bytes[at] ^ 0x5A);
+            bytes[at + 1] = static_cast<char>(~bytes[at + 1]);
+            ExpectRejected(folder, bytes,
+                           "level " + std::to_string(level) + ", flipped at " + std::to_string(at), true);
+        }
+    }
+}
+
+TEST(ZipHostile, DirectoryThatLies)
+{
+    TemporaryFolder folder;
+    for (int level : {-1, 0})
+    {
+        OneEntry entry(folder, level);
+        std::uint32_t const size = static_cast<std::uint32_t>(entry.m_content.size());
+        std::vector<std::pair<std::string, std::function<void(OneEntry&)>>> const lies = {
+            {"crc", [](OneEntry& e) { e.PatchBoth(14, Get32(e.m_bytes, 14) ^ 1); }},
+            {"longer", [size](OneEntry& e) { e.PatchBoth(22, size + 1); }},
+            {"shorter", [size](OneEntry& e) { e.PatchBoth(22, size - 1); }},
+            {"empty", [](OneEntry& e) { e.PatchBoth(22, 0); }},
+            {"method", [](OneEntry& e) { e.m_bytes[e.m_central + 10] = 12; }},
+            {"encrypted", [](OneEntry& e) { e.m_bytes[e.m_central + 8] |= 1; }},
+        };
+        for (auto const& [what, lie] : lies)
+        {
+            OneEntry damaged = entry;
+            lie(damaged);
+            ExpectRejected(folder, damaged.m_bytes, "level " + std::to_string(level) + ", " + what, true);
+        }
+    }
+}
+
+TEST(ZipHostile, TruncatedArchive)
+{
+    TemporaryFolder folder;
+    OneEntry entry(folder, -1);
+    for (std::size_t length : {std::size_t{0}, std::size_t{10}, entry.m_dataStart + entry.m_dataSize / 2,
+                               entry.m_central, entry.m_bytes.size() - 23, entry.m_bytes.size() - 3})
+    {
+        ExpectRejected(folder, entry.m_bytes.substr(0, length), "cut at " + std::to_string(length), false);
+    }
+    // The directory intact but the data cut out from under it.
+    std::string hollow = entry.m_bytes;
+    hollow.erase(entry.m_dataStart + 10, entry.m_dataSize / 2);
+    ExpectRejected(folder, hollow, "hollow", false);
+}
+
+TEST(ZipHostile, ExtractionWritesOnlyTheTarget)
+{
+    TemporaryFolder folder;
+    std::filesystem::create_directories(folder / "inner");
+    std::filesystem::path const path = folder / "inner" / "escape.zip";
+    {
+        MZipArchive archive(false);
+        ASSERT_TRUE(archive.OpenArchiveWrite(path.wstring().c_str()));
+        WriteBufferStream(new WriteBufferToZip32(&archive, "../escaped.txt")) << "outside";
+    }
+    MZipArchive archive(false);
+    ASSERT_TRUE(archive.OpenArchiveRead(path.wstring().c_str()));
+    std::filesystem::path const target = folder / "inner" / "target.txt";
+    EXPECT_TRUE(archive.ExtractFile("../escaped.txt", target.wstring().c_str(), nullptr));
+    EXPECT_EQ(ReadFile(target), "outside");
+    EXPECT_FALSE(std::filesystem::exists(folder / "escaped.txt"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "inner" / "escaped.txt"));
+}
