@@ -1,0 +1,229 @@
+#include "ZipTestSupport.h"
+
+#include "zip/AsyncWriteBufferStream.h"
+#include "zip/MZipArchive.h"
+#include "zip/MZipArchiveError.h"
+#include "zip/ReadBufferFromZip.h"
+#include "zip/WriteBufferToZip.h"
+#include "zip/Zip64Writer.h"
+
+#include <isa-l/crc.h>
+
+#include <chrono>
+#include <set>
+#include <thread>
+
+using namespace ziptest;
+
+namespace
+{
+// What a sink saw: the bytes, the threads that wrote them, and whether it was
+// destroyed, and with how many bytes by then.
+struct Record
+{
+    std::string m_bytes;
+    std::set<std::thread::id> m_threads;
+    bool m_destroyed = false;
+    std::size_t m_sizeAtDestruction = 0;
+};
+
+// A slow sink, so that the queue fills up; throws once it holds failAfter bytes.
+class RecordingBuffer : public IWriteBuffer
+{
+public:
+    explicit RecordingBuffer(Record& record, std::size_t failAfter = SIZE_MAX)
+        : m_record(record), m_failAfter(failAfter)
+    {
+    }
+    ~RecordingBuffer() override
+    {
+        m_record.m_destroyed = true;
+        m_record.m_sizeAtDestruction = m_record.m_bytes.size();
+    }
+    void Write(char const* data, std::size_t size) override
+    {
+        if (m_record.m_bytes.size() >= m_failAfter)
+        {
+            throw std::runtime_error("disk full");
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(300));
+        m_record.m_bytes.append(data, size);
+        m_record.m_threads.insert(std::this_thread::get_id());
+    }
+
+private:
+    Record& m_record;
+    std::size_t m_failAfter;
+};
+
+std::size_t PeakResidentKiB()
+{
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line))
+    {
+        if (line.rfind("VmHWM:", 0) == 0)
+        {
+            return std::stoul(line.substr(6));
+        }
+    }
+    return 0;
+}
+
+double Seconds(std::chrono::steady_clock::time_point since)
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
+}
+} // namespace
+
+TEST(AsyncWriteStream, KeepsOrderAndClosesTheBufferAfterTheLastByte)
+{
+    Record record;
+    std::string const text = MeshLikeText(40000, 4);
+    std::string written;
+    {
+        std::unique_ptr<std::ostream> stream =
+            CreateAsyncWriteBufferStream(std::make_unique<RecordingBuffer>(record));
+        for (std::size_t at = 0, step = 1; at < text.size(); at += step, step = step * 7 % 300001 + 1)
+        {
+            std::size_t const size = std::min(step, text.size() - at);
+            stream->write(text.data() + at, static_cast<std::streamsize>(size));
+            written.append(text, at, size);
+            if (written.size() > text.size() / 2 && record.m_bytes.size() < text.size() / 2)
+            {
+                stream->flush();
+                EXPECT_EQ(record.m_bytes, written);
+            }
+        }
+        *stream << 'x';
+        written += 'x';
+        EXPECT_FALSE(record.m_destroyed);
+    }
+    EXPECT_TRUE(record.m_destroyed);
+    EXPECT_EQ(record.m_sizeAtDestruction, written.size());
+    EXPECT_EQ(record.m_bytes, written);
+    EXPECT_EQ(record.m_threads.count(std::this_thread::get_id()), 0u);
+}
+
+TEST(AsyncWriteStream, SmallEntryNeedsNoThread)
+{
+    Record record;
+    CreateAsyncWriteBufferStream(std::make_unique<RecordingBuffer>(record))->write("small", 5);
+    EXPECT_EQ(record.m_bytes, "small");
+    EXPECT_EQ(record.m_threads, std::set<std::thread::id>{std::this_thread::get_id()});
+}
+
+TEST(AsyncWriteStream, FailureOfTheBufferReachesTheWriter)
+{
+    std::string const text = MeshLikeText(1000, 5);
+    // On the worker thread: a later write or the flush throws.
+    for (std::size_t failAfter : {std::size_t{0}, std::size_t{600000}})
+    {
+        Record record;
+        std::unique_ptr<std::ostream> stream =
+            CreateAsyncWriteBufferStream(std::make_unique<RecordingBuffer>(record, failAfter));
+        auto writeMuch = [&]
+        {
+            for (int i = 0; i < 100; ++i)
+            {
+                stream->write(text.data(), static_cast<std::streamsize>(text.size()));
+            }
+            stream->flush();
+        };
+        EXPECT_THROW(writeMuch(), std::runtime_error);
+        EXPECT_TRUE(stream->bad());
+        stream.reset();
+        EXPECT_TRUE(record.m_destroyed);
+    }
+    // Before any thread runs: the flush throws on the writer's own thread.
+    Record record;
+    std::unique_ptr<std::ostream> stream =
+        CreateAsyncWriteBufferStream(std::make_unique<RecordingBuffer>(record, 0));
+    *stream << "a few bytes";
+    EXPECT_THROW(stream->flush(), std::runtime_error);
+}
+
+TEST(AsyncWriteStream, FailureOfTheArchiveReachesTheWriter)
+{
+    if (!std::filesystem::exists("/dev/full"))
+    {
+        GTEST_SKIP() << "no /dev/full to fail writes";
+    }
+    std::string const text = MeshLikeText(1000, 6);
+    MZipArchive archive(false);
+    ASSERT_TRUE(archive.OpenArchiveWrite(L"/dev/full"));
+    {
+        std::unique_ptr<std::ostream> stream =
+            CreateAsyncWriteBufferStream(std::make_unique<WriteBufferToZip32>(&archive, "3D/3dmodel.model"));
+        auto writeMuch = [&]
+        {
+            for (int i = 0; i < 100; ++i)
+            {
+                stream->write(text.data(), static_cast<std::streamsize>(text.size()));
+            }
+            stream->flush();
+        };
+        EXPECT_THROW(writeMuch(), MZipArchiveError::MGeneric);
+    }
+    EXPECT_THROW(WriteBufferToZip32(&archive, "next"), MZipArchiveError::MGeneric);
+    EXPECT_FALSE(archive.CloseArchive());
+}
+
+// A large part streams with the memory of a few blocks, and reads back whole.
+TEST(AsyncWriteStream, LargeEntryKeepsMemoryFlat)
+{
+    TemporaryFolder folder;
+    std::filesystem::path const path = folder / "large.3mf";
+    std::string const chunk = MeshLikeText(100000, 8);
+    std::size_t const rounds = 300'000'000 / chunk.size() + 1;
+    std::uint64_t const size = static_cast<std::uint64_t>(chunk.size()) * rounds;
+    std::uint32_t crc = 0;
+
+    std::ofstream("/proc/self/clear_refs") << "5";
+    std::size_t const peakBefore = PeakResidentKiB();
+    auto const start = std::chrono::steady_clock::now();
+    {
+        FileIO::Zip::Zip64Writer archive;
+        ASSERT_TRUE(archive.OpenArchive(path.wstring().c_str()));
+        std::unique_ptr<std::ostream> stream =
+            CreateAsyncWriteBufferStream(std::make_unique<WriteBufferToZip64>(&archive, "3D/3dmodel.model"));
+        for (std::size_t round = 0; round < rounds; ++round)
+        {
+            // Change every chunk a little, so that no two are alike.
+            std::string const prefix = "<!-- " + std::to_string(round) + " -->";
+            *stream << prefix;
+            stream->write(chunk.data() + prefix.size(),
+                          static_cast<std::streamsize>(chunk.size() - prefix.size()));
+            crc = crc32_gzip_refl(crc, reinterpret_cast<std::uint8_t const*>(prefix.data()), prefix.size());
+            crc = crc32_gzip_refl(crc, reinterpret_cast<std::uint8_t const*>(chunk.data()) + prefix.size(),
+                                  chunk.size() - prefix.size());
+        }
+        stream.reset();
+        EXPECT_TRUE(archive.CloseArchive());
+    }
+    double const writeSeconds = Seconds(start);
+    std::size_t const growthKiB = PeakResidentKiB() - peakBefore;
+    EXPECT_LT(growthKiB, 64u * 1024u) << "peak resident memory grew by " << growthKiB << " KiB";
+
+    MZipArchive archive(false);
+    ASSERT_TRUE(archive.OpenArchiveRead(path.wstring().c_str()));
+    MZipArchive::MZipFileInfo info;
+    ASSERT_TRUE(archive.GetFileInfo("3D/3dmodel.model", info));
+    EXPECT_EQ(info.m_uncompressedSize, size);
+    EXPECT_EQ(info.m_crc, crc);
+    auto const readStart = std::chrono::steady_clock::now();
+    ReadBufferStream stream(new ReadBufferFromZip(&archive, L"3D/3dmodel.model"));
+    std::vector<char> block(1 << 16);
+    std::uint64_t got = 0;
+    while (stream.read(block.data(), static_cast<std::streamsize>(block.size())) || stream.gcount() > 0)
+    {
+        got += static_cast<std::uint64_t>(stream.gcount());
+    }
+    double const readSeconds = Seconds(readStart);
+    EXPECT_EQ(got, size);
+    std::printf(
+        "[   INFO   ] %.0f MB entry (%.0f MB in the archive): written in %.2f s with peak memory growth "
+        "%zu KiB, read in %.2f s (%.0f MB/s)\n",
+        size / 1e6, info.m_compressedSize / 1e6, writeSeconds, growthKiB, readSeconds,
+        size / 1e6 / readSeconds);
+}
