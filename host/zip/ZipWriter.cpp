@@ -97,7 +97,8 @@ bool ZipWriter::OpenEntry(std::string const& name, std::int64_t modified, int le
 
 bool ZipWriter::AddFile(std::wstring const& diskPath, std::string const& name, int level)
 {
-    if (m_handle == nullptr || m_entryOpen || m_damaged)
+    if (m_handle == nullptr || m_entryOpen || m_damaged || level < Z_DEFAULT_COMPRESSION ||
+        level > Z_BEST_COMPRESSION)
     {
         return false;
     }
