@@ -1,0 +1,189 @@
+#include "triangles/MStlElementStores.h"
+
+#include "common/MMTransform.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace
+{
+// Half away from zero, as everywhere coordinates become internal units;
+// out-of-range values saturate and NaN becomes 0, so that no input can make
+// the conversion undefined.
+std::int32_t RoundToInternal(double value)
+{
+    if (std::isnan(value))
+    {
+        return 0;
+    }
+    double const rounded = value < 0.0 ? value - 0.5 : value + 0.5;
+    if (rounded <= double(std::numeric_limits<std::int32_t>::min()))
+    {
+        return std::numeric_limits<std::int32_t>::min();
+    }
+    if (rounded >= double(std::numeric_limits<std::int32_t>::max()))
+    {
+        return std::numeric_limits<std::int32_t>::max();
+    }
+    return static_cast<std::int32_t>(rounded);
+}
+
+// A whole copy keeps the chunk layout, so it goes chunk by chunk.
+template <typename Chunk, typename CopyChunk>
+void CopyAll(MStlChunkTable<Chunk> const& from, MStlChunkTable<Chunk>& to, CopyChunk copyChunk)
+{
+    to.Extend(from.Size());
+    std::uint32_t remaining = from.Size();
+    for (std::uint32_t number = 0; remaining > 0; ++number)
+    {
+        std::uint32_t const count = std::min(remaining, Chunk::kCapacity);
+        copyChunk(from.ChunkAt(number), to.ChunkAt(number), count);
+        remaining -= count;
+    }
+}
+} // namespace
+
+MStlPointStore::MStlPointStore() : m_table(this) {}
+
+MStlPointStore::MStlPointStore(MStlPointStore const& other) : m_table(this)
+{
+    CopyAll(other.m_table, m_table,
+            [](MStlPointChunk const& from, MStlPointChunk& to, std::uint32_t count)
+            {
+                std::memcpy(to.m_points, from.m_points, count * sizeof(MStlPoint));
+                std::memcpy(to.m_useCounts, from.m_useCounts, count * sizeof(std::uint16_t));
+            });
+}
+
+MStlPointStore::MStlPointStore(MStlPointStore const& other, MMTransform const& transform, bool inverse)
+    : m_table(this)
+{
+    CopyAll(other.m_table, m_table,
+            [&transform, inverse](MStlPointChunk const& from, MStlPointChunk& to, std::uint32_t count)
+            {
+                for (std::uint32_t slot = 0; slot < count; ++slot)
+                {
+                    MMPoint3d<double> const source = from.m_points[slot];
+                    MMPoint3d<double> const moved =
+                        inverse ? transform.ApplyInverse(source) : transform.Apply(source);
+                    to.m_points[slot].m_coordinates[0] = RoundToInternal(moved.x);
+                    to.m_points[slot].m_coordinates[1] = RoundToInternal(moved.y);
+                    to.m_points[slot].m_coordinates[2] = RoundToInternal(moved.z);
+                }
+                std::memcpy(to.m_useCounts, from.m_useCounts, count * sizeof(std::uint16_t));
+            });
+}
+
+MStlPoint* MStlPointStore::Add(std::int32_t x, std::int32_t y, std::int32_t z)
+{
+    std::uint32_t const index = m_table.Extend(1);
+    MStlPointChunk& chunk = m_table.ChunkAt(index / kCapacity);
+    MStlPoint& point = chunk.m_points[index % kCapacity];
+    point.m_coordinates[0] = x;
+    point.m_coordinates[1] = y;
+    point.m_coordinates[2] = z;
+    chunk.m_useCounts[index % kCapacity] = 0;
+    return &point;
+}
+
+void MStlPointStore::AddUse(std::uint32_t index)
+{
+    std::uint16_t& count = m_table.ChunkAt(index / kCapacity).m_useCounts[index % kCapacity];
+    if (count != std::numeric_limits<std::uint16_t>::max())
+    {
+        ++count;
+    }
+}
+
+void MStlPointStore::Append(MStlPointStore const& other)
+{
+    // Counted before growing: other may be this store.
+    std::uint32_t const count = other.Size();
+    std::uint32_t const first = m_table.Extend(count);
+    for (std::uint32_t index = 0; index < count; ++index)
+    {
+        MStlPointChunk const& from = other.m_table.ChunkAt(index / kCapacity);
+        MStlPointChunk& to = m_table.ChunkAt((first + index) / kCapacity);
+        to.m_points[(first + index) % kCapacity] = from.m_points[index % kCapacity];
+        to.m_useCounts[(first + index) % kCapacity] = from.m_useCounts[index % kCapacity];
+    }
+}
+
+void MStlPointStore::Transform(MMTransform const& transform, bool inverse)
+{
+    for (std::uint32_t index = 0; index < Size(); ++index)
+    {
+        MStlPoint& point = At(index);
+        MMPoint3d<double> const moved = inverse ? transform.ApplyInverse(point) : transform.Apply(point);
+        point.m_coordinates[0] = RoundToInternal(moved.x);
+        point.m_coordinates[1] = RoundToInternal(moved.y);
+        point.m_coordinates[2] = RoundToInternal(moved.z);
+    }
+}
+
+void MStlPointStore::RestoreCoordinates(MStlPointStore const& original) noexcept
+{
+    std::uint32_t const count = std::min(Size(), original.Size());
+    for (std::uint32_t index = 0; index < count; ++index)
+    {
+        std::memcpy(At(index).m_coordinates, original.At(index).m_coordinates,
+                    sizeof(MStlPoint::m_coordinates));
+    }
+}
+
+MStlTriangleStore::MStlTriangleStore() : m_table(this) {}
+
+MStlTriangleStore::MStlTriangleStore(MStlTriangleStore const& other) : m_table(this), m_colors(other.m_colors)
+{
+    CopyAll(other.m_table, m_table,
+            [](MStlTriangleChunk const& from, MStlTriangleChunk& to, std::uint32_t count)
+            { std::memcpy(to.m_triangles, from.m_triangles, count * sizeof(MStlTriangle)); });
+}
+
+MStlTriangle* MStlTriangleStore::Add(std::uint32_t a, std::uint32_t b, std::uint32_t c)
+{
+    std::uint32_t const index = m_table.Extend(1);
+    MStlTriangle& triangle = At(index);
+    triangle.m_points[0] = a;
+    triangle.m_points[1] = b;
+    triangle.m_points[2] = c;
+    return &triangle;
+}
+
+void MStlTriangleStore::Append(MStlTriangleStore const& other, std::uint32_t pointOffset, bool withColors)
+{
+    std::uint32_t const count = other.Size();
+    std::uint32_t const first = m_table.Extend(count);
+    for (std::uint32_t index = 0; index < count; ++index)
+    {
+        MStlTriangle const& from = other.At(index);
+        MStlTriangle& to = At(first + index);
+        for (int corner = 0; corner < 3; ++corner)
+        {
+            to.m_points[corner] = from.m_points[corner] + pointOffset;
+        }
+    }
+    if (withColors && other.HasColors())
+    {
+        for (std::uint32_t index = 0; index < count; ++index)
+        {
+            MStlColor const& color = other.GetColor(index);
+            if (color.IsDefined())
+            {
+                SetColor(first + index, color);
+            }
+        }
+    }
+}
+
+void MStlTriangleStore::SetColor(std::uint32_t index, MStlColor const& color)
+{
+    // An undefined colour where there is none needs no storage.
+    if (!color.IsDefined() && GetColor(index) == color)
+    {
+        return;
+    }
+    m_colors.Ref(index) = color;
+}
