@@ -5,7 +5,6 @@
 
 #include <png.h>
 
-#include <csetjmp>
 #include <cstdio>
 
 #include <jpeglib.h>
@@ -39,33 +38,6 @@ bool Write16BitPng(std::wstring const& path, std::uint32_t width, std::uint32_t 
     image.format = PNG_FORMAT_LINEAR_RGB;
     return png_image_write_to_file(&image, StringConversion::ConvertNativeToUTF8(path).c_str(), 0,
                                    samples.data(), 0, nullptr) != 0;
-}
-
-bool WriteRawPng(std::wstring const& path, std::uint32_t width, std::uint32_t height, int colorType,
-                 int bitDepth, bool interlaced, std::vector<std::uint8_t> const& rows)
-{
-    StdioFile const file = OpenStdioFile(path, "wb");
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-    png_infop info = png_create_info_struct(png);
-    std::vector<png_bytep> pointers(height);
-    std::size_t const stride = rows.size() / height;
-    for (std::uint32_t y = 0; y < height; ++y)
-    {
-        pointers[y] = const_cast<png_bytep>(rows.data() + y * stride);
-    }
-    bool written = false;
-    if (file && info != nullptr && setjmp(png_jmpbuf(png)) == 0)
-    {
-        png_init_io(png, file.get());
-        png_set_IHDR(png, info, width, height, bitDepth, colorType,
-                     interlaced ? PNG_INTERLACE_ADAM7 : PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
-                     PNG_FILTER_TYPE_DEFAULT);
-        png_set_rows(png, info, pointers.data());
-        png_write_png(png, info, PNG_TRANSFORM_IDENTITY, nullptr);
-        written = true;
-    }
-    png_destroy_write_struct(&png, &info);
-    return written;
 }
 
 bool WriteJpeg(std::wstring const& path, std::uint32_t width, std::uint32_t height, int components,

@@ -15,10 +15,6 @@ bool WritePalettePng(std::wstring const& path, std::uint32_t width, std::uint32_
 // An RGB PNG of 16-bit samples.
 bool Write16BitPng(std::wstring const& path, std::uint32_t width, std::uint32_t height,
                    std::vector<std::uint16_t> const& samples);
-// Any PNG colour type and bit depth, Adam7 interlaced when asked; `rows`
-// holds the packed rows one after the other.
-bool WriteRawPng(std::wstring const& path, std::uint32_t width, std::uint32_t height, int colorType,
-                 int bitDepth, bool interlaced, std::vector<std::uint8_t> const& rows);
 // A JPEG of 1 (grey), 3 (RGB) or 4 (CMYK, Adobe-inverted) components.
 bool WriteJpeg(std::wstring const& path, std::uint32_t width, std::uint32_t height, int components,
                std::vector<std::uint8_t> const& samples);

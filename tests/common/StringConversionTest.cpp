@@ -69,12 +69,3 @@ TEST(StringConversion, LoneSurrogatesAndOutOfRangeBecomeReplacement)
     std::u16string const broken = {u'a', char16_t(0xD83D), u'b', char16_t(0xDE00), char16_t(0xD83D)};
     EXPECT_EQ(L"a\uFFFDb\uFFFD\uFFFD", ConvertUTF16ToNative(broken.data(), broken.size()));
 }
-
-TEST(StringConversion, AppendUtf8BuildsInPlace)
-{
-    std::string text = "x";
-    AppendUTF8(text, U'\u00E9');
-    AppendUTF8(text, U'\U0001F600');
-    AppendUTF8(text, char32_t(0xDC00));
-    EXPECT_EQ("x\xC3\xA9\xF0\x9F\x98\x80\xEF\xBF\xBD", text);
-}
