@@ -1,0 +1,9 @@
+#include "format3mf/PackageWriteContext.h"
+
+#include "common/IncrementalProgressReporter.h"
+
+namespace Format_3MF
+{
+// Defined where the reporter is a complete type.
+PackageWriteStepProgress::~PackageWriteStepProgress() = default;
+} // namespace Format_3MF

@@ -1,0 +1,269 @@
+#include "foundation/ReadAttribute.h"
+#include "foundation/XMLHandlers.h"
+#include "foundation/XMLNames.h"
+#include "foundation/XMLPersistHelpers.h"
+
+#include "common/MInternalUnits.h"
+#include "sax/SaxUtilities.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cwchar>
+#include <functional>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+
+using namespace Format_3MF;
+
+namespace
+{
+// Runs `check` at the start tag of the document element of `xml`.
+class AttributeProbe : public ISAXReadHelper
+{
+public:
+    explicit AttributeProbe(std::function<void(MSAXReader&)> check) : m_check(std::move(check)) {}
+    bool HandleTag(std::wstring const&, MSAXReader& reader) override
+    {
+        m_check(reader);
+        return true;
+    }
+
+private:
+    std::function<void(MSAXReader&)> m_check;
+};
+
+void Probe(std::string const& xml, std::function<void(MSAXReader&)> check)
+{
+    std::istringstream stream(xml);
+    AttributeProbe probe(std::move(check));
+    ASSERT_TRUE(OndAM::SaxUtilities::ReadStream(stream, probe));
+}
+
+struct Formatter : XMLWriteHandler
+{
+    explicit Formatter(PackageWriteContext* context) : XMLWriteHandler(context) {}
+    using XMLWriteHandler::FormatID;
+    using XMLWriteHandler::FormatValueFileUnits;
+    using XMLWriteHandler::FormatValueInternalUnits;
+};
+
+std::wstring Printf(double value, int precision)
+{
+    wchar_t buffer[64];
+    int const count = std::swprintf(buffer, 63, L"%.*f", precision, value);
+    return count < 0 ? L"<error>" : std::wstring(buffer, count);
+}
+} // namespace
+
+TEST(ReadAttribute, PlainNameWinsOverPrefixedAndNullPrefixLooksOnlyAtPlain)
+{
+    std::wstring const prefix = L"s";
+    Probe(R"(<a x="1" s:x="2" s:y="3" z="&#xe9;t&#xe9; &#x1F600;"/>)",
+          [&](MSAXReader& reader)
+          {
+              int x = 0;
+              EXPECT_TRUE(ReadAttribute(reader, L"x", x, &prefix));
+              EXPECT_EQ(1, x);
+              int y = 0;
+              EXPECT_FALSE(ReadAttribute(reader, L"y", y));
+              EXPECT_TRUE(ReadAttribute(reader, L"y", y, &prefix));
+              EXPECT_EQ(3, y);
+              std::wstring text;
+              EXPECT_TRUE(ReadAttribute(reader, L"y", text, &prefix));
+              EXPECT_EQ(L"3", text);
+              EXPECT_TRUE(ReadAttribute(reader, L"z", text));
+              EXPECT_EQ(L"\u00e9t\u00e9 \U0001F600", text);
+              std::wstring missing = L"kept";
+              EXPECT_FALSE(ReadAttribute(reader, L"w", missing, &prefix));
+              EXPECT_EQ(L"kept", missing);
+          });
+}
+
+TEST(ReadAttribute, NumbersThatDoNotParseReadAsAbsent)
+{
+    Probe(R"(<a f="1.5" bad="12abc" neg="-7" exp="-2.5e3" big="99999999999"/>)",
+          [](MSAXReader& reader)
+          {
+              int i = 42;
+              EXPECT_FALSE(ReadAttribute(reader, L"f", i));
+              EXPECT_FALSE(ReadAttribute(reader, L"bad", i));
+              EXPECT_FALSE(ReadAttribute(reader, L"big", i));
+              EXPECT_EQ(42, i);
+              EXPECT_TRUE(ReadAttribute(reader, L"neg", i));
+              EXPECT_EQ(-7, i);
+              double d = 0;
+              EXPECT_TRUE(ReadAttribute(reader, L"exp", d));
+              EXPECT_EQ(-2500.0, d);
+              std::int64_t wide = 0;
+              EXPECT_TRUE(ReadAttribute(reader, L"big", wide));
+              EXPECT_EQ(99999999999, wide);
+          });
+}
+
+TEST(ReadAttribute, ReferenceIdentifiersReadLikeAStreamExtraction)
+{
+    Probe(R"(<a id=" 12abc" none="abc" neg="-2" huge="99999999999" blank="  "/>)",
+          [](MSAXReader& reader)
+          {
+              tReferenceID id;
+              EXPECT_TRUE(ReadAttribute(reader, L"id", id));
+              EXPECT_EQ(12, int(id));
+              EXPECT_TRUE(ReadAttribute(reader, L"none", id));
+              EXPECT_EQ(0, int(id));
+              EXPECT_TRUE(ReadAttribute(reader, L"neg", id));
+              EXPECT_EQ(-2, int(id));
+              EXPECT_TRUE(ReadAttribute(reader, L"huge", id));
+              EXPECT_EQ(INT_MAX, int(id));
+              tReferenceID untouched = 5;
+              EXPECT_TRUE(ReadAttribute(reader, L"blank", untouched));
+              EXPECT_EQ(5, int(untouched));
+              EXPECT_FALSE(ReadAttribute(reader, L"missing", untouched));
+              EXPECT_EQ(5, int(untouched));
+          });
+}
+
+TEST(ReadAttribute, IdentifierListsAppendAndATrailingBlankAddsUndefined)
+{
+    Probe(R"(<a three="1 2 3" trailing="1 2 3 " bad="4 x 5" empty=""/>)",
+          [](MSAXReader& reader)
+          {
+              std::vector<tReferenceID> ids;
+              EXPECT_TRUE(ReadAttribute(reader, L"three", ids));
+              ASSERT_EQ(3u, ids.size());
+              EXPECT_EQ(3, int(ids[2]));
+
+              ids.clear();
+              EXPECT_TRUE(ReadAttribute(reader, L"trailing", ids));
+              ASSERT_EQ(4u, ids.size());
+              EXPECT_FALSE(ids[3].IsDefined());
+
+              EXPECT_TRUE(ReadAttribute(reader, L"three", ids));
+              EXPECT_EQ(7u, ids.size()); // appended, not replaced
+
+              ids.clear();
+              EXPECT_TRUE(ReadAttribute(reader, L"bad", ids)); // ends, never loops
+              ASSERT_EQ(2u, ids.size());
+              EXPECT_EQ(4, int(ids[0]));
+              EXPECT_EQ(0, int(ids[1]));
+
+              ids.clear();
+              EXPECT_TRUE(ReadAttribute(reader, L"empty", ids));
+              EXPECT_TRUE(ids.empty());
+          });
+}
+
+TEST(ReadHelper, ChildScopeSeesPrefixesOfItsAncestors)
+{
+    ISAXReadHelper parent;
+    parent.AddNamespace(L"m", L"urn:materials");
+    ISAXReadHelper child(&parent);
+    std::wstring uri;
+    EXPECT_TRUE(child.GetNamespaceURI(L"m", uri));
+    EXPECT_EQ(L"urn:materials", uri);
+    ISAXReadHelper orphan(nullptr);
+    EXPECT_FALSE(orphan.GetNamespaceURI(L"m", uri));
+}
+
+TEST(XMLWriteHandler, IdentifiersPrintAsIntegersAndUndefinedThrows)
+{
+    PackageWriteContext context;
+    Formatter format(&context);
+    EXPECT_EQ(L"0", format.FormatID(0));
+    EXPECT_EQ(L"-2", format.FormatID(-2));
+    EXPECT_EQ(L"-2147483648", format.FormatID(INT_MIN));
+    try
+    {
+        format.FormatID(tReferenceID());
+        FAIL() << "no exception";
+    }
+    catch (std::logic_error const& e)
+    {
+        EXPECT_STREQ("Undefined reference identifier.", e.what());
+    }
+}
+
+TEST(XMLWriteHandler, ValuesPrintExactlyAsPrintfDoes)
+{
+    PackageWriteContext context;
+    Formatter format(&context);
+    EXPECT_EQ(L"1.5000", format.FormatValueFileUnits(1.5, 4));
+    EXPECT_EQ(L"-0.0000", format.FormatValueFileUnits(-0.00004, 4));
+    for (double value :
+         {0.0, -0.0, 0.00005, 1.00005, 2.00015, -3.14159265, 123456.789049999, 1e-10, 2.5, 0.5, 1e50, -1e50})
+    {
+        for (int precision : {0, 4, 8})
+        {
+            EXPECT_EQ(Printf(value, precision), format.FormatValueFileUnits(value, precision)) << value;
+        }
+    }
+    std::mt19937_64 random(7);
+    std::uniform_real_distribution<double> coordinates(-1e6, 1e6);
+    for (int i = 0; i < 2000; ++i)
+    {
+        double const value = coordinates(random);
+        ASSERT_EQ(Printf(value, 4), format.FormatValueFileUnits(value, 4)) << value;
+    }
+}
+
+TEST(XMLWriteHandler, TextBeyondSixtyTwoCharactersIsAnError)
+{
+    PackageWriteContext context;
+    Formatter format(&context);
+    // 58 digits, the point and four decimals: 63 characters, one too many.
+    EXPECT_EQ(L"<error>", Printf(1e57, 4));
+    for (double value : {1e57, 1e300})
+    {
+        try
+        {
+            format.FormatValueFileUnits(value, 4);
+            FAIL() << "no exception for " << value;
+        }
+        catch (std::runtime_error const& e)
+        {
+            EXPECT_STREQ("Error formatting a value.", e.what());
+        }
+    }
+    EXPECT_EQ(Printf(1e56, 4), format.FormatValueFileUnits(1e56, 4));
+}
+
+TEST(XMLWriteHandler, InternalUnitsAndTheSharedScratchString)
+{
+    PackageWriteContext context;
+    Formatter format(&context);
+    double const perMillimetre = OndSDK::Common::MInternalUnits::Get();
+    EXPECT_EQ(L"1.5000", format.FormatValueInternalUnits(int(1.5 * perMillimetre), tUnits()));
+    EXPECT_EQ(L"-1.0000", format.FormatValueInternalUnits(int(-25.4 * perMillimetre), tUnits(L"inch")));
+    std::wstring const& first = format.FormatID(1);
+    format.FormatID(22);
+    EXPECT_EQ(L"22", first); // one buffer: the first reference shows the second text
+    EXPECT_EQ(&context.m_formatBuffer, &first);
+}
+
+TEST(XMLNames, PrefixedElementsAndAttributes)
+{
+    struct Root : ISAXWriteHelper
+    {
+        bool Write(MSAXWriter& writer) const override
+        {
+            std::wstring const prefix = L"p";
+            std::wstring const empty;
+            WriteAttributeNS(writer, L"plain", L"1", nullptr);
+            WriteAttributeNS(writer, L"UUID", L"2", &prefix);
+            WriteAttributeNS(writer, L"same", L"3", &empty);
+            {
+                MSAXTagWriterNS element(writer, L"slice", L"s");
+            }
+            MSAXTagWriterNS undeclared(writer, L"thing", L"");
+            return true;
+        }
+    };
+    std::ostringstream out;
+    OndAM::SaxUtilities::WriteOptions options;
+    options.m_rootElement = L"model";
+    ASSERT_TRUE(OndAM::SaxUtilities::WriteStream(out, Root(), options));
+    EXPECT_NE(std::string::npos,
+              out.str().find(R"(<model plain="1" p:UUID="2" same="3"><s:slice/><:thing/>)"))
+        << out.str();
+}
