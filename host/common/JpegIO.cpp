@@ -35,11 +35,25 @@ void OnJpegMessage(j_common_ptr info, int level)
     }
 }
 
+// A progressive file may hold any number of scans, each a full pass over the
+// image; a crafted one keeps the decoder busy for hours. Real files have a
+// dozen or so.
+constexpr int kMaxScans = 500;
+
+void OnJpegProgress(j_common_ptr info)
+{
+    if (info->is_decompressor && reinterpret_cast<j_decompress_ptr>(info)->input_scan_number > kMaxScans)
+    {
+        OnJpegError(info);
+    }
+}
+
 // What a decode builds, outside the function that libjpeg jumps back to.
 struct JpegReadState
 {
     jpeg_decompress_struct info{};
     JpegErrorManager error{};
+    jpeg_progress_mgr progress{};
     ImageBitmap bitmap;
     std::vector<JSAMPLE> cmykRow;
 };
@@ -76,6 +90,8 @@ bool DecodeJpeg(std::FILE* file, JpegReadState* state)
         return false;
     }
     jpeg_create_decompress(info);
+    state->progress.progress_monitor = OnJpegProgress;
+    info->progress = &state->progress;
     jpeg_stdio_src(info, file);
     jpeg_read_header(info, TRUE);
     if (std::uint64_t(info->image_width) * info->image_height > ImageBitmap::kMaxPixels)
