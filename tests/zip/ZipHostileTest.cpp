@@ -172,3 +172,35 @@ TEST(ZipHostile, ExtractionWritesOnlyTheTarget)
     EXPECT_FALSE(std::filesystem::exists(folder / "escaped.txt"));
     EXPECT_FALSE(std::filesystem::exists(folder / "inner" / "escaped.txt"));
 }
+
+// Damage anywhere, headers and directory included, gives an archive that
+// doesn't open, an entry that fails with MGeneric, or bytes: never a crash.
+TEST(ZipHostile, DamageAnywhere)
+{
+    TemporaryFolder folder;
+    OneEntry entry(folder, -1);
+    std::mt19937 random(11);
+    std::uniform_int_distribution<std::size_t> position(0, entry.m_bytes.size() - 1);
+    for (int attempt = 0; attempt < 300; ++attempt)
+    {
+        std::string bytes = entry.m_bytes;
+        for (int flip = 0; flip < 3; ++flip)
+        {
+            bytes[position(random)] = static_cast<char>(random());
+        }
+        std::filesystem::path const path = folder / "damaged.zip";
+        WriteFile(path, bytes);
+        MZipArchive archive(false);
+        MZipArchive::MZipFileInfo info;
+        if (archive.OpenArchiveRead(path.wstring().c_str()) && archive.GetFileInfo("entry", info))
+        {
+            try
+            {
+                ReadEntry(new ReadBufferFromZip(&archive, L"entry"));
+            }
+            catch (MZipArchiveError::MGeneric const&)
+            {
+            }
+        }
+    }
+}
