@@ -38,4 +38,17 @@ bool ParseNumber(std::string_view text, T& value)
     value = parsed;
     return true;
 }
+
+// The same for a null-terminated value, as the parser delivers them. Values
+// are short, so measuring them inline is cheaper than a call to strlen.
+template <typename T>
+bool ParseNumber(char const* text, T& value)
+{
+    std::size_t length = 0;
+    while (text[length] != '\0')
+    {
+        ++length;
+    }
+    return ParseNumber(std::string_view(text, length), value);
+}
 } // namespace OndSAX

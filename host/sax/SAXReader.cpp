@@ -18,18 +18,25 @@ constexpr int kBlockSize = 256 * 1024;
 // are ASCII in practice; they are widened without the general conversion.
 void SetTag(std::wstring& target, char const* name)
 {
-    std::size_t const length = std::strlen(name);
-    target.resize(length);
-    for (std::size_t i = 0; i < length; ++i)
+    std::size_t i = 0;
+    for (; name[i] != '\0'; ++i)
     {
         auto const c = static_cast<unsigned char>(name[i]);
         if (c >= 0x80)
         {
-            target = StringConversion::ConvertUTF8ToNative(name, length);
+            target = StringConversion::ConvertUTF8ToNative(name, std::strlen(name));
             return;
         }
-        target[i] = static_cast<wchar_t>(c);
+        if (i < target.size())
+        {
+            target[i] = static_cast<wchar_t>(c);
+        }
+        else
+        {
+            target.push_back(static_cast<wchar_t>(c));
+        }
     }
+    target.resize(i);
 }
 } // namespace
 
@@ -39,23 +46,54 @@ ISAXReader::~ISAXReader() = default;
 
 char const* ISAXReader::FindAttribute(std::wstring const& name)
 {
-    if (m_attributes == nullptr)
+    if (m_attributes == nullptr || m_attributes[0] == nullptr)
     {
         return nullptr;
     }
-    m_nameBuffer.resize(name.size());
-    for (std::size_t i = 0; i < name.size(); ++i)
+    // Attributes are mostly read in the order they were written, so the
+    // search starts behind the attribute found last and wraps around.
+    if (m_attributes[m_nextAttribute] == nullptr)
     {
-        if (static_cast<std::uint32_t>(name[i]) >= 0x80)
-        {
-            m_nameBuffer = StringConversion::ConvertNativeToUTF8(name);
-            break;
-        }
-        m_nameBuffer[i] = static_cast<char>(name[i]);
+        m_nextAttribute = 0;
     }
+    std::size_t const length = name.size();
+    std::size_t index = m_nextAttribute;
+    do
+    {
+        // Names are ASCII in practice and match byte for byte, which beats
+        // converting the name and calling strcmp.
+        char const* const candidate = m_attributes[index];
+        std::size_t i = 0;
+        while (i < length &&
+               static_cast<unsigned char>(candidate[i]) == static_cast<std::uint32_t>(name[i]) &&
+               static_cast<std::uint32_t>(name[i]) < 0x80)
+        {
+            ++i;
+        }
+        if (i < length && static_cast<std::uint32_t>(name[i]) >= 0x80)
+        {
+            return FindAttributeUTF8(name);
+        }
+        if (i == length && candidate[i] == '\0')
+        {
+            m_nextAttribute = index + 2;
+            return m_attributes[index + 1];
+        }
+        index += 2;
+        if (m_attributes[index] == nullptr)
+        {
+            index = 0;
+        }
+    } while (index != m_nextAttribute);
+    return nullptr;
+}
+
+char const* ISAXReader::FindAttributeUTF8(std::wstring const& name)
+{
+    m_nameBuffer = StringConversion::ConvertNativeToUTF8(name);
     for (char const* const* attribute = m_attributes; *attribute != nullptr; attribute += 2)
     {
-        if (std::strcmp(*attribute, m_nameBuffer.c_str()) == 0)
+        if (m_nameBuffer == *attribute)
         {
             return attribute[1];
         }
@@ -208,7 +246,7 @@ std::map<std::wstring, std::wstring> const& MSAXReader::GetAttributes()
     if (!m_attributeMapValid)
     {
         m_attributeMap.clear();
-        for (char const* const* attribute = m_attributes; attribute != nullptr && *attribute != nullptr;
+        for (char const* const* attribute = RawAttributes(); attribute != nullptr && *attribute != nullptr;
              attribute += 2)
         {
             m_attributeMap.emplace(
@@ -263,8 +301,11 @@ void MSAXReader::OnStart(char const* name, char const** attributes)
         // No character data can follow: hand the tag over with the parser's
         // own attribute list and save the copy.
         m_text.clear();
-        m_attributes = attributes;
+        SetAttributes(attributes);
         Dispatch(name);
+        // The parser reports the end of this element next, under the same
+        // name, unless the element was skipped.
+        m_tagIsCurrent = m_skipping == 0;
     }
     else
     {
@@ -289,7 +330,11 @@ void MSAXReader::OnEnd(char const* name)
         }
     }
     DropHandlersAbove(m_depth - 1);
-    SetTag(m_tag, name);
+    if (!m_tagIsCurrent)
+    {
+        SetTag(m_tag, name);
+    }
+    m_tagIsCurrent = false;
     m_handlers.back().handler->HandleEndTag(m_tag);
     DropHandlersAbove(m_depth - 1);
     --m_depth;
@@ -364,7 +409,7 @@ void MSAXReader::DispatchHeldStartTag()
 {
     m_holding = false;
     XML_SetCharacterDataHandler(m_parser, nullptr);
-    m_attributes = m_heldAttributes.data();
+    SetAttributes(m_heldAttributes.data());
     Dispatch(m_heldName.c_str());
 }
 
@@ -374,7 +419,7 @@ void MSAXReader::Dispatch(char const* name)
     m_attributeMapValid = false;
     ++m_depth;
     bool const taken = m_handlers.back().handler->HandleTag(m_tag, *this);
-    m_attributes = nullptr;
+    SetAttributes(nullptr);
     if (!taken)
     {
         DropHandlersAbove(m_depth - 1);

@@ -45,7 +45,7 @@ public:
     bool ReadAttribute(T& value, std::wstring const& name)
     {
         char const* const text = FindAttribute(name);
-        return text != nullptr && ParseNumber(std::string_view(text), value);
+        return text != nullptr && ParseNumber(text, value);
     }
 
     // The raw attributes of the current start tag: name, value, name, value,
@@ -56,10 +56,19 @@ protected:
     // The UTF-8 value of the attribute called `name` in the current start
     // tag, or nullptr.
     char const* FindAttribute(std::wstring const& name);
-
-    char const* const* m_attributes = nullptr;
+    // The general case, for a name with characters beyond ASCII.
+    char const* FindAttributeUTF8(std::wstring const& name);
+    // Sets the attribute list of the start tag now being handled.
+    void SetAttributes(char const* const* attributes)
+    {
+        m_attributes = attributes;
+        m_nextAttribute = 0;
+    }
 
 private:
+    char const* const* m_attributes = nullptr;
+    std::size_t m_nextAttribute = 0;
+
     std::string m_nameBuffer;
 };
 } // namespace OndSAX
@@ -145,6 +154,8 @@ private:
     std::vector<char const*> m_heldAttributes;
 
     std::wstring m_tag;
+    // m_tag already holds the name of the next end tag.
+    bool m_tagIsCurrent = false;
     std::map<std::wstring, std::wstring> m_attributeMap;
     bool m_attributeMapValid = false;
 };
