@@ -1,0 +1,152 @@
+#include "MeshTestSupport.h"
+
+#include "triangles/MStlBase.h"
+#include "triangles/MStlChunk.h"
+
+#include <gtest/gtest.h>
+
+TEST(MeshStorage, BuildsAndWalksPointsAndTriangles)
+{
+    MStlBase stl;
+    EXPECT_EQ(0u, stl.NumberOfPoints());
+    EXPECT_TRUE(stl.BeginTriangle() == stl.EndTriangle());
+    std::vector<MStlPoint*> p = MakePyramid(stl);
+    EXPECT_EQ(5u, stl.NumberOfPoints());
+    EXPECT_EQ(5u, stl.GetNumberOfPoints());
+    EXPECT_EQ(6u, stl.GetNumberOfTriangles());
+
+    std::uint32_t index = 0;
+    for (auto it = stl.BeginPoint(); it != stl.EndPoint(); ++it, ++index)
+    {
+        EXPECT_EQ(index, it->GetIndex());
+        EXPECT_EQ(p[index], &*it);
+    }
+    EXPECT_EQ(10000, p[2]->GetX());
+    EXPECT_EQ(7071, p[4]->GetZ());
+    EXPECT_FLOAT_EQ(0.7071f, p[4]->GetZMMf());
+    EXPECT_FLOAT_EQ(1.0f, p[1]->GetXMMf());
+    MMPoint3d<double> const asDouble = *p[4];
+    EXPECT_EQ(MMPoint3d<double>(5000, 5000, 7071), asDouble);
+
+    // The apex is in the four sides, point 0 in two sides and both base halves.
+    EXPECT_EQ(4, p[4]->GetUseCount());
+    EXPECT_EQ(4, p[0]->GetUseCount());
+    EXPECT_EQ(3, p[1]->GetUseCount());
+    MStlPoint* lonely = stl.AddPoint(1, 2, 3, false);
+    EXPECT_EQ(0, lonely->GetUseCount());
+
+    std::vector<std::uint32_t> const corners = Corners(stl);
+    ASSERT_EQ(18u, corners.size());
+    EXPECT_EQ((std::vector<std::uint32_t>{0, 3, 2}),
+              std::vector<std::uint32_t>(corners.begin() + 15, corners.end()));
+    MStlTriangle* first = stl.BeginTriangle();
+    EXPECT_EQ(0u, first->GetIndex());
+    EXPECT_EQ(&stl.TriangleAt(0), first);
+    EXPECT_EQ(5u, stl.TriangleAt(5).GetIndex());
+}
+
+TEST(MeshStorage, RefusesTrianglesItCannotMake)
+{
+    MStlBase stl;
+    MStlBase other;
+    MStlPoint* a = stl.AddPoint(0, 0, 0);
+    MStlPoint* b = stl.AddPoint(1, 0, 0);
+    MStlPoint* c = stl.AddPoint(0, 1, 0);
+    MStlPoint* foreign = other.AddPoint(0, 0, 1);
+    EXPECT_EQ(nullptr, stl.AddTriangle(a, b, nullptr));
+    EXPECT_EQ(nullptr, stl.AddTriangle(a, b, a));
+    EXPECT_EQ(nullptr, stl.AddTriangle(a, b, foreign));
+    EXPECT_EQ(0u, stl.GetNumberOfTriangles());
+    EXPECT_EQ(0, a->GetUseCount());
+    // Zero area is not this host's concern.
+    MStlPoint* d = stl.AddPoint(0, 0, 0);
+    EXPECT_NE(nullptr, stl.AddTriangle(a, d, c));
+    EXPECT_NE(nullptr, stl.AddTriangle(a, b, c));
+}
+
+TEST(MeshStorage, ElementsKeepTheirAddressesAcrossManyChunks)
+{
+    MStlBase stl;
+    std::int32_t const xyz[3] = {7, 8, 9};
+    MStlPoint* first = stl.AddPoint(xyz, true);
+    std::vector<MStlPoint*> points{first};
+    // Several chunks' worth, so that indices and chunks are crossed.
+    for (std::int32_t i = 1; i < 20000; ++i)
+    {
+        points.push_back(stl.AddPoint(i, -i, 2 * i));
+    }
+    std::vector<MStlTriangle*> triangles;
+    for (std::size_t i = 0; i + 2 < points.size(); ++i)
+    {
+        triangles.push_back(stl.AddTriangle(points[i], points[i + 1], points[i + 2]));
+    }
+    EXPECT_EQ(7, first->GetX());
+    EXPECT_EQ(9, first->GetZ());
+    for (std::uint32_t i = 0; i < points.size(); i += 997)
+    {
+        EXPECT_EQ(i, points[i]->GetIndex());
+        EXPECT_EQ(points[i], &stl.PointAt(i));
+    }
+    std::uint32_t index = 0;
+    for (auto it = stl.BeginTriangle(); it != stl.EndTriangle(); ++it, ++index)
+    {
+        ASSERT_EQ(triangles[index], static_cast<MStlTriangle*>(it));
+        ASSERT_EQ(index, it->GetIndex());
+        ASSERT_EQ(index + 2, it->GetPointIndex(2));
+    }
+    EXPECT_EQ(3, points[5000]->GetUseCount());
+}
+
+TEST(MeshStorage, UseCounterStopsAtItsLimit)
+{
+    MStlBase stl;
+    MStlPoint* hub = stl.AddPoint(0, 0, 0);
+    MStlPoint* previous = stl.AddPoint(1, 0, 0);
+    for (int i = 0; i < 70000; ++i)
+    {
+        MStlPoint* next = stl.AddPoint(2 + i, 1, 0);
+        stl.AddTriangle(hub, previous, next);
+        previous = next;
+    }
+    EXPECT_EQ(65535, hub->GetUseCount());
+}
+
+TEST(MeshStorage, ColoursCostNothingUntilSet)
+{
+    MStlBase stl;
+    MakePyramid(stl);
+    EXPECT_FALSE(stl.HasTriangleColors());
+    MStlTriangle& t = stl.TriangleAt(3);
+    EXPECT_FALSE(t.GetColor().IsDefined());
+    t.SetColor(MStlColor());
+    EXPECT_FALSE(stl.HasTriangleColors());
+    t.SetRGB(0x00332211);
+    EXPECT_TRUE(stl.HasTriangleColors());
+    EXPECT_TRUE(t.GetColor().IsDefined());
+    EXPECT_EQ(0x00332211u, t.GetColor().GetRGB());
+    EXPECT_FALSE(stl.TriangleAt(2).GetColor().IsDefined());
+    t.SetColor(MStlColor());
+    EXPECT_FALSE(t.GetColor().IsDefined());
+}
+
+TEST(MeshStorage, NameMaterialAndPartFlags)
+{
+    MStlBase stl;
+    EXPECT_EQ(L"", stl.GetName());
+    stl.SetName(L"bracket");
+    EXPECT_EQ(L"bracket", stl.GetName());
+    stl.SetName(nullptr);
+    EXPECT_EQ(L"", stl.GetName());
+    EXPECT_FALSE(stl.m_partIsSupport);
+    EXPECT_FALSE(stl.m_partIsSolid);
+    stl.m_partIsSupport = true;
+    stl.GetMaterial().SetRGB(0x00FF8000);
+    stl.SetName(L"support");
+    MStlBase copy(stl);
+    EXPECT_TRUE(copy.m_partIsSupport);
+    EXPECT_FALSE(copy.m_partIsSolid);
+    EXPECT_EQ(0x00FF8000u, copy.GetMaterial().GetRGB());
+    EXPECT_EQ(L"support", copy.GetName());
+    copy.m_partIsSolid = true;
+    EXPECT_FALSE(stl.m_partIsSolid);
+}

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "triangles/MStlBase.h"
+
+#include "common/MMTransformMatrix.h"
+
+#include <cstdint>
+#include <vector>
+
+// A square pyramid: 5 points, 6 triangles (4 sides, 2 for the base).
+inline std::vector<MStlPoint*> MakePyramid(MStlBase& stl, std::int32_t offset = 0)
+{
+    std::vector<MStlPoint*> p;
+    p.push_back(stl.AddPoint(offset + 0, 0, 0, true));
+    p.push_back(stl.AddPoint(offset + 10000, 0, 0, true));
+    p.push_back(stl.AddPoint(offset + 10000, 10000, 0, true));
+    p.push_back(stl.AddPoint(offset + 0, 10000, 0, true));
+    p.push_back(stl.AddPoint(offset + 5000, 5000, 7071, true));
+    int const faces[6][3] = {{0, 1, 4}, {1, 2, 4}, {2, 3, 4}, {3, 0, 4}, {0, 2, 1}, {0, 3, 2}};
+    for (auto const& face : faces)
+    {
+        stl.AddTriangle(p[face[0]], p[face[1]], p[face[2]], nullptr);
+    }
+    return p;
+}
+
+inline std::vector<MMVector<std::int32_t, 3>> Coordinates(MStlBase const& stl)
+{
+    std::vector<MMVector<std::int32_t, 3>> result;
+    for (auto it = stl.BeginPoint(); it != stl.EndPoint(); ++it)
+    {
+        result.push_back(it->GetCoordinates());
+    }
+    return result;
+}
+
+inline std::vector<std::uint32_t> Corners(MStlBase const& stl)
+{
+    std::vector<std::uint32_t> result;
+    for (auto it = stl.BeginTriangle(); it != stl.EndTriangle(); ++it)
+    {
+        for (unsigned corner = 0; corner < 3; ++corner)
+        {
+            result.push_back(it->GetPointIndex(corner));
+        }
+    }
+    return result;
+}
+
+// A rotation by a third of a turn about an oblique axis with a translation:
+// nothing in it maps integers to integers.
+inline MMTransformMatrix MakeAwkwardTransform()
+{
+    MMTransformMatrix m;
+    double const r[3][3] = {{0.0, -0.8, 0.6}, {0.6, -0.48, -0.64}, {0.8, 0.36, 0.48}};
+    for (unsigned short row = 0; row < 3; ++row)
+    {
+        for (unsigned short column = 0; column < 3; ++column)
+        {
+            m.AccessElement(row, column) = r[row][column];
+        }
+    }
+    m.AccessElement(0, 3) = 1234.56;
+    m.AccessElement(1, 3) = -0.5;
+    m.AccessElement(2, 3) = 77.7;
+    m.VerifyAndSetClass();
+    m.ComputeInverse();
+    return m;
+}
