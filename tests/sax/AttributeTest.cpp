@@ -1,0 +1,179 @@
+#include "SaxTestSupport.h"
+
+#include "sax/SAXWriter.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+
+namespace
+{
+// Runs `check` inside HandleTag of the document element.
+void WithAttributes(std::string const& attributes, std::function<void(MSAXReader&)> const& check)
+{
+    struct Root : ISAXPersistHelper
+    {
+        std::function<void(MSAXReader&)> check;
+        bool called = false;
+        bool HandleTag(std::wstring const&, MSAXReader& reader) override
+        {
+            check(reader);
+            called = true;
+            return true;
+        }
+    } root;
+    root.check = check;
+    ASSERT_TRUE(Read("<e " + attributes + "/>", root)) << attributes;
+    ASSERT_TRUE(root.called);
+}
+
+template <typename T>
+void ExpectNumber(std::string const& text, T expected)
+{
+    WithAttributes("v=\"" + text + "\"",
+                   [&](MSAXReader& reader)
+                   {
+                       T value{};
+                       EXPECT_TRUE(reader.ReadAttribute(value, L"v")) << text;
+                       EXPECT_EQ(value, expected) << text;
+                   });
+}
+
+template <typename T>
+void ExpectNoNumber(std::string const& text)
+{
+    WithAttributes("v=\"" + text + "\"",
+                   [&](MSAXReader& reader)
+                   {
+                       T value = T(7);
+                       EXPECT_FALSE(reader.ReadAttribute(value, L"v")) << text;
+                       EXPECT_EQ(value, T(7)) << text;
+                   });
+}
+
+TEST(SaxAttributes, NumbersParse)
+{
+    ExpectNumber<int>("42", 42);
+    ExpectNumber<int>("-17", -17);
+    ExpectNumber<int>("+5", 5);
+    ExpectNumber<int>(" 12&#9;&#10;", 12);
+    ExpectNumber<std::int64_t>("-9000000000", -9000000000LL);
+    ExpectNumber<std::uint64_t>("18446744073709551615", std::numeric_limits<std::uint64_t>::max());
+    ExpectNumber<double>("-12.3456", -12.3456);
+    ExpectNumber<double>("1.5e3", 1500.0);
+    ExpectNumber<double>(".5", 0.5);
+    ExpectNumber<float>("-2.5E-2", -0.025f);
+}
+
+TEST(SaxAttributes, TextThatIsNoNumberReadsAsAbsent)
+{
+    for (char const* text : {"", " ", "abc", "12abc", "1 2", "1e3", "0x10", "+-1", "99999999999"})
+    {
+        ExpectNoNumber<int>(text);
+    }
+    ExpectNoNumber<std::uint64_t>("-1");
+    ExpectNoNumber<double>("1.5.2");
+    ExpectNoNumber<double>("1e999");
+    ExpectNoNumber<float>("nothing");
+}
+
+TEST(SaxAttributes, MissingAttributesAndStrings)
+{
+    WithAttributes("a=\"1\" p:b=\"Grüße 😀 &amp; &quot;\" größe=\"3\"",
+                   [](MSAXReader& reader)
+                   {
+                       int value = 9;
+                       EXPECT_FALSE(reader.ReadAttribute(value, L"missing"));
+                       EXPECT_FALSE(reader.ReadAttribute(value, L"b")); // the name is qualified
+                       EXPECT_EQ(value, 9);
+                       EXPECT_TRUE(reader.ReadAttribute(value, L"größe"));
+                       EXPECT_EQ(value, 3);
+                       // Look-ups in any order, twice over.
+                       EXPECT_TRUE(reader.ReadAttribute(value, L"a"));
+                       EXPECT_TRUE(reader.ReadAttribute(value, L"a"));
+                       EXPECT_EQ(value, 1);
+
+                       std::wstring text = L"old";
+                       EXPECT_FALSE(reader.GetAttributeString(text, L"missing"));
+                       EXPECT_TRUE(text.empty());
+                       EXPECT_TRUE(reader.GetAttributeString(text, L"p:b"));
+                       EXPECT_EQ(text, L"Grüße 😀 & \"");
+
+                       auto const& map = reader.GetAttributes();
+                       ASSERT_EQ(map.size(), 3u);
+                       EXPECT_EQ(map.at(L"p:b"), text);
+                       EXPECT_EQ(map.at(L"größe"), L"3");
+                   });
+}
+
+TEST(SaxAttributes, AttributesOfHeldStartTagsAndOfEachTag)
+{
+    // A start tag with content is held back until its text is complete; its
+    // attributes must survive that, and each tag has its own.
+    std::vector<std::wstring> seen;
+    std::vector<std::string> log;
+    Recorder root(log, "R");
+    root.onTag = [&](std::string const&, MSAXReader& reader)
+    {
+        std::wstring value;
+        reader.GetAttributeString(value, L"id");
+        seen.push_back(value + L"/" + std::to_wstring(reader.GetAttributes().size()));
+    };
+    ASSERT_TRUE(Read("<root id=\"r\"><a id=\"1\" x=\"\">text<b id=\"2\"/></a><c/></root>", root));
+    EXPECT_EQ(seen, (std::vector<std::wstring>{L"r/1", L"1/2", L"2/1", L"/0"}));
+}
+
+// Writes a value as attribute and as text, and reads both back.
+TEST(SaxAttributes, EscapingRoundTripsThroughWriterAndReader)
+{
+    std::wstring const value = L"a<b>&c\"d'e\n\tf\r\ng ü 😀 ]]> end";
+    struct Writer : ISAXPersistHelper
+    {
+        std::wstring value;
+        bool Write(MSAXWriter& writer) const override
+        {
+            writer.WriteAttribute(L"v", value);
+            writer.WriteAttribute("u", std::string_view("x<y&\"z\" ü\n"));
+            MSAXTagWriter text(writer, L"text");
+            writer.WriteText(value);
+            return true;
+        }
+    } writer;
+    writer.value = value;
+    for (std::int32_t style : {0, 1})
+    {
+        OndAM::SaxUtilities::WriteOptions options;
+        options.m_rootElement = L"root";
+        options.m_style = style;
+        std::ostringstream out;
+        ASSERT_TRUE(OndAM::SaxUtilities::WriteStream(out, writer, options));
+
+        std::wstring attribute, utf8Attribute, text;
+        struct Reader : ISAXPersistHelper
+        {
+            std::wstring *attribute, *utf8Attribute, *text;
+            bool HandleTag(std::wstring const& tag, MSAXReader& reader) override
+            {
+                if (tag == L"root")
+                {
+                    reader.GetAttributeString(*attribute, L"v");
+                    reader.GetAttributeString(*utf8Attribute, L"u");
+                }
+                else
+                {
+                    reader.GetText(*text);
+                }
+                return true;
+            }
+        } reader;
+        reader.attribute = &attribute;
+        reader.utf8Attribute = &utf8Attribute;
+        reader.text = &text;
+        ASSERT_TRUE(Read(out.str(), reader)) << out.str();
+        EXPECT_EQ(attribute, value);
+        EXPECT_EQ(utf8Attribute, L"x<y&\"z\" ü\n");
+        EXPECT_EQ(text, value);
+    }
+}
+} // namespace

@@ -1,0 +1,128 @@
+#include "SaxTestSupport.h"
+
+#include "common/StringConversion.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+
+namespace
+{
+using Log = std::vector<std::string>;
+
+// Reads a document that must be refused, and checks that nothing was leaked
+// and nothing was reported as loaded.
+void ExpectRefused(std::string const& document)
+{
+    Log log;
+    {
+        Recorder root(log, "R");
+        auto const start = std::chrono::steady_clock::now();
+        EXPECT_FALSE(Read(document, root)) << document.substr(0, 200);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    }
+    EXPECT_EQ(Recorder::s_live, 0);
+    EXPECT_EQ(std::count(log.begin(), log.end(), "R loaded"), 0);
+}
+
+TEST(SaxMalformedInput, BrokenDocumentsAreRefused)
+{
+    ExpectRefused("");
+    ExpectRefused("   ");
+    ExpectRefused("<root><push1><a></push1></root>");
+    ExpectRefused("<root><push1><push2>");
+    ExpectRefused("<root><push1 x=\"1");
+    ExpectRefused("<root>\x01</root>");
+    ExpectRefused("<root>\xC3\x28</root>");
+    ExpectRefused("<root a=\"1\" a=\"2\"/>");
+    ExpectRefused("<root/><second/>");
+    ExpectRefused("<root>&undefined;</root>");
+    // Broken after a large, well-formed start that spans input blocks.
+    ExpectRefused("<root><push1>" + std::string(600000, 'x') + "<</push1></root>");
+}
+
+TEST(SaxMalformedInput, EntityExpansionIsRefused)
+{
+    std::string bomb = "<?xml version=\"1.0\"?><!DOCTYPE lolz [<!ENTITY lol0 \"lol\">";
+    for (int i = 1; i <= 9; ++i)
+    {
+        bomb += "<!ENTITY lol" + std::to_string(i) + " \"";
+        for (int k = 0; k < 10; ++k)
+        {
+            bomb += "&lol" + std::to_string(i - 1) + ";";
+        }
+        bomb += "\">";
+    }
+    bomb += "]><root><text>&lol9;</text></root>";
+    ExpectRefused(bomb);
+    // A document type declaration is refused even when it is harmless.
+    ExpectRefused("<!DOCTYPE root><root/>");
+}
+
+TEST(SaxMalformedInput, ExternalEntitiesAreNeverLoaded)
+{
+    std::string const path = ::testing::TempDir() + "sax_external_entity.txt";
+    {
+        std::ofstream secret(path);
+        secret << "secret";
+    }
+    Log log;
+    {
+        Recorder root(log, "R");
+        EXPECT_FALSE(
+            Read("<!DOCTYPE root [<!ENTITY e SYSTEM \"file://" + path + "\">]><root><text>&e;</text></root>",
+                 root));
+        EXPECT_FALSE(Read("<!DOCTYPE root SYSTEM \"file://" + path + "\"><root><text/></root>", root));
+    }
+    for (std::string const& entry : log)
+    {
+        EXPECT_EQ(entry.find("secret"), std::string::npos);
+    }
+    std::remove(path.c_str());
+}
+
+TEST(SaxMalformedInput, FailingStreamIsRefused)
+{
+    Log log;
+    Recorder root(log, "R");
+    std::istringstream stream("<root/>");
+    stream.setstate(std::ios::badbit);
+    EXPECT_FALSE(OndAM::SaxUtilities::ReadStream(stream, root));
+}
+
+TEST(SaxMalformedInput, UTF16DocumentsWithByteOrderMarkRead)
+{
+    std::wstring const document = L"<?xml version=\"1.0\" encoding=\"UTF-16\"?><root><push1 "
+                                  L"n=\"ü😀\"><text1>Grüße</text1></push1></root>";
+    std::u16string const utf16 = StringConversion::ConvertNativeToUTF16(document.data(), document.size());
+    for (bool bigEndian : {false, true})
+    {
+        std::string bytes = bigEndian ? "\xFE\xFF" : "\xFF\xFE";
+        for (char16_t const unit : utf16)
+        {
+            char const high = static_cast<char>(unit >> 8), low = static_cast<char>(unit & 0xFF);
+            bytes += bigEndian ? std::string{high, low} : std::string{low, high};
+        }
+        Log log;
+        std::wstring attribute;
+        {
+            Recorder root(log, "R");
+            root.onTag = [&](std::string const& tag, MSAXReader& reader)
+            {
+                if (tag == "push1")
+                {
+                    reader.GetAttributeString(attribute, L"n");
+                }
+            };
+            ASSERT_TRUE(Read(bytes, root));
+        }
+        EXPECT_EQ(attribute, L"ü😀");
+        Log const expected = {"R<root",      "R<push1", "push1<text1", "push1 text Gr\xFC\xDF\x65",
+                              "push1>text1", "~push1",  "R>push1",     "R>root",
+                              "R loaded",    "~R"};
+        EXPECT_EQ(log, expected);
+    }
+}
+} // namespace
