@@ -3,12 +3,14 @@
 #include "triangles/IDataMask.h"
 #include "triangles/PagedArray.h"
 
+#include "common/OndExport.h"
+
 #include <cstdint>
 
 // Base of masks over elements of type T (MStlPoint or MStlTriangle), which
 // address an element by its dense index.
 template <typename T>
-class MDataMaskBase : public IDataMask
+class OND_EXPORT MDataMaskBase : public IDataMask
 {
 public:
     explicit MDataMaskBase(IDataMaskOwner* owner) : IDataMask(owner) {}
@@ -22,7 +24,7 @@ public:
 // added after the mask was made read the default until written, so a mask
 // may be made at any time in the life of its mesh.
 template <typename T, typename V>
-class MDataMask : public MDataMaskBase<T>
+class OND_EXPORT MDataMask : public MDataMaskBase<T>
 {
 public:
     explicit MDataMask(IDataMaskOwner* owner, V const& defaultValue = V())
@@ -34,8 +36,6 @@ public:
     V const& GetInfo(T const& element) const { return m_values.Get(this->IndexOf(element)); }
     V& GetInfo(std::uint32_t index) { return m_values.Ref(index); }
     V const& GetInfo(std::uint32_t index) const { return m_values.Get(index); }
-
-    V const& GetDefault() const { return m_values.GetDefault(); }
 
     IDataMask* Clone(IDataMaskOwner& owner) const override { return new MDataMask(*this, owner); }
 

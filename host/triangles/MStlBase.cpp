@@ -17,7 +17,7 @@ MStlBase::MStlBase(MStlBase const& other, std::shared_ptr<OndSDK::Common::IProgr
     }
     if (other.m_elementInfo)
     {
-        m_elementInfo.reset(new MStlBaseElementInfoStlDependency(*other.m_elementInfo, *this));
+        m_elementInfo.reset(new MStlBaseElementInfoStlDependency(other.m_elementInfo->m_info));
     }
     m_pointMasks.CloneMasksOf(other.m_pointMasks);
     m_triangleMasks.CloneMasksOf(other.m_triangleMasks);
@@ -37,6 +37,10 @@ std::wstring const& MStlBase::GetName() const
 
 MStlPoint* MStlBase::AddPoint(std::int32_t const* coordinates, bool merge)
 {
+    if (!coordinates)
+    {
+        return nullptr;
+    }
     return AddPoint(coordinates[0], coordinates[1], coordinates[2], merge);
 }
 

@@ -71,7 +71,7 @@ public:
     virtual void SetName(wchar_t const* name);
     virtual std::wstring const& GetName() const;
 
-    // Appends a point. Points are never merged, whatever `merge` says, so
+    // Appends a point (null for null coordinates). Points are never merged, whatever `merge` says, so
     // that adding is O(1) and points keep the order they were given in.
     virtual MStlPoint* AddPoint(std::int32_t const* coordinates, bool merge = false);
     virtual MStlPoint* AddPoint(std::int32_t x, std::int32_t y, std::int32_t z, bool merge = false);

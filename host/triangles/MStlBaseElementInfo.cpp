@@ -100,7 +100,7 @@ MStlBaseElementInfoStlDependency* MStlBaseElementInfoStlDependency::GetDependenc
     }
     if (!stl->m_elementInfo && create)
     {
-        stl->m_elementInfo.reset(new MStlBaseElementInfoStlDependency(*stl));
+        stl->m_elementInfo.reset(new MStlBaseElementInfoStlDependency);
     }
     return stl->m_elementInfo.get();
 }

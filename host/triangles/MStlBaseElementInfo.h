@@ -70,7 +70,7 @@ private:
     std::vector<MStlGraphEdgeThickness> m_thickness;
 };
 
-// What ties an MStlBaseElementInfo to its mesh.
+// What ties an MStlBaseElementInfo to its mesh, which owns it.
 class OND_EXPORT MStlBaseElementInfoStlDependency
 {
 public:
@@ -83,17 +83,12 @@ public:
 
     MStlBaseElementInfo& GetElementInfo() { return m_info; }
     MStlBaseElementInfo const& GetElementInfo() const { return m_info; }
-    MStlBase const* GetStl() const { return mp_stl; }
 
 private:
     friend class MStlBase;
 
-    explicit MStlBaseElementInfoStlDependency(MStlBase const& stl) : mp_stl(&stl) {}
-    MStlBaseElementInfoStlDependency(MStlBaseElementInfoStlDependency const& other, MStlBase const& stl)
-        : mp_stl(&stl), m_info(other.m_info)
-    {
-    }
+    MStlBaseElementInfoStlDependency() = default;
+    explicit MStlBaseElementInfoStlDependency(MStlBaseElementInfo const& info) : m_info(info) {}
 
-    MStlBase const* mp_stl;
     MStlBaseElementInfo m_info;
 };

@@ -22,12 +22,6 @@ public:
         ++m_index;
         return *this;
     }
-    MStlElementIterator operator++(int)
-    {
-        MStlElementIterator before = *this;
-        ++m_index;
-        return before;
-    }
     bool operator==(MStlElementIterator const& other) const { return m_index == other.m_index; }
     bool operator!=(MStlElementIterator const& other) const { return m_index != other.m_index; }
 

@@ -33,8 +33,6 @@ public:
     }
     PagedArray& operator=(PagedArray const&) = delete;
 
-    V const& GetDefault() const { return m_default; }
-
     V const& Get(std::uint32_t index) const
     {
         std::size_t const page = index >> kPageBits;

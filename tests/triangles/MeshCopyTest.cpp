@@ -114,7 +114,7 @@ TEST(MeshCopy, GraphsAndElementInformationAreCopied)
     MStlBaseElementInfoStlDependency* dependency =
         MStlBaseElementInfoStlDependency::GetDependency(&copy, false);
     ASSERT_NE(nullptr, dependency);
-    EXPECT_EQ(&copy, dependency->GetStl());
+    EXPECT_NE(MStlBaseElementInfoStlDependency::GetDependency(&original, false), dependency);
     MStlGraphEdge const& copiedEdge = copy.GetFeature().GetGraph(0)->GetEdge(0);
     EXPECT_EQ(300, dependency->GetElementInfo().GetEdgeThickness(copiedEdge).m_first);
     EXPECT_EQ(100, dependency->GetElementInfo().GetDefaultEdgeDiameter());
