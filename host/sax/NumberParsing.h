@@ -39,16 +39,25 @@ bool ParseNumber(std::string_view text, T& value)
     return true;
 }
 
-// The same for a null-terminated value, as the parser delivers them. Values
-// are short, so measuring them inline is cheaper than a call to strlen.
+// The same for a null-terminated value, as the parser delivers them. One
+// pass finds both the end and the trailing white space, cheaper than
+// strlen for such short values.
 template <typename T>
 bool ParseNumber(char const* text, T& value)
 {
-    std::size_t length = 0;
-    while (text[length] != '\0')
+    auto isSpace = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
+    while (isSpace(*text))
     {
-        ++length;
+        ++text;
     }
-    return ParseNumber(std::string_view(text, length), value);
+    char const* end = text;
+    for (char const* p = text; *p != '\0'; ++p)
+    {
+        if (!isSpace(*p))
+        {
+            end = p + 1;
+        }
+    }
+    return ParseNumber(std::string_view(text, static_cast<std::size_t>(end - text)), value);
 }
 } // namespace OndSAX

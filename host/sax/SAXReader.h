@@ -33,7 +33,9 @@ public:
     virtual void GetText(std::wstring& out) = 0;
     // The attributes of the current start tag, keyed by qualified name.
     virtual std::map<std::wstring, std::wstring> const& GetAttributes() = 0;
-    // The number of input bytes up to the end of the current markup.
+    // The number of input bytes up to the end of the current markup. For a
+    // start tag that was held back for its text (see MSAXReader), that is
+    // the markup which ended the text.
     virtual std::int64_t GetPosition() = 0;
     // One attribute as text; `out` is empty and the result false if missing.
     virtual bool GetAttributeString(std::wstring& out, std::wstring const& name) = 0;

@@ -206,7 +206,8 @@ void MSAXWriter::EndElement()
     std::string_view const name = std::string_view(m_names).substr(element.nameStart);
     // Closing never hands data to the stream, so that a closing scope cannot
     // throw: the buffer grows instead when it is full.
-    std::size_t const needed = name.size() + 4 + 2 * m_open.size();
+    // Line break, indentation, "</", name, ">" and the final line break.
+    std::size_t const needed = name.size() + 5 + 2 * m_open.size();
     if (m_used + needed > m_buffer.size())
     {
         m_buffer.resize(m_used + needed);
