@@ -18,25 +18,18 @@ constexpr int kBlockSize = 256 * 1024;
 // are ASCII in practice; they are widened without the general conversion.
 void SetTag(std::wstring& target, char const* name)
 {
-    std::size_t i = 0;
-    for (; name[i] != '\0'; ++i)
+    std::size_t const length = std::strlen(name);
+    target.resize(length);
+    for (std::size_t i = 0; i < length; ++i)
     {
         auto const c = static_cast<unsigned char>(name[i]);
         if (c >= 0x80)
         {
-            target = StringConversion::ConvertUTF8ToNative(name, std::strlen(name));
+            target = StringConversion::ConvertUTF8ToNative(name, length);
             return;
         }
-        if (i < target.size())
-        {
-            target[i] = static_cast<wchar_t>(c);
-        }
-        else
-        {
-            target.push_back(static_cast<wchar_t>(c));
-        }
+        target[i] = static_cast<wchar_t>(c);
     }
-    target.resize(i);
 }
 } // namespace
 
@@ -430,7 +423,7 @@ void MSAXReader::Dispatch(char const* name)
 
 void MSAXReader::DropHandlersAbove(std::size_t depth)
 {
-    while (m_handlers.size() > 1 && m_handlers.back().depth > depth)
+    while (m_handlers.back().depth > depth)
     {
         ISAXPersist* const handler = m_handlers.back().handler;
         m_handlers.pop_back();
