@@ -1,24 +1,9 @@
 #include "triangles/MGuid.h"
 
+#include "common/HexDigit.h"
+
 namespace
 {
-int HexValue(wchar_t c)
-{
-    if (c >= L'0' && c <= L'9')
-    {
-        return c - L'0';
-    }
-    if (c >= L'a' && c <= L'f')
-    {
-        return c - L'a' + 10;
-    }
-    if (c >= L'A' && c <= L'F')
-    {
-        return c - L'A' + 10;
-    }
-    return -1;
-}
-
 bool IsBlank(wchar_t c)
 {
     return c == L' ' || c == L'\t' || c == L'\r' || c == L'\n';
@@ -69,7 +54,7 @@ bool MGuid::SetString(std::wstring const& text)
             }
             continue;
         }
-        int const value = HexValue(c);
+        int const value = OndSDK::Common::HexDigitValue(c);
         if (value < 0)
         {
             return false;

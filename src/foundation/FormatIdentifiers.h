@@ -4,8 +4,8 @@
 // relationship types, content types, part names, folders and extensions.
 // Every comparison against them is exact and whole-string.
 
-// The three schema roots. The 3MF and OPC roots are those of the published
-// specifications; the vendor root is ours.
+// The three schema roots. The 3MF and OPC roots are those that real files
+// use; the vendor root is ours.
 #define FORMAT3MF_ROOT_3MF L"http://schemas.microsoft.com"
 #define FORMAT3MF_ROOT_OPC L"http://schemas.openxmlformats.org"
 #define FORMAT3MF_ROOT_VENDOR L"http://schemas.ondsdk.com"

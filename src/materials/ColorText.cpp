@@ -1,37 +1,21 @@
 #include "format3mf/ColorText.h"
 
+#include "common/HexDigit.h"
+
 namespace Format_3MF
 {
 namespace
 {
-// The value of a hexadecimal digit, or -1.
-int HexDigit(wchar_t c)
-{
-    if (c >= L'0' && c <= L'9')
-    {
-        return c - L'0';
-    }
-    if (c >= L'a' && c <= L'f')
-    {
-        return c - L'a' + 10;
-    }
-    if (c >= L'A' && c <= L'F')
-    {
-        return c - L'A' + 10;
-    }
-    return -1;
-}
-
 // Two characters read as one hexadecimal number, stopping at the first
 // character that isn't a digit.
 unsigned int DecodePair(wchar_t first, wchar_t second)
 {
-    int const high = HexDigit(first);
+    int const high = OndSDK::Common::HexDigitValue(first);
     if (high < 0)
     {
         return 0;
     }
-    int const low = HexDigit(second);
+    int const low = OndSDK::Common::HexDigitValue(second);
     if (low < 0)
     {
         return static_cast<unsigned int>(high);
