@@ -223,9 +223,18 @@ bool MSAXReader::Parse(std::istream& stream)
 
 void MSAXReader::PushHandler(ISAXPersist* child)
 {
-    if (child != nullptr)
+    if (child == nullptr)
+    {
+        return;
+    }
+    try
     {
         m_handlers.push_back({child, m_depth});
+    }
+    catch (...)
+    {
+        delete child;
+        throw;
     }
 }
 
@@ -253,10 +262,6 @@ std::map<std::wstring, std::wstring> const& MSAXReader::GetAttributes()
 
 std::int64_t MSAXReader::GetPosition()
 {
-    if (m_parser == nullptr)
-    {
-        return 0;
-    }
     std::int64_t const index = XML_GetCurrentByteIndex(m_parser);
     return index < 0 ? 0 : index + XML_GetCurrentByteCount(m_parser);
 }
@@ -413,6 +418,7 @@ void MSAXReader::Dispatch(char const* name)
     ++m_depth;
     bool const taken = m_handlers.back().handler->HandleTag(m_tag, *this);
     SetAttributes(nullptr);
+    m_attributeMapValid = false;
     if (!taken)
     {
         DropHandlersAbove(m_depth - 1);

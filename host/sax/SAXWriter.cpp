@@ -2,6 +2,7 @@
 
 #include "common/StringConversion.h"
 
+#include <algorithm>
 #include <cstring>
 #include <ostream>
 
