@@ -1,7 +1,7 @@
-#include "ImageWriters.h"
 #include "ScratchFolder.h"
 
 #include "common/ImageBitmapIO.h"
+#include "common/StdioFile.h"
 
 #include <gtest/gtest.h>
 
@@ -11,10 +11,9 @@
 #include <algorithm>
 #include <cstring>
 
-using OndSDK::Common::ImageBitmap;
-using OndSDK::Common::LoadJpeg;
-using OndSDK::Common::LoadPng;
-using OndSDK::Common::SavePng;
+#include <jpeglib.h>
+
+using namespace OndSDK::Common;
 
 namespace
 {
@@ -38,25 +37,48 @@ std::vector<std::uint8_t> Samples(ImageBitmap const& bitmap)
             bitmap.GetData() + std::size_t(bitmap.GetWidth()) * bitmap.GetHeight() * bitmap.GetChannels()};
 }
 
-std::vector<std::uint8_t> Repeat(std::vector<std::uint8_t> const& pixel, std::size_t count)
+// PNG forms the library never writes itself: palettes and 16-bit samples.
+// A 2 by 2 image.
+bool WritePng(std::wstring const& path, png_uint_32 format, void const* pixels,
+              std::vector<std::uint8_t> const& palette = {})
 {
-    std::vector<std::uint8_t> result;
-    for (std::size_t i = 0; i < count; ++i)
-    {
-        result.insert(result.end(), pixel.begin(), pixel.end());
-    }
-    return result;
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = image.height = 2;
+    image.format = format;
+    image.colormap_entries = static_cast<png_uint_32>(palette.size() / PNG_IMAGE_SAMPLE_CHANNELS(format));
+    return png_image_write_to_file(&image, StringConversion::ConvertNativeToUTF8(path).c_str(), 0, pixels, 0,
+                                   palette.empty() ? nullptr : palette.data()) != 0;
 }
 
-// Every sample within `tolerance`, for lossy JPEG.
-void ExpectNear(std::vector<std::uint8_t> const& expected, ImageBitmap const& bitmap, int tolerance)
+// A JPEG of 1 (grey), 3 (RGB) or 4 (CMYK, Adobe-inverted) components, every
+// pixel the same unless `samples` gives them all.
+void WriteJpeg(std::wstring const& path, std::uint32_t size, std::vector<std::uint8_t> samples)
 {
-    std::vector<std::uint8_t> const actual = Samples(bitmap);
-    ASSERT_EQ(expected.size(), actual.size());
-    for (std::size_t i = 0; i < expected.size(); ++i)
+    int const components = samples.size() > 4 ? 3 : static_cast<int>(samples.size());
+    for (std::size_t i = samples.size(); i < std::size_t(size) * size * components; ++i)
     {
-        ASSERT_NEAR(expected[i], actual[i], tolerance) << "sample " << i;
+        samples.push_back(samples[i - components]);
     }
+    StdioFile const file = OpenStdioFile(path, "wb");
+    jpeg_compress_struct info{};
+    jpeg_error_mgr error{};
+    info.err = jpeg_std_error(&error);
+    jpeg_create_compress(&info);
+    jpeg_stdio_dest(&info, file.get());
+    info.image_width = info.image_height = size;
+    info.input_components = components;
+    info.in_color_space = components == 1 ? JCS_GRAYSCALE : components == 3 ? JCS_RGB : JCS_CMYK;
+    jpeg_set_defaults(&info);
+    jpeg_set_quality(&info, 100, TRUE);
+    jpeg_start_compress(&info, TRUE);
+    while (info.next_scanline < info.image_height)
+    {
+        JSAMPROW row = samples.data() + std::size_t(info.next_scanline) * size * components;
+        jpeg_write_scanlines(&info, &row, 1);
+    }
+    jpeg_finish_compress(&info);
+    jpeg_destroy_compress(&info);
 }
 
 void PutBigEndian(std::vector<unsigned char>& bytes, std::size_t at, std::uint32_t value, int size)
@@ -71,9 +93,9 @@ void PutBigEndian(std::vector<unsigned char>& bytes, std::size_t at, std::uint32
 TEST(ImageBitmapIO, PngRoundTripKeepsChannels)
 {
     ScratchFolder folder;
+    std::wstring const path = folder.File("image.png");
     for (std::uint32_t channels = 1; channels <= 4; ++channels)
     {
-        std::wstring const path = folder.File("image" + std::to_string(channels) + ".png");
         ImageBitmap const original = Pattern(37, 11, channels);
         ASSERT_TRUE(SavePng(original, path));
         ImageBitmap loaded;
@@ -89,51 +111,45 @@ TEST(ImageBitmapIO, PngRoundTripKeepsChannels)
 TEST(ImageBitmapIO, PngPalettesAndDeepSamplesAreExpanded)
 {
     ScratchFolder folder;
+    std::wstring const path = folder.File("image.png");
     ImageBitmap bitmap;
-    std::vector<std::uint8_t> const indices = {0, 1, 2, 1};
-    std::wstring const path = folder.File("palette.png");
-    ASSERT_TRUE(ImageWriters::WritePalettePng(path, 2, 2, indices, {255, 0, 0, 0, 255, 0, 0, 0, 255}, false));
+    std::uint8_t const indices[] = {0, 1, 2, 1};
+    ASSERT_TRUE(WritePng(path, PNG_FORMAT_RGB_COLORMAP, indices, {255, 0, 0, 0, 255, 0, 0, 0, 255}));
     ASSERT_TRUE(LoadPng(bitmap, path));
     EXPECT_EQ((std::vector<std::uint8_t>{255, 0, 0, 0, 255, 0, 0, 0, 255, 0, 255, 0}), Samples(bitmap));
-
-    // A palette with transparency gives RGBA; alpha as stored.
-    ASSERT_TRUE(ImageWriters::WritePalettePng(path, 2, 2, indices,
-                                              {255, 0, 0, 255, 0, 255, 0, 128, 0, 0, 255, 0}, true));
+    // A palette with transparency gives RGBA, alpha as stored.
+    ASSERT_TRUE(
+        WritePng(path, PNG_FORMAT_RGBA_COLORMAP, indices, {255, 0, 0, 255, 0, 255, 0, 128, 0, 0, 255, 0}));
     ASSERT_TRUE(LoadPng(bitmap, path));
-    ASSERT_EQ(4u, bitmap.GetChannels());
-    EXPECT_EQ((std::vector<std::uint8_t>{255, 0, 0, 255}),
-              std::vector<std::uint8_t>(bitmap.GetData(), bitmap.GetData() + 4));
-    EXPECT_EQ(128, bitmap.GetData()[7]);
-    EXPECT_EQ(0, bitmap.GetData()[11]);
-
+    EXPECT_EQ((std::vector<std::uint8_t>{255, 0, 0, 255, 0, 255, 0, 128, 0, 0, 255, 0, 0, 255, 0, 128}),
+              Samples(bitmap));
     // 16-bit samples are scaled as stored, with no gamma correction.
-    ASSERT_TRUE(ImageWriters::Write16BitPng(path, 2, 1, {0xFFFF, 0, 0x8080, 0, 0xFFFF, 0x0101}));
+    std::uint16_t const deep[] = {0xFFFF, 0, 0x8080, 0, 0xFFFF, 0x0101, 0, 0, 0, 0, 0, 0};
+    ASSERT_TRUE(WritePng(path, PNG_FORMAT_LINEAR_RGB, deep));
     ASSERT_TRUE(LoadPng(bitmap, path));
-    EXPECT_EQ((std::vector<std::uint8_t>{255, 0, 128, 0, 255, 1}), Samples(bitmap));
+    EXPECT_EQ((std::vector<std::uint8_t>{255, 0, 128, 0, 255, 1, 0, 0, 0, 0, 0, 0}), Samples(bitmap));
 }
 
 TEST(ImageBitmapIO, JpegGivesGreyRgbAndConvertedCmyk)
 {
     ScratchFolder folder;
-    ImageBitmap bitmap;
     std::wstring const path = folder.File("image.jpg");
-
-    ASSERT_TRUE(ImageWriters::WriteJpeg(path, 16, 8, 1, Repeat({200}, 16 * 8)));
-    ASSERT_TRUE(LoadJpeg(bitmap, path));
-    EXPECT_EQ(16u, bitmap.GetWidth());
-    EXPECT_EQ(8u, bitmap.GetHeight());
-    ExpectNear(Repeat({200}, 16 * 8), bitmap, 2);
-    EXPECT_FALSE(LoadPng(bitmap, path));
-    EXPECT_EQ(1u, bitmap.GetChannels());
-
-    ASSERT_TRUE(ImageWriters::WriteJpeg(path, 8, 8, 3, Repeat({30, 120, 220}, 64)));
-    ASSERT_TRUE(LoadJpeg(bitmap, path));
-    ExpectNear(Repeat({30, 120, 220}, 64), bitmap, 3);
-
     // Red in Adobe's inverted CMYK: no cyan, full magenta and yellow, no black.
-    ASSERT_TRUE(ImageWriters::WriteJpeg(path, 8, 8, 4, Repeat({255, 0, 0, 255}, 64)));
-    ASSERT_TRUE(LoadJpeg(bitmap, path));
-    ExpectNear(Repeat({255, 0, 0}, 64), bitmap, 3);
+    std::vector<std::uint8_t> const pixels[][2] = {
+        {{200}, {200}}, {{30, 120, 220}, {30, 120, 220}}, {{255, 0, 0, 255}, {255, 0, 0}}};
+    for (auto const& pixel : pixels)
+    {
+        WriteJpeg(path, 8, pixel[0]);
+        ImageBitmap bitmap;
+        ASSERT_TRUE(LoadJpeg(bitmap, path));
+        ASSERT_EQ(8u, bitmap.GetWidth());
+        ASSERT_EQ(pixel[1].size(), bitmap.GetChannels());
+        std::vector<std::uint8_t> const actual = Samples(bitmap);
+        for (std::size_t i = 0; i < actual.size(); ++i)
+        {
+            ASSERT_NEAR(pixel[1][i % pixel[1].size()], actual[i], 3) << "sample " << i;
+        }
+    }
 }
 
 TEST(ImageBitmapIO, FilesOfNoOrBrokenFormatGiveFalse)
@@ -150,7 +166,7 @@ TEST(ImageBitmapIO, FilesOfNoOrBrokenFormatGiveFalse)
     std::wstring const png = folder.File("truncated.png");
     ASSERT_TRUE(SavePng(Pattern(64, 64, 3), png));
     std::wstring const jpeg = folder.File("truncated.jpg");
-    ASSERT_TRUE(ImageWriters::WriteJpeg(jpeg, 64, 64, 3, Samples(Pattern(64, 64, 3))));
+    WriteJpeg(jpeg, 64, Samples(Pattern(64, 64, 3)));
     for (std::wstring const& path : {png, jpeg})
     {
         std::vector<unsigned char> bytes = ScratchFolder::ReadBytes(path);
@@ -184,14 +200,15 @@ TEST(ImageBitmapIO, OversizedHeadersAreRefused)
 
     // A baseline JPEG whose frame header claims 60000 by 60000.
     std::wstring const jpegPath = folder.File("huge.jpg");
-    ASSERT_TRUE(ImageWriters::WriteJpeg(jpegPath, 16, 16, 3, Repeat({90, 90, 90}, 256)));
+    WriteJpeg(jpegPath, 16, {90, 90, 90});
     std::vector<unsigned char> jpeg = ScratchFolder::ReadBytes(jpegPath);
     unsigned char const startOfFrame[] = {0xFF, 0xC0};
     auto const frame =
         std::search(jpeg.begin(), jpeg.end(), std::begin(startOfFrame), std::end(startOfFrame));
     ASSERT_NE(jpeg.end(), frame);
-    PutBigEndian(jpeg, static_cast<std::size_t>(frame - jpeg.begin()) + 5, 60000, 2);
-    PutBigEndian(jpeg, static_cast<std::size_t>(frame - jpeg.begin()) + 7, 60000, 2);
+    std::size_t const at = static_cast<std::size_t>(frame - jpeg.begin());
+    PutBigEndian(jpeg, at + 5, 60000, 2);
+    PutBigEndian(jpeg, at + 7, 60000, 2);
     ScratchFolder::WriteBytes(jpegPath, jpeg);
 
     ImageBitmap bitmap;

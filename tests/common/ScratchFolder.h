@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/TemporaryDirectory.h"
+
 #include <boost/filesystem.hpp>
 
 #include <fstream>
@@ -7,23 +9,16 @@
 #include <string>
 #include <vector>
 
-// A folder of its own for one test, removed with everything in it.
-class ScratchFolder
+// Files for one test, in a folder removed with everything in it when the last
+// TemporaryDirectory goes.
+struct ScratchFolder
 {
-public:
-    ScratchFolder()
-        : m_path(boost::filesystem::temp_directory_path() /
-                 boost::filesystem::unique_path("common-test-%%%%-%%%%"))
-    {
-        boost::filesystem::create_directories(m_path);
-    }
-    ~ScratchFolder()
-    {
-        boost::system::error_code ignored;
-        boost::filesystem::remove_all(m_path, ignored);
-    }
+    OndSDK::FileIO::FileSystem::TemporaryDirectory directory;
 
-    std::wstring File(std::string const& name) const { return (m_path / name).wstring(); }
+    std::wstring File(std::string const& name) const
+    {
+        return directory.GetTemporaryFilePath() + std::wstring(name.begin(), name.end());
+    }
 
     static std::vector<unsigned char> ReadBytes(std::wstring const& path)
     {
@@ -36,7 +31,4 @@ public:
         std::ofstream out(boost::filesystem::path(path).string(), std::ios::binary);
         out.write(reinterpret_cast<char const*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     }
-
-private:
-    boost::filesystem::path m_path;
 };

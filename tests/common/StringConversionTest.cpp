@@ -4,45 +4,27 @@
 
 using namespace StringConversion;
 
-namespace
+TEST(StringConversion, Utf8AndUtf16RoundTrip)
 {
-// One character of each UTF-8 length, the last two outside the BMP.
-std::wstring const kMixed = L"a\u00E9\u20AC\U0001F600\U0010FFFF";
-std::string const kMixedUtf8 = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF";
-
-std::wstring FromUtf8(std::string const& text)
-{
-    return ConvertUTF8ToNative(text.data(), text.size());
-}
-} // namespace
-
-TEST(StringConversion, Utf8RoundTrip)
-{
-    EXPECT_EQ(kMixedUtf8, ConvertNativeToUTF8(kMixed));
-    EXPECT_EQ(kMixedUtf8, ConvertNativeToUTF8(kMixed.data(), kMixed.size()));
-    EXPECT_EQ(kMixed, ConvertMultiByteStringToOndString(kMixedUtf8));
-    EXPECT_EQ(kMixed, FromUtf8(kMixedUtf8));
+    // One character of each UTF-8 length, the last two outside the BMP.
+    std::wstring const text = L"a\u00E9\u20AC\U0001F600\U0010FFFF";
+    std::string const utf8 = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF";
+    EXPECT_EQ(utf8, ConvertNativeToUTF8(text));
+    EXPECT_EQ(utf8, ConvertNativeToUTF8(text.data(), text.size()));
+    EXPECT_EQ(text, ConvertMultiByteStringToOndString(utf8));
+    EXPECT_EQ(text, ConvertUTF8ToNative(utf8.data(), utf8.size()));
     // Embedded zeros are characters like any other.
     std::wstring const withZero(L"x\0y", 3);
-    EXPECT_EQ(withZero, FromUtf8(ConvertNativeToUTF8(withZero)));
-    EXPECT_EQ(L"", FromUtf8(""));
-}
+    EXPECT_EQ(withZero, ConvertMultiByteStringToOndString(ConvertNativeToUTF8(withZero)));
 
-TEST(StringConversion, Utf16RoundTripUsesSurrogatePairs)
-{
-    std::u16string const utf16 = ConvertNativeToUTF16(kMixed.data(), kMixed.size());
+    std::u16string const utf16 = ConvertNativeToUTF16(text.data(), text.size());
     EXPECT_EQ(u"a\u00E9\u20AC\xD83D\xDE00\xDBFF\xDFFF", utf16);
-    EXPECT_EQ(kMixed, ConvertUTF16ToNative(utf16.data(), utf16.size()));
+    EXPECT_EQ(text, ConvertUTF16ToNative(utf16.data(), utf16.size()));
 }
 
 TEST(StringConversion, MalformedUtf8BecomesReplacementWithoutEatingValidText)
 {
-    struct Case
-    {
-        char const* bytes;
-        wchar_t const* expected;
-    };
-    Case const cases[] = {
+    std::pair<std::string, std::wstring> const cases[] = {
         {"a\x80z", L"a\uFFFDz"},                               // lone continuation byte
         {"a\xFFz", L"a\uFFFDz"},                               // byte never used in UTF-8
         {"a\xC0\xAFz", L"a\uFFFD\uFFFDz"},                     // overlong "/"
@@ -51,9 +33,9 @@ TEST(StringConversion, MalformedUtf8BecomesReplacementWithoutEatingValidText)
         {"a\xED\xA0\x80z", L"a\uFFFD\uFFFD\uFFFDz"},           // encoded surrogate
         {"a\xF4\x90\x80\x80z", L"a\uFFFD\uFFFD\uFFFD\uFFFDz"}, // beyond U+10FFFF
     };
-    for (Case const& c : cases)
+    for (auto const& [bytes, expected] : cases)
     {
-        EXPECT_EQ(std::wstring(c.expected), FromUtf8(c.bytes)) << c.bytes;
+        EXPECT_EQ(expected, ConvertUTF8ToNative(bytes.data(), bytes.size())) << bytes;
     }
 }
 

@@ -11,25 +11,24 @@
 #include <vector>
 
 using OndSDK::FileIO::FileSystem::TemporaryDirectory;
+namespace fs = boost::filesystem;
 
 TEST(TemporaryDirectory, FreshPathsInOnePrivateFolderAcrossThreads)
 {
-    TemporaryDirectory first;
-    TemporaryDirectory const second;
+    TemporaryDirectory const directories[2];
     std::mutex mutex;
-    std::vector<std::wstring> paths;
+    std::set<std::wstring> paths;
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t)
     {
         threads.emplace_back(
             [&, t]
             {
-                TemporaryDirectory const& directory = t % 2 == 0 ? first : second;
                 for (int i = 0; i < 250; ++i)
                 {
-                    std::wstring path = directory.GetTemporaryFilePath();
+                    std::wstring path = directories[t % 2].GetTemporaryFilePath();
                     std::lock_guard<std::mutex> lock(mutex);
-                    paths.push_back(std::move(path));
+                    paths.insert(std::move(path));
                 }
             });
     }
@@ -37,40 +36,35 @@ TEST(TemporaryDirectory, FreshPathsInOnePrivateFolderAcrossThreads)
     {
         thread.join();
     }
-    EXPECT_EQ(paths.size(), std::set<std::wstring>(paths.begin(), paths.end()).size());
-
-    boost::filesystem::path const folder = boost::filesystem::path(paths.front()).parent_path();
-    EXPECT_EQ(boost::filesystem::temp_directory_path(), folder.parent_path());
-    EXPECT_TRUE(boost::filesystem::is_directory(folder));
-    EXPECT_EQ(boost::filesystem::owner_all, boost::filesystem::status(folder).permissions());
+    EXPECT_EQ(1000u, paths.size());
+    fs::path const folder = fs::path(*paths.begin()).parent_path();
+    EXPECT_EQ(fs::temp_directory_path(), folder.parent_path());
+    EXPECT_EQ(fs::owner_all, fs::status(folder).permissions());
     for (std::wstring const& path : paths)
     {
-        ASSERT_EQ(folder, boost::filesystem::path(path).parent_path());
-        ASSERT_FALSE(boost::filesystem::exists(boost::filesystem::path(path)));
+        ASSERT_EQ(folder, fs::path(path).parent_path());
+        ASSERT_FALSE(fs::exists(fs::path(path)));
     }
 }
 
 TEST(TemporaryDirectory, FolderGoesWithTheLastObject)
 {
-    boost::filesystem::path folder;
+    fs::path folder;
     {
         TemporaryDirectory outer;
         {
             TemporaryDirectory const inner;
             // A file name may be appended to the path as it is.
-            boost::filesystem::path const file(inner.GetTemporaryFilePath() + L"3dmodel.model");
+            fs::path const file(inner.GetTemporaryFilePath() + L"3dmodel.model");
             folder = file.parent_path();
             std::ofstream(file.string()) << "left behind";
-            ASSERT_TRUE(boost::filesystem::exists(file));
+            ASSERT_TRUE(fs::exists(file));
         }
-        EXPECT_TRUE(boost::filesystem::is_directory(folder));
-        EXPECT_EQ(folder, boost::filesystem::path(outer.GetTemporaryFilePath()).parent_path());
+        EXPECT_TRUE(fs::is_directory(folder));
+        EXPECT_EQ(folder, fs::path(outer.GetTemporaryFilePath()).parent_path());
     }
-    EXPECT_FALSE(boost::filesystem::exists(folder));
-
+    EXPECT_FALSE(fs::exists(folder));
     // A later object starts a folder of its own.
-    TemporaryDirectory const later;
-    boost::filesystem::path const next = boost::filesystem::path(later.GetTemporaryFilePath()).parent_path();
+    fs::path const next = fs::path(TemporaryDirectory().GetTemporaryFilePath()).parent_path();
     EXPECT_NE(folder, next);
-    EXPECT_TRUE(boost::filesystem::is_directory(next));
 }
