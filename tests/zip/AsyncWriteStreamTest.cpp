@@ -60,19 +60,21 @@ std::size_t PeakResidentKiB()
 {
     std::ifstream status("/proc/self/status");
     std::string line;
-    while (std::getline(status, line))
+    while (std::getline(status, line) && line.rfind("VmHWM:", 0) != 0)
     {
-        if (line.rfind("VmHWM:", 0) == 0)
-        {
-            return std::stoul(line.substr(6));
-        }
     }
-    return 0;
+    return line.empty() ? 0 : std::stoul(line.substr(6));
 }
 
-double Seconds(std::chrono::steady_clock::time_point since)
+// Writes much more than the queue holds, then flushes.
+void WriteMuch(std::ostream& stream)
 {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
+    std::string const text = MeshLikeText(1000, 5);
+    for (int i = 0; i < 100; ++i)
+    {
+        stream.write(text.data(), static_cast<std::streamsize>(text.size()));
+    }
+    stream.flush();
 }
 } // namespace
 
@@ -113,24 +115,15 @@ TEST(AsyncWriteStream, SmallEntryNeedsNoThread)
     EXPECT_EQ(record.m_threads, std::set<std::thread::id>{std::this_thread::get_id()});
 }
 
-TEST(AsyncWriteStream, FailureOfTheBufferReachesTheWriter)
+TEST(AsyncWriteStream, FailureOfTheBufferOrArchiveReachesTheWriter)
 {
-    std::string const text = MeshLikeText(1000, 5);
     // On the worker thread: a later write or the flush throws.
     for (std::size_t failAfter : {std::size_t{0}, std::size_t{600000}})
     {
         Record record;
         std::unique_ptr<std::ostream> stream =
             CreateAsyncWriteBufferStream(std::make_unique<RecordingBuffer>(record, failAfter));
-        auto writeMuch = [&]
-        {
-            for (int i = 0; i < 100; ++i)
-            {
-                stream->write(text.data(), static_cast<std::streamsize>(text.size()));
-            }
-            stream->flush();
-        };
-        EXPECT_THROW(writeMuch(), std::runtime_error);
+        EXPECT_THROW(WriteMuch(*stream), std::runtime_error);
         EXPECT_TRUE(stream->bad());
         stream.reset();
         EXPECT_TRUE(record.m_destroyed);
@@ -141,30 +134,16 @@ TEST(AsyncWriteStream, FailureOfTheBufferReachesTheWriter)
         CreateAsyncWriteBufferStream(std::make_unique<RecordingBuffer>(record, 0));
     *stream << "a few bytes";
     EXPECT_THROW(stream->flush(), std::runtime_error);
-}
 
-TEST(AsyncWriteStream, FailureOfTheArchiveReachesTheWriter)
-{
     if (!std::filesystem::exists("/dev/full"))
     {
         GTEST_SKIP() << "no /dev/full to fail writes";
     }
-    std::string const text = MeshLikeText(1000, 6);
     MZipArchive archive(false);
     ASSERT_TRUE(archive.OpenArchiveWrite(L"/dev/full"));
-    {
-        std::unique_ptr<std::ostream> stream =
-            CreateAsyncWriteBufferStream(std::make_unique<WriteBufferToZip32>(&archive, "3D/3dmodel.model"));
-        auto writeMuch = [&]
-        {
-            for (int i = 0; i < 100; ++i)
-            {
-                stream->write(text.data(), static_cast<std::streamsize>(text.size()));
-            }
-            stream->flush();
-        };
-        EXPECT_THROW(writeMuch(), MZipArchiveError::MGeneric);
-    }
+    EXPECT_THROW(WriteMuch(*CreateAsyncWriteBufferStream(
+                     std::make_unique<WriteBufferToZip32>(&archive, "3D/3dmodel.model"))),
+                 MZipArchiveError::MGeneric);
     EXPECT_THROW(WriteBufferToZip32(&archive, "next"), MZipArchiveError::MGeneric);
     EXPECT_FALSE(archive.CloseArchive());
 }
@@ -174,14 +153,12 @@ TEST(AsyncWriteStream, LargeEntryKeepsMemoryFlat)
 {
     TemporaryFolder folder;
     std::filesystem::path const path = folder / "large.3mf";
-    std::string const chunk = MeshLikeText(100000, 8);
+    std::string chunk = MeshLikeText(100000, 8);
     std::size_t const rounds = 300'000'000 / chunk.size() + 1;
-    std::uint64_t const size = static_cast<std::uint64_t>(chunk.size()) * rounds;
     std::uint32_t crc = 0;
 
     std::ofstream("/proc/self/clear_refs") << "5";
     std::size_t const peakBefore = PeakResidentKiB();
-    auto const start = std::chrono::steady_clock::now();
     {
         FileIO::Zip::Zip64Writer archive;
         ASSERT_TRUE(archive.OpenArchive(path.wstring().c_str()));
@@ -190,18 +167,13 @@ TEST(AsyncWriteStream, LargeEntryKeepsMemoryFlat)
         for (std::size_t round = 0; round < rounds; ++round)
         {
             // Change every chunk a little, so that no two are alike.
-            std::string const prefix = "<!-- " + std::to_string(round) + " -->";
-            *stream << prefix;
-            stream->write(chunk.data() + prefix.size(),
-                          static_cast<std::streamsize>(chunk.size() - prefix.size()));
-            crc = crc32_gzip_refl(crc, reinterpret_cast<std::uint8_t const*>(prefix.data()), prefix.size());
-            crc = crc32_gzip_refl(crc, reinterpret_cast<std::uint8_t const*>(chunk.data()) + prefix.size(),
-                                  chunk.size() - prefix.size());
+            chunk.replace(0, 12, "<!-- " + std::to_string(1000000 + round));
+            stream->write(chunk.data(), static_cast<std::streamsize>(chunk.size()));
+            crc = crc32_gzip_refl(crc, reinterpret_cast<std::uint8_t const*>(chunk.data()), chunk.size());
         }
         stream.reset();
         EXPECT_TRUE(archive.CloseArchive());
     }
-    double const writeSeconds = Seconds(start);
     std::size_t const growthKiB = PeakResidentKiB() - peakBefore;
     EXPECT_LT(growthKiB, 64u * 1024u) << "peak resident memory grew by " << growthKiB << " KiB";
 
@@ -209,9 +181,8 @@ TEST(AsyncWriteStream, LargeEntryKeepsMemoryFlat)
     ASSERT_TRUE(archive.OpenArchiveRead(path.wstring().c_str()));
     MZipArchive::MZipFileInfo info;
     ASSERT_TRUE(archive.GetFileInfo("3D/3dmodel.model", info));
-    EXPECT_EQ(info.m_uncompressedSize, size);
+    EXPECT_EQ(info.m_uncompressedSize, chunk.size() * rounds);
     EXPECT_EQ(info.m_crc, crc);
-    auto const readStart = std::chrono::steady_clock::now();
     ReadBufferStream stream(new ReadBufferFromZip(&archive, L"3D/3dmodel.model"));
     std::vector<char> block(1 << 16);
     std::uint64_t got = 0;
@@ -219,11 +190,5 @@ TEST(AsyncWriteStream, LargeEntryKeepsMemoryFlat)
     {
         got += static_cast<std::uint64_t>(stream.gcount());
     }
-    double const readSeconds = Seconds(readStart);
-    EXPECT_EQ(got, size);
-    std::printf(
-        "[   INFO   ] %.0f MB entry (%.0f MB in the archive): written in %.2f s with peak memory growth "
-        "%zu KiB, read in %.2f s (%.0f MB/s)\n",
-        size / 1e6, info.m_compressedSize / 1e6, writeSeconds, growthKiB, readSeconds,
-        size / 1e6 / readSeconds);
+    EXPECT_EQ(got, chunk.size() * rounds);
 }
