@@ -52,17 +52,11 @@ inline std::vector<std::uint32_t> Corners(MStlBase const& stl)
 inline MMTransformMatrix MakeAwkwardTransform()
 {
     MMTransformMatrix m;
-    double const r[3][3] = {{0.0, -0.8, 0.6}, {0.6, -0.48, -0.64}, {0.8, 0.36, 0.48}};
-    for (unsigned short row = 0; row < 3; ++row)
+    double const rows[3][4] = {{0.0, -0.8, 0.6, 1234.56}, {0.6, -0.48, -0.64, -0.5}, {0.8, 0.36, 0.48, 77.7}};
+    for (unsigned short element = 0; element < 12; ++element)
     {
-        for (unsigned short column = 0; column < 3; ++column)
-        {
-            m.AccessElement(row, column) = r[row][column];
-        }
+        m.AccessElement(element / 4, element % 4) = rows[element / 4][element % 4];
     }
-    m.AccessElement(0, 3) = 1234.56;
-    m.AccessElement(1, 3) = -0.5;
-    m.AccessElement(2, 3) = 77.7;
     m.VerifyAndSetClass();
     m.ComputeInverse();
     return m;
