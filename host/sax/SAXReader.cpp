@@ -419,7 +419,9 @@ void MSAXReader::Dispatch(char const* name)
     bool const taken = m_handlers.back().handler->HandleTag(m_tag, *this);
     SetAttributes(nullptr);
     m_attributeMapValid = false;
-    if (!taken)
+    // The document element is never skipped: root handlers that only know
+    // the children (relationships, content types) answer false for it.
+    if (!taken && m_depth > 1)
     {
         DropHandlersAbove(m_depth - 1);
         --m_depth;

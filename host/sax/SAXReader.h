@@ -81,7 +81,9 @@ private:
 // Protocol:
 // - Each start tag goes to HandleTag of the handler on top of the stack. If
 //   it answers false, the element and everything inside it is skipped: no
-//   callback at all for its content or its end tag.
+//   callback at all for its content or its end tag. The document element is
+//   the exception: its content is read whatever the root answers, since a
+//   root handler may know only the children.
 // - Handlers pushed while an element's start tag is handled receive the
 //   content of that element. When the element ends they are deleted first;
 //   then HandleEndTag goes to the handler now on top, which is the one that

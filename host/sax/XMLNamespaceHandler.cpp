@@ -4,6 +4,7 @@
 #include "sax/SAXReader.h"
 
 #include <cstring>
+#include <iterator>
 #include <tuple>
 
 namespace
@@ -109,6 +110,24 @@ std::wstring const* XMLNamespaceHandler::Find(std::wstring const& prefix) const
         }
     }
     return nullptr;
+}
+
+std::map<std::wstring, std::wstring> XMLNamespaceHandler::GetNamespaces() const
+{
+    std::map<std::wstring, std::wstring> namespaces;
+    // Nearest scope first: an inner declaration hides an outer one.
+    for (XMLNamespaceHandler const* scope = this; scope != nullptr; scope = scope->mp_parent)
+    {
+        for (Namespace const& declaration : scope->m_declarations)
+        {
+            namespaces.emplace(declaration.m_prefix, declaration.m_uri);
+        }
+    }
+    for (auto entry = namespaces.begin(); entry != namespaces.end();)
+    {
+        entry = entry->second.empty() ? namespaces.erase(entry) : std::next(entry);
+    }
+    return namespaces;
 }
 
 bool XMLNamespaceHandler::GetNamespaceURI(std::wstring const& prefix, std::wstring& uri) const

@@ -46,6 +46,9 @@ public:
     // The URI bound to a prefix ("" for the default namespace) in this scope
     // or the nearest enclosing one. False if the prefix is not bound.
     bool GetNamespaceURI(std::wstring const& prefix, std::wstring& uri) const;
+    // Every prefix in force here with its URI, ordered by prefix (undeclared
+    // ones left out).
+    std::map<std::wstring, std::wstring> GetNamespaces() const;
     // A prefix that is bound to the URI here (not hidden by a redefinition in
     // a nearer scope). False if there is none.
     bool GetNamespacePrefix(std::wstring const& uri, std::wstring& prefix) const;

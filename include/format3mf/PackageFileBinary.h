@@ -1,0 +1,47 @@
+#pragma once
+
+#include "common/MFile.h"
+#include "common/OndExport.h"
+#include "format3mf/IPackageFile.h"
+
+#include <string>
+
+namespace Format_3MF
+{
+class ModelFile;
+
+// A binary side part: bulk mesh records in a file of its own, with no XML.
+// The bytes are on disk before the package is written, so writing only adds
+// the file; reading keeps the unpacked file for the meshes to seek in.
+class OND_EXPORT PackageFileBinary : public IPackageFile
+{
+public:
+    explicit PackageFileBinary(std::wstring const& nameInPackage);
+
+    std::wstring m_temporaryPath; // the file on disk that holds the bytes
+    MFile m_file;
+
+protected:
+    bool _GetContentInfo(std::wstring& contentType, std::wstring& extension) const override;
+    bool _GetRelationInfo(std::wstring& type) const override;
+    bool _OnFileIsPredefined(std::wstring* path) const override;
+    void _OnRead(PackageReadContext* context) override;
+    void _OnWrite(PackageWriteContext* context,
+                  std::shared_ptr<OndSDK::Common::IProgressDelegate> progress) override;
+    bool _OnKeepFileAfterReading() const override { return true; }
+};
+
+// The binary side part of one model part.
+class OND_EXPORT ModelFileBinary : public PackageFileBinary
+{
+public:
+    ModelFileBinary(std::wstring const& nameInPackage, ModelFile* modelFile)
+        : PackageFileBinary(nameInPackage), m_modelFileOfBinary(modelFile)
+    {
+    }
+
+    double GetWriteProgressWeight() const override { return 0.4; }
+
+    ModelFile* m_modelFileOfBinary;
+};
+} // namespace Format_3MF

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "common/OndExport.h"
+#include "format3mf/CustomFile.h"
+#include "format3mf/PackageReadContext.h"
+#include "format3mf/RelsFile.h"
+
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <vector>
+
+class MZipArchive;
+
+namespace OndSDK::Common
+{
+class IProgressDelegate;
+}
+
+namespace Format_3MF
+{
+class Package;
+
+// Fills a Package from a 3MF file. The library's own read failures are
+// caught here and left in the context: a status and messages.
+class OND_EXPORT PackageRead
+{
+public:
+    PackageRead(Package* package, PackageReadOptions const& options);
+    PackageRead(PackageRead const&) = delete;
+    PackageRead& operator=(PackageRead const&) = delete;
+    ~PackageRead();
+
+    // False with status 0 and no message when the file doesn't exist; other
+    // failures leave a status and a message in the context.
+    bool Read(std::wstring const& fileName, std::shared_ptr<OndSDK::Common::IProgressDelegate> progress);
+    PackageReadContext const& GetContext() const { return m_context; }
+    ThumbnailExternalFile const* GetThumbnail() const;
+
+    // Writes one entry of the archive to a file, through an archive object
+    // of its own, so that it works after Read too.
+    bool ExtractPackageFile(std::wstring const& nameInPackage, bool mandatory,
+                            std::wstring const& targetPath);
+    bool ExtractPackageFile(PackageFile const& file, bool mandatory, std::wstring const& targetPath);
+
+    void GetContentTypes(std::vector<std::wstring>& types);
+    void GetAllModelFileNamespaces(std::vector<std::wstring>& namespaces);
+    void GetAllRelationTypes(std::vector<std::wstring>& types);
+
+    // For the reading classes of the library.
+    bool _ReadPackageFile(IPackageFile* file, bool mandatory);
+    void _AddRelatedCustomFile(Relationship const& relationship);
+    // The stream of a streaming part, or null when the part is not in the
+    // archive. The caller owns it.
+    std::istream* CreatePartInputStream(IPackageFile const* part);
+    MZipArchive* GetArchive() const { return m_archive.get(); }
+
+private:
+    bool _ReadWithoutRootModel(RelsFile& rels);
+    bool _ReadRelatedWithoutRootModel(RelsFile& rels, Relationship const& relationship);
+    std::wstring _FindRootModelName() const;
+    std::wstring _TemporaryPathFor(std::wstring const& nameInPackage) const;
+
+    Package* m_package;
+    PackageReadContext m_context;
+    std::wstring m_fileName;
+    std::unique_ptr<MZipArchive> m_archive;
+    std::vector<std::wstring> m_extractedFiles;
+};
+} // namespace Format_3MF

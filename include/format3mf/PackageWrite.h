@@ -1,0 +1,78 @@
+#pragma once
+
+#include "common/OndExport.h"
+#include "format3mf/CustomFile.h"
+#include "format3mf/PackageWriteContext.h"
+
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <vector>
+
+class MZipArchive;
+namespace FileIO::Zip
+{
+class Zip64Writer;
+}
+namespace OndSDK::Common
+{
+class IProgressDelegate;
+}
+
+namespace Format_3MF
+{
+class Package;
+
+// Turns a Package into a 3MF file: every part prepares itself, the archive
+// opens (zip64 by option alone), each part writes in the order of the list,
+// parts that exist as files are added, and the archive closes. Write has no
+// handlers: archive errors, logic errors and Canceled reach the caller, and
+// the destructor cleans up. The target of a failed write is the caller's.
+class OND_EXPORT PackageWrite
+{
+public:
+    // Thrown when the write is cancelled through the progress delegate.
+    class OND_EXPORT Canceled
+    {
+    public:
+        Canceled() = default;
+        Canceled(Canceled const&) = default;
+        Canceled& operator=(Canceled const&) = default;
+        virtual ~Canceled() = default;
+    };
+
+    PackageWrite(Package* package, PackageWriteOptions const& options);
+    PackageWrite(PackageWrite const&) = delete;
+    PackageWrite& operator=(PackageWrite const&) = delete;
+    virtual ~PackageWrite();
+
+    void AddThumbnail(std::unique_ptr<ThumbnailExternalFile> thumbnail);
+    // Returns true or throws.
+    bool Write(std::wstring const& fileName, std::shared_ptr<OndSDK::Common::IProgressDelegate> progress);
+    // A new archive entry for the part; deleting the stream ends the entry.
+    std::ostream* CreatePartOutputStream(PackageFile const& file);
+
+    PackageWriteContext& GetContext() { return m_context; }
+
+protected:
+    virtual void _OnStartWriting(PackageWriteContext* context);
+
+private:
+    struct WriteFile
+    {
+        std::wstring m_nameInArchive;
+        std::wstring m_diskPath; // empty for a part that streams
+        IPackageFile* m_file;
+    };
+
+    void _CreateFiles(std::shared_ptr<OndSDK::Common::IProgressDelegate> progress);
+    void _CloseArchive();
+
+    Package* m_package;
+    PackageWriteContext m_context;
+    std::wstring m_fileName;
+    std::unique_ptr<MZipArchive> m_zipArchive;
+    std::unique_ptr<FileIO::Zip::Zip64Writer> m_zip64Writer;
+    std::vector<WriteFile> m_writeFiles;
+};
+} // namespace Format_3MF

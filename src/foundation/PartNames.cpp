@@ -1,0 +1,35 @@
+#include "foundation/PartNames.h"
+
+#include "common/StringConversion.h"
+
+#include <algorithm>
+#include <locale>
+
+namespace Format_3MF
+{
+boost::filesystem::path ToPath(std::wstring const& name)
+{
+    return boost::filesystem::path(StringConversion::ConvertNativeToUTF8(name));
+}
+
+std::wstring FromPath(boost::filesystem::path const& path)
+{
+    return StringConversion::ConvertMultiByteStringToOndString(path.string());
+}
+
+std::wstring WithForwardSlashes(std::wstring name)
+{
+    std::replace(name.begin(), name.end(), L'\\', L'/');
+    return name;
+}
+
+std::wstring ToLowerGlobalLocale(std::wstring text)
+{
+    std::locale const locale;
+    for (wchar_t& c : text)
+    {
+        c = std::tolower(c, locale);
+    }
+    return text;
+}
+} // namespace Format_3MF

@@ -1,0 +1,212 @@
+#include "model/ModelFileXML.h"
+
+#include "format3mf/Exception.h"
+#include "format3mf/ModelFile.h"
+#include "format3mf/PackageRead.h"
+#include "foundation/FormatIdentifiers.h"
+#include "foundation/PartNames.h"
+#include "foundation/ReadAttribute.h"
+#include "foundation/TemporaryFiles.h"
+#include "model/BuildXML.h"
+#include "model/MetaDataXML.h"
+
+#include "common/BranchingProgressReporter.h"
+#include "common/IncrementalProgressReporter.h"
+#include "sax/SAXWriter.h"
+
+#include <memory>
+#include <sstream>
+
+namespace Format_3MF
+{
+namespace
+{
+constexpr wchar_t kUnsupported[] = L"Unsupported 3mf extension found";
+constexpr wchar_t kPartiallySupported[] = L"Partially supported 3mf extension found";
+} // namespace
+
+ModelFileRead::ModelFileRead(ModelFile* modelFile, PackageReadContext* context)
+    : XMLReadHandler(context), m_modelFile(modelFile)
+{
+}
+
+bool ModelFileRead::HandleTag(std::wstring const& tag, MSAXReader& reader)
+{
+    if (m_context->m_progress != nullptr)
+    {
+        if (m_context->m_progress->IsCancelled())
+        {
+            m_context->m_status = 3;
+            throw Canceled();
+        }
+        *m_context->m_progress = static_cast<std::uint64_t>(reader.GetPosition());
+    }
+    if (tag == L"model")
+    {
+        _ReadNamespaces(reader);
+        std::wstring unit;
+        reader.GetAttributeString(unit, L"unit");
+        m_modelFile->GetUnits().Init(unit);
+        _ReadRequiredExtensions(reader);
+        std::wstring binary;
+        if (reader.GetAttributeString(binary, L"binary"))
+        {
+            _ReadBinaryPart(binary);
+        }
+        return true;
+    }
+    if (m_context->Package.m_analyseOnly)
+    {
+        return false;
+    }
+    if (MetaDataGroupRead(&m_modelFile->GetMetaData(), m_context).HandleTag(tag, reader))
+    {
+        return true;
+    }
+    if (tag == L"resources")
+    {
+        if (ISAXReadHelper* handler = m_modelFile->GetResources()._CreateSaxHandlerRead(m_context, this))
+        {
+            reader.PushHandler(handler);
+        }
+        return true;
+    }
+    if (tag == L"build")
+    {
+        auto* build = new BuildRead(&m_modelFile->GetBuild(), m_context, this,
+                                    m_modelFile->GetPrefix(NamespaceProduction));
+        reader.PushHandler(build);
+        build->HandleAttributes(reader);
+        return true;
+    }
+    return false;
+}
+
+void ModelFileRead::_ReadNamespaces(MSAXReader& reader)
+{
+    UpdateNamespaces(reader);
+    for (auto const& [prefix, uri] : GetNamespaces())
+    {
+        m_modelFile->AddNamespace(uri, prefix);
+    }
+    m_slicePrefix = m_modelFile->GetPrefix(NamespaceSlice);
+    m_toolPathPrefix = m_modelFile->GetPrefix(NamespaceToolPath);
+    m_ondamxPrefix = m_modelFile->GetPrefix(NamespaceOndAMX);
+}
+
+void ModelFileRead::_ReadRequiredExtensions(MSAXReader& reader)
+{
+    std::wstring required;
+    reader.GetAttributeString(required, L"requiredextensions");
+    std::wistringstream words(required);
+    std::wstring word;
+    while (words >> word)
+    {
+        m_modelFile->AddRequiredExtension(word);
+    }
+
+    std::wstring base = m_modelFile->GetNamespace(L"");
+    if (base.empty())
+    {
+        base = NamespaceCore2015;
+        m_context->m_warnings.emplace_back(L"No base namespace found");
+    }
+    switch (m_modelFile->GetSupportedExtension(base).m_level)
+    {
+    case 2:
+        m_context->m_warnings.push_back(std::wstring(kPartiallySupported) + L": " + base);
+        break;
+    case 1:
+        _Unsupported();
+        break;
+    default:
+        break;
+    }
+
+    for (std::wstring const& prefix : m_modelFile->GetRequiredExtensions())
+    {
+        std::wstring const uri = m_modelFile->GetNamespace(prefix);
+        tSupportedExtension const extension = m_modelFile->GetSupportedExtension(uri);
+        if (uri.empty() || extension.m_level == 1)
+        {
+            _Unsupported();
+        }
+        else if (extension.m_level == 2)
+        {
+            m_context->m_warnings.push_back(std::wstring(kPartiallySupported) + L": " + uri);
+        }
+    }
+}
+
+void ModelFileRead::_Unsupported()
+{
+    if (m_context->Package.m_failOnUnsupportedExtension)
+    {
+        m_context->m_errors.emplace_back(kUnsupported);
+        throw Exception(kUnsupported);
+    }
+    m_context->m_warnings.emplace_back(kUnsupported);
+}
+
+void ModelFileRead::_ReadBinaryPart(std::wstring const& name)
+{
+    ModelFileBinary* const binary = m_modelFile->SetBinaryFileForReading(name);
+    // Extracted through an archive of the reader's own: the model's entry is
+    // being read from the main one.
+    std::wstring const path = NewTemporaryPath(name);
+    if (m_context->m_packageRead->ExtractPackageFile(name, true, path))
+    {
+        binary->m_fileNameUnpacked = path;
+        binary->m_temporaryPath = path;
+        binary->m_file.OPEN_READ(path.c_str());
+    }
+}
+
+ModelFileWrite::ModelFileWrite(ModelFile const* modelFile, PackageWriteContext* context,
+                               std::shared_ptr<OndSDK::Common::IProgressDelegate> progress)
+    : XMLWriteHandler(context), m_modelFile(modelFile), m_progress(std::move(progress))
+{
+}
+
+bool ModelFileWrite::Write(MSAXWriter& writer) const
+{
+    OndSDK::Common::BranchingProgressReporter reporter(m_progress, "Format3MF::ModelFileWrite::Write", true);
+    writer.WriteAttribute(L"unit", m_modelFile->GetUnits().m_name);
+    writer.WriteAttribute(L"xml:lang", L"en-US");
+    for (xml_Namespace const& entry : m_modelFile->GetNamespaces())
+    {
+        writer.WriteAttribute(entry.m_prefix.empty() ? std::wstring(L"xmlns").c_str()
+                                                     : (L"xmlns:" + entry.m_prefix).c_str(),
+                              entry.m_uri);
+    }
+    std::wstring required;
+    for (std::wstring const& prefix : m_modelFile->GetRequiredExtensions())
+    {
+        if (!required.empty())
+        {
+            required += L' ';
+        }
+        required += prefix;
+    }
+    writer.WriteAttribute(L"requiredextensions", required);
+    if (ModelFileBinary const* binary = m_modelFile->GetBinaryFile())
+    {
+        writer.WriteAttribute(L"binary", binary->GetFileNameInPackage());
+    }
+    MetaDataGroupWrite(&m_modelFile->GetMetaData(), m_context, nullptr).Write(writer);
+    {
+        auto nested = reporter.CreateNestedDelegate(1.0);
+        MSAXTagWriter resources(writer, "resources");
+        std::unique_ptr<ISAXWriteHelper> helper(
+            m_modelFile->GetResources()._CreateSaxHandlerWrite(m_context, nested));
+        helper->Write(writer);
+    }
+    if (reporter.IsCancelled())
+    {
+        return false;
+    }
+    MSAXTagWriter build(writer, "build");
+    BuildWrite(&m_modelFile->GetBuild(), m_context).Write(writer);
+    return true;
+}
+} // namespace Format_3MF

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "foundation/XMLHandlers.h"
+#include "foundation/XMLPersistHelpers.h"
+
+#include <memory>
+#include <string>
+
+namespace OndSDK::Common
+{
+class IProgressDelegate;
+}
+
+namespace Format_3MF
+{
+class ModelFile;
+
+// The root element of a model part: namespaces, unit, required extensions
+// with their warnings and errors, the binary part, then metadata, resources
+// and build. Cancelling is noticed here, at every element.
+class ModelFileRead : public ISAXReadHelper, public XMLReadHandler
+{
+public:
+    ModelFileRead(ModelFile* modelFile, PackageReadContext* context);
+    bool HandleTag(std::wstring const& tag, MSAXReader& reader) override;
+
+private:
+    void _ReadNamespaces(MSAXReader& reader);
+    void _ReadRequiredExtensions(MSAXReader& reader);
+    void _Unsupported();
+    void _ReadBinaryPart(std::wstring const& name);
+
+    ModelFile* m_modelFile;
+    std::wstring m_slicePrefix;
+    std::wstring m_toolPathPrefix;
+    std::wstring m_ondamxPrefix;
+};
+
+class ModelFileWrite : public ISAXWriteHelper, public XMLWriteHandler
+{
+public:
+    ModelFileWrite(ModelFile const* modelFile, PackageWriteContext* context,
+                   std::shared_ptr<OndSDK::Common::IProgressDelegate> progress);
+    // False when cancelled after the resources: the build is then missing.
+    bool Write(MSAXWriter& writer) const override;
+
+private:
+    ModelFile const* m_modelFile;
+    std::shared_ptr<OndSDK::Common::IProgressDelegate> m_progress;
+};
+} // namespace Format_3MF

@@ -1,0 +1,209 @@
+#include "format3mf/PackageWrite.h"
+
+#include "format3mf/Package.h"
+#include "foundation/PartNames.h"
+#include "foundation/TemporaryFiles.h"
+
+#include "common/BranchingProgressReporter.h"
+#include "common/StringConversion.h"
+#include "zip/AsyncWriteBufferStream.h"
+#include "zip/MZipArchive.h"
+#include "zip/MZipArchiveError.h"
+#include "zip/WriteBufferStream.h"
+#include "zip/WriteBufferToZip.h"
+#include "zip/Zip64Writer.h"
+
+#include <boost/filesystem/operations.hpp>
+
+#include <stdexcept>
+#include <thread>
+
+namespace Format_3MF
+{
+namespace
+{
+void RemoveIfExists(std::wstring const& path)
+{
+    boost::system::error_code error;
+    boost::filesystem::remove(ToPath(path), error);
+}
+} // namespace
+
+PackageWrite::PackageWrite(Package* package, PackageWriteOptions const& options)
+    : m_package(package), m_context(options)
+{
+}
+
+PackageWrite::~PackageWrite()
+{
+    _CloseArchive();
+}
+
+void PackageWrite::AddThumbnail(std::unique_ptr<ThumbnailExternalFile> thumbnail)
+{
+    m_package->SetThumbnail(thumbnail, true);
+}
+
+void PackageWrite::_OnStartWriting(PackageWriteContext* context)
+{
+    m_package->_OnStartWriting(context);
+    if (m_package->GetThumbnail() == nullptr && !context->Thumbnails.m_path.empty())
+    {
+        auto thumbnail = std::make_unique<ThumbnailExternalFile>(context->Thumbnails.m_path);
+        m_package->SetThumbnail(thumbnail, true);
+    }
+}
+
+bool PackageWrite::Write(std::wstring const& fileName,
+                         std::shared_ptr<OndSDK::Common::IProgressDelegate> progress)
+{
+    m_context.m_package = m_package;
+    m_context.m_packageWrite = this;
+    m_fileName = fileName;
+    OndSDK::Common::BranchingProgressReporter reporter(progress, "Format_3MF::PackageWrite::Write", true);
+    _OnStartWriting(&m_context);
+
+    if (m_context.Package.m_useZip64)
+    {
+        m_zip64Writer = std::make_unique<FileIO::Zip::Zip64Writer>();
+        if (!m_zip64Writer->OpenArchive(m_fileName.c_str()))
+        {
+            m_zip64Writer.reset();
+            throw MZipArchiveError::MGeneric(L"Failed to open archive", m_fileName);
+        }
+    }
+    else
+    {
+        m_zipArchive = std::make_unique<MZipArchive>(false);
+        if (!m_zipArchive->OpenArchiveWrite(m_fileName.c_str()))
+        {
+            m_zipArchive.reset();
+            throw MZipArchiveError::MGeneric(L"Failed to open archive", m_fileName);
+        }
+    }
+
+    _CreateFiles(reporter.CreateNestedDelegate(1.0));
+    if (reporter.IsCancelled())
+    {
+        _CloseArchive();
+        RemoveIfExists(m_fileName);
+        throw Canceled();
+    }
+
+    for (WriteFile const& record : m_writeFiles)
+    {
+        if (record.m_diskPath.empty())
+        {
+            continue;
+        }
+        if (m_zipArchive)
+        {
+            m_zipArchive->AddFile(record.m_diskPath.c_str(), record.m_nameInArchive.c_str(), -1, nullptr);
+        }
+        else
+        {
+            std::string const name = StringConversion::ConvertNativeToUTF8(record.m_nameInArchive);
+            m_zip64Writer->AddFile(record.m_diskPath.c_str(), name.c_str(), 6, nullptr);
+        }
+    }
+    _CloseArchive();
+    m_package->_OnStopWriting(&m_context);
+    return true;
+}
+
+void PackageWrite::_CreateFiles(std::shared_ptr<OndSDK::Common::IProgressDelegate> progress)
+{
+    for (IPackageFile* file : m_package->GetPackageFiles())
+    {
+        WriteFile record{WithForwardSlashes(file->GetFileNameInPackageWithoutLeadingSlash()), L"", file};
+        std::wstring path;
+        if (file->FileIsPredefined(&path) || !path.empty())
+        {
+            record.m_diskPath = path;
+        }
+        else if (!file->CanStreamWrite())
+        {
+            path = NewTemporaryPath(file->GetFileNameInPackage());
+            file->m_fileNameUnpacked = path;
+            record.m_diskPath = path;
+        }
+        m_writeFiles.push_back(record);
+    }
+
+    std::vector<double> weights;
+    double sum = 0.0;
+    for (WriteFile const& record : m_writeFiles)
+    {
+        weights.push_back(record.m_file->GetWriteProgressWeight());
+        sum += weights.back();
+    }
+    if (sum != 0.0)
+    {
+        for (double& weight : weights)
+        {
+            weight /= sum;
+        }
+    }
+
+    OndSDK::Common::BranchingProgressReporter reporter(progress, "Format_3MF::PackageWrite::_CreateFiles",
+                                                       true);
+    for (std::size_t i = 0; i < m_writeFiles.size(); ++i)
+    {
+        if (reporter.IsCancelled())
+        {
+            break;
+        }
+        std::shared_ptr<OndSDK::Common::IProgressDelegate> nested = reporter.CreateNestedDelegate(weights[i]);
+        if (!m_writeFiles[i].m_file->FileIsPredefined(nullptr))
+        {
+            m_writeFiles[i].m_file->Write(&m_context, nested);
+        }
+    }
+}
+
+std::ostream* PackageWrite::CreatePartOutputStream(PackageFile const& file)
+{
+    std::string const name = StringConversion::ConvertNativeToUTF8(
+        WithForwardSlashes(file.GetFileNameInPackageWithoutLeadingSlash()));
+    std::unique_ptr<IWriteBuffer> buffer;
+    if (m_zipArchive)
+    {
+        buffer = std::make_unique<WriteBufferToZip32>(m_zipArchive.get(), name.c_str());
+    }
+    else if (m_zip64Writer)
+    {
+        buffer = std::make_unique<WriteBufferToZip64>(m_zip64Writer.get(), name.c_str());
+    }
+    else
+    {
+        throw std::logic_error("Unspecified target archive.");
+    }
+    if (std::thread::hardware_concurrency() < 2)
+    {
+        return new WriteBufferStream(buffer.release());
+    }
+    return CreateAsyncWriteBufferStream(std::move(buffer)).release();
+}
+
+void PackageWrite::_CloseArchive()
+{
+    for (WriteFile const& record : m_writeFiles)
+    {
+        if (!record.m_diskPath.empty() && !record.m_file->FileIsPredefined(nullptr))
+        {
+            RemoveIfExists(record.m_diskPath);
+        }
+    }
+    if (m_zipArchive)
+    {
+        m_zipArchive->CloseArchive();
+        m_zipArchive.reset();
+    }
+    if (m_zip64Writer)
+    {
+        m_zip64Writer->CloseArchive();
+        m_zip64Writer.reset();
+    }
+    m_writeFiles.clear();
+}
+} // namespace Format_3MF

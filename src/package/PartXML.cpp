@@ -1,0 +1,39 @@
+#include "package/PartXML.h"
+
+#include "format3mf/PackageRead.h"
+#include "format3mf/PackageWrite.h"
+
+#include "sax/SaxUtilities.h"
+
+#include <istream>
+#include <memory>
+
+namespace Format_3MF
+{
+void ReadPartXML(IPackageFile const& part, PackageReadContext* context, ISAXPersist& root)
+{
+    std::unique_ptr<std::istream> stream(context->m_packageRead->CreatePartInputStream(&part));
+    if (stream)
+    {
+        OndAM::SaxUtilities::ReadStream(*stream, root);
+    }
+}
+
+void WritePartXML(IPackageFile const& part, PackageWriteContext* context, ISAXPersist const& root,
+                  wchar_t const* rootElement)
+{
+    OndAM::SaxUtilities::WriteOptions options;
+    options.m_declaration = true;
+    options.m_rootElement = rootElement;
+    options.m_style = context->m_xmlStyle ? 1 : 0;
+    std::unique_ptr<std::ostream> stream(context->m_packageWrite->CreatePartOutputStream(part));
+    if (stream)
+    {
+        OndAM::SaxUtilities::WriteStream(*stream, root, options);
+    }
+    else
+    {
+        OndAM::SaxUtilities::WriteFile(part.GetFileNameUnpacked(), root, options);
+    }
+}
+} // namespace Format_3MF

@@ -1,0 +1,260 @@
+#include "PackageTestSupport.h"
+#include "TestModelFile.h"
+
+#include "format3mf/Package.h"
+#include "format3mf/PackageRead.h"
+#include "format3mf/PackageWrite.h"
+#include "foundation/FormatIdentifiers.h"
+
+#include "common/IProgressDelegate.h"
+#include "common/ImageBitmapIO.h"
+#include "zip/MZipArchive.h"
+#include "zip/MZipArchiveError.h"
+#include "zip/WriteBufferStream.h"
+#include "zip/WriteBufferToZip.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+using namespace Format_3MF;
+
+namespace
+{
+void WriteText(std::wstring const& path, std::string const& text)
+{
+    std::ofstream(StringConversion::ConvertNativeToUTF8(path), std::ios::binary) << text;
+}
+
+// An archive with the given entries, written by our own zip layer.
+void WriteArchive(std::wstring const& path, std::vector<std::pair<std::string, std::string>> const& entries)
+{
+    MZipArchive archive(false);
+    ASSERT_TRUE(archive.OpenArchiveWrite(path.c_str()));
+    for (auto const& [name, content] : entries)
+    {
+        WriteBufferStream stream(new WriteBufferToZip32(&archive, name.c_str()));
+        stream << content;
+    }
+    archive.CloseArchive();
+}
+} // namespace
+
+TEST(PackageRoundTrip, EmptyModelKeepsItsPackageStructure)
+{
+    PackageScratch scratch;
+    std::set<std::string> expected = scratch.Files();
+    for (bool zip64 : {false, true})
+    {
+        std::wstring const file = scratch.File(zip64 ? "empty64.3mf" : "empty.3mf");
+        expected.insert(StringConversion::ConvertNativeToUTF8(file));
+        {
+            TestModelFile model;
+            model.GetUnits().Init(L"inch");
+            model.GetMetaData()[L"Title"] = MetaDataItem(L"A & <b> \u00e9");
+            model.GetMetaData()[L"Hidden"].m_preserve = false;
+            Package package(&model);
+            PackageWriteOptions options;
+            options.Package.m_useZip64 = zip64;
+            PackageWrite writer(&package, options);
+            EXPECT_TRUE(writer.Write(file, nullptr));
+        }
+        std::string const names = PythonCheck(file);
+        EXPECT_EQ(0u, names.find("[Content_Types].xml _rels/.rels 3D/3dmodel.model")) << names;
+
+        TestModelFile model;
+        Package package(&model);
+        PackageRead reader(&package, PackageReadOptions());
+        ASSERT_TRUE(reader.Read(file, nullptr));
+        EXPECT_EQ(0, reader.GetContext().m_status);
+        EXPECT_TRUE(reader.GetContext().m_warnings.empty());
+        EXPECT_EQ(L"inch", model.GetUnits().m_name);
+        EXPECT_EQ(25.4, model.GetUnits().m_factor);
+        ASSERT_EQ(1u, model.GetNamespaces().size());
+        EXPECT_EQ(NamespaceCore2015, model.GetNamespaces()[0].m_uri);
+        EXPECT_EQ(L"A & <b> \u00e9", model.GetMetaData()[L"Title"].m_value);
+        EXPECT_FALSE(model.GetMetaData()[L"Hidden"].m_preserve);
+        std::vector<Relationship> const& relations = package.GetRelsFile().GetRelations();
+        ASSERT_EQ(1u, relations.size());
+        EXPECT_EQ(L"rel0", relations[0].m_id);
+        EXPECT_EQ(L"/3D/3dmodel.model", relations[0].m_target);
+        EXPECT_EQ(RelationshipModel, relations[0].m_type);
+        std::vector<std::wstring> types;
+        package.GetContentTypes(types);
+        EXPECT_EQ((std::vector<std::wstring>{ContentTypeRelationships, ContentTypeModel}), types);
+        EXPECT_EQ(L"rel1", package.GetNewRelationString()); // the id read is blocked
+    }
+    EXPECT_EQ(expected, scratch.Files()); // no temporary file outlives its part
+}
+
+TEST(PackageRoundTrip, CustomFilesTicketsThumbnailAndInvalidation)
+{
+    PackageScratch scratch;
+    // Outside files with plain names: their names reach the package.
+    std::wstring const folder = scratch.File("outside");
+    boost::filesystem::create_directory(StringConversion::ConvertNativeToUTF8(folder));
+    std::wstring const ticket = folder + L"/ticket.obt";
+    std::wstring const parameters = folder + L"/parameters.xml";
+    std::wstring const picture = folder + L"/picture.png";
+    WriteText(ticket, "<ticket/>");
+    WriteText(parameters, "<parameters/>");
+    OndSDK::Common::ImageBitmap image;
+    image.Create(4, 3, 3);
+    ASSERT_TRUE(OndSDK::Common::SavePng(image, picture));
+    std::wstring const file = scratch.File("extras.3mf");
+    {
+        TestModelFile model;
+        Package package(&model);
+        package.GetInvalidation().GetPart(PackageFile(L"/3D/3dmodel.model"), true);
+        PackageWriteOptions options;
+        options.m_printTicket = CreateCustomFileOndrelBuildTicket(ticket);
+        options.m_customFiles.push_back(CreateCustomFileOndrelBuildParameters(parameters));
+        options.Thumbnails.m_path = picture;
+        PackageWrite writer(&package, options);
+        EXPECT_TRUE(writer.Write(file, nullptr));
+    }
+    std::string const names = PythonCheck(file);
+    for (char const* part : {"3D/Metadata/ticket.obt", "Metadata/parameters.xml", "Metadata/thumbnail.png",
+                             "Metadata/InvalidationParts.xml", "3D/_rels/3dmodel.model.rels"})
+    {
+        EXPECT_NE(std::string::npos, names.find(part)) << part << " in " << names;
+    }
+
+    TestModelFile model;
+    Package package(&model);
+    PackageRead reader(&package, PackageReadOptions());
+    ASSERT_TRUE(reader.Read(file, nullptr));
+    ASSERT_NE(nullptr, reader.GetThumbnail());
+    EXPECT_EQ(L"/Metadata/thumbnail.png", reader.GetThumbnail()->GetFileNameInPackage());
+    std::vector<CustomFile const*> custom;
+    package.GetCustomFiles(custom);
+    std::vector<std::wstring> names2;
+    for (CustomFile const* part : custom)
+    {
+        names2.push_back(part->GetFileNameInPackage());
+        std::ifstream in(StringConversion::ConvertNativeToUTF8(part->GetPath()));
+        EXPECT_TRUE(in.good()) << "content of "
+                               << StringConversion::ConvertNativeToUTF8(part->GetFileNameInPackage());
+    }
+    EXPECT_NE(names2.end(), std::find(names2.begin(), names2.end(), L"/Metadata/parameters.xml"));
+    EXPECT_NE(names2.end(), std::find(names2.begin(), names2.end(), L"/Metadata/InvalidationParts.xml"));
+    EXPECT_NE(nullptr, model.GetPrintTicket());
+    boost::filesystem::remove_all(StringConversion::ConvertNativeToUTF8(folder));
+}
+
+TEST(PackageRoundTrip, WithoutRootModelEveryPartIsCarried)
+{
+    PackageScratch scratch;
+    std::wstring const file = scratch.File("carrier.3mf");
+    WriteArchive(
+        file,
+        {{"[Content_Types].xml",
+          R"(<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types">)"
+          R"(<Default Extension="rels" ContentType="r"/><Default Extension="txt" ContentType="t"/></Types>)"},
+         {"_rels/.rels", R"(<Relationships><Relationship Id="a" Target="/a.txt" Type="x"/>)"
+                         R"(<Relationship Id="b" Target="b.txt" Type="y"/></Relationships>)"},
+         {"_rels/a.txt.rels", R"(<Relationships><Relationship Id="c" Target="/b.txt" Type="z"/>)"
+                              R"(<Relationship Id="d" Target="/a.txt" Type="z"/></Relationships>)"},
+         {"a.txt", "A"},
+         {"b.txt", "B"}});
+    std::vector<std::wstring> kept;
+    std::set<std::string> const before = scratch.Files();
+    {
+        Package package(nullptr);
+        PackageRead reader(&package, PackageReadOptions());
+        ASSERT_TRUE(reader.Read(file, nullptr)); // the cycle a -> a ends
+        std::vector<CustomFile const*> custom;
+        package.GetCustomFiles(custom);
+        ASSERT_EQ(2u, custom.size());
+        EXPECT_EQ(L"/a.txt", custom[0]->GetFileNameInPackage());
+        EXPECT_EQ(L"/b.txt", custom[1]->GetFileNameInPackage());
+        for (CustomFile const* part : custom)
+        {
+            kept.push_back(part->GetPath());
+            EXPECT_TRUE(boost::filesystem::exists(StringConversion::ConvertNativeToUTF8(part->GetPath())));
+        }
+    }
+    for (std::wstring const& path : kept)
+    {
+        EXPECT_FALSE(boost::filesystem::exists(StringConversion::ConvertNativeToUTF8(path))) << "left behind";
+    }
+    EXPECT_EQ(before, scratch.Files());
+}
+
+TEST(PackageRead, FailuresGiveTheirStatusAndMessage)
+{
+    PackageScratch scratch;
+    {
+        TestModelFile model;
+        Package package(&model);
+        PackageRead reader(&package, PackageReadOptions());
+        EXPECT_FALSE(reader.Read(scratch.File("missing.3mf"), nullptr));
+        EXPECT_EQ(0, reader.GetContext().m_status);
+        EXPECT_TRUE(reader.GetContext().m_errors.empty());
+    }
+    std::wstring const text = scratch.File("text.3mf");
+    WriteText(text, "this is no zip archive");
+    std::wstring const empty = scratch.File("norels.3mf");
+    WriteArchive(empty, {{"[Content_Types].xml", "<Types/>"}});
+    std::wstring const broken = scratch.File("broken.3mf");
+    WriteArchive(broken, {{"_rels/.rels", R"(<Relationships><Relationship Id="r" Target="/3D/m.model"/>)"
+                                          R"(</Relationships>)"},
+                          {"3D/m.model", "<model"}});
+    struct Case
+    {
+        std::wstring file;
+        bool ok;
+        int status;
+        wchar_t const* error;
+    };
+    for (Case const& c : {Case{text, false, 0, L"Could not open 3mf archive"},
+                          Case{empty, false, 1, L"Root model not found"}, Case{broken, true, 0, nullptr}})
+    {
+        TestModelFile model;
+        Package package(&model);
+        PackageRead reader(&package, PackageReadOptions());
+        EXPECT_EQ(c.ok, reader.Read(c.file, nullptr));
+        EXPECT_EQ(c.status, reader.GetContext().m_status);
+        if (c.error != nullptr)
+        {
+            ASSERT_EQ(1u, reader.GetContext().m_errors.size());
+            EXPECT_EQ(c.error, reader.GetContext().m_errors[0]);
+        }
+    }
+}
+
+TEST(PackageRead, CancellingGivesStatusThree)
+{
+    PackageScratch scratch;
+    std::wstring const file = scratch.File("cancel.3mf");
+    {
+        TestModelFile model;
+        Package package(&model);
+        PackageWrite(&package, PackageWriteOptions()).Write(file, nullptr);
+    }
+    auto delegate = std::make_shared<OndSDK::Common::IProgressDelegate>();
+    delegate->Cancel();
+    TestModelFile model;
+    Package package(&model);
+    PackageRead reader(&package, PackageReadOptions());
+    EXPECT_FALSE(reader.Read(file, delegate));
+    EXPECT_EQ(3, reader.GetContext().m_status);
+}
+
+TEST(PackageWrite, CancelledWriteLeavesNoTargetAndOpenFailureThrows)
+{
+    PackageScratch scratch;
+    std::wstring const file = scratch.File("cancelled.3mf");
+    auto delegate = std::make_shared<OndSDK::Common::IProgressDelegate>();
+    delegate->Cancel();
+    TestModelFile model;
+    Package package(&model);
+    PackageWrite writer(&package, PackageWriteOptions());
+    EXPECT_THROW(writer.Write(file, delegate), PackageWrite::Canceled);
+    EXPECT_FALSE(boost::filesystem::exists(StringConversion::ConvertNativeToUTF8(file)));
+
+    TestModelFile other;
+    Package otherPackage(&other);
+    PackageWrite failing(&otherPackage, PackageWriteOptions());
+    EXPECT_THROW(failing.Write(L"/nonexistent-folder/x.3mf", nullptr), MZipArchiveError::MGeneric);
+}

@@ -1,0 +1,67 @@
+#include "TestModelFile.h"
+
+#include "format3mf/Package.h"
+#include "format3mf/PackageRead.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/filesystem.hpp>
+
+#include <algorithm>
+
+using namespace Format_3MF;
+
+namespace
+{
+std::vector<boost::filesystem::path> Samples()
+{
+    std::vector<boost::filesystem::path> files;
+    boost::filesystem::path const root = boost::filesystem::path(FORMAT3MF_TESTDATA) / "samples";
+    if (!boost::filesystem::exists(root))
+    {
+        return files;
+    }
+    for (auto const& entry : boost::filesystem::recursive_directory_iterator(root))
+    {
+        if (entry.path().extension() == ".3mf")
+        {
+            files.push_back(entry.path());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+} // namespace
+
+TEST(Samples, EveryFileReadsPlainAndAnalyseOnly)
+{
+    std::vector<boost::filesystem::path> const files = Samples();
+    if (files.empty())
+    {
+        GTEST_SKIP() << "no sample files beside the checkout (" << FORMAT3MF_TESTDATA << ")";
+    }
+    for (bool analyseOnly : {false, true})
+    {
+        for (auto const& file : files)
+        {
+            TestModelFile model;
+            Package package(&model);
+            PackageReadOptions options;
+            options.Package.m_analyseOnly = analyseOnly;
+            PackageRead reader(&package, options);
+            bool const ok = reader.Read(file.wstring(), nullptr);
+            PackageReadContext const& context = reader.GetContext();
+            std::string const label = file.filename().string() + (analyseOnly ? " (analyse only)" : "");
+            EXPECT_TRUE(ok) << label << ": "
+                            << (context.m_errors.empty()
+                                    ? ""
+                                    : std::string(context.m_errors[0].begin(), context.m_errors[0].end()));
+            EXPECT_EQ(0, context.m_status) << label;
+            if (!analyseOnly)
+            {
+                EXPECT_FALSE(model.GetNamespaces().empty()) << label;
+            }
+        }
+    }
+}
