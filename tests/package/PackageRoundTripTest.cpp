@@ -4,6 +4,7 @@
 #include "format3mf/Package.h"
 #include "format3mf/PackageRead.h"
 #include "format3mf/PackageWrite.h"
+#include "format3mf/Transformation.h"
 #include "foundation/FormatIdentifiers.h"
 
 #include "common/IProgressDelegate.h"
@@ -257,4 +258,48 @@ TEST(PackageWrite, CancelledWriteLeavesNoTargetAndOpenFailureThrows)
     Package otherPackage(&other);
     PackageWrite failing(&otherPackage, PackageWriteOptions());
     EXPECT_THROW(failing.Write(L"/nonexistent-folder/x.3mf", nullptr), MZipArchiveError::MGeneric);
+}
+
+TEST(PackageRoundTrip, BuildItemsKeepTransformsUuidsMetadataAndPaths)
+{
+    PackageScratch scratch;
+    std::wstring const file = scratch.File("build.3mf");
+    std::wstring const transform =
+        L"1.00000000 0.00000000 0.00000000 0.00000000 2.00000000 0.00000000 0.00000000 "
+        L"0.00000000 1.00000000 10.50000000 -3.00000000 0.25000000";
+    {
+        TestModelFile model;
+        Package package(&model);
+        ModelFile* related = model.AddRelatedModelFile(L"/3D/Objects/part.model");
+        Build& build = model.GetBuild();
+        build.m_uuid = L"b1";
+        Build::Item first;
+        first.m_objectID = 7;
+        first.m_transform = ParseTransformation(transform);
+        first.m_metaData[L"k"] = MetaDataItem(L"v");
+        Build::Item second;
+        second.m_objectID = 1;
+        second.m_modelFile = related;
+        second.m_uuid = L"u2";
+        build.m_items = {first, second};
+        PackageWrite(&package, PackageWriteOptions()).Write(file, nullptr);
+    }
+    EXPECT_NE(std::string::npos, PythonCheck(file).find("3D/Objects/part.model"));
+
+    TestModelFile model;
+    Package package(&model);
+    PackageRead reader(&package, PackageReadOptions());
+    ASSERT_TRUE(reader.Read(file, nullptr));
+    EXPECT_EQ(std::vector<std::wstring>{L"p"}, model.GetRequiredExtensions());
+    Build const& build = model.GetBuild();
+    EXPECT_EQ(L"b1", build.m_uuid);
+    ASSERT_EQ(2u, build.m_items.size());
+    EXPECT_EQ(7, int(build.m_items[0].m_objectID));
+    EXPECT_EQ(&model, build.m_items[0].m_modelFile);
+    EXPECT_EQ(transform, FormatTransformation(build.m_items[0].m_transform));
+    EXPECT_EQ(L"v", build.m_items[0].m_metaData.at(L"k").m_value);
+    ASSERT_NE(nullptr, build.m_items[1].m_modelFile);
+    EXPECT_EQ(L"/3D/Objects/part.model", build.m_items[1].m_modelFile->GetFileNameInPackage());
+    EXPECT_EQ(L"u2", build.m_items[1].m_uuid);
+    EXPECT_TRUE(build.m_items[1].m_transform.IsIdentity());
 }
