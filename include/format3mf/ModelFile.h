@@ -21,8 +21,8 @@ namespace Format_3MF
 class Package;
 class Object;
 class IMesh;
-class ISliceStack;
-class IToolPath;
+struct ISliceStack;
+struct IToolPath;
 
 // A namespace of a model's root element; the default one has no prefix.
 struct xml_Namespace
@@ -108,6 +108,11 @@ public:
     std::wstring GenerateRelatedObjectFileName(PackageWriteContext& context);
     std::wstring GenerateRelatedSliceFileName(PackageWriteContext& context);
 
+    // Take ownership, append to the resources and give the next identifier.
+    void AddObject(Object* object);
+    void AddSliceStack(ISliceStack* slice, PackageWriteContext* context);
+    void AddToolPath(IToolPath* path, PackageWriteContext* context);
+
     IMesh* CreateMesh(Object* object, PackageReadContext* context) { return _CreateMesh(object, context); }
     ISliceStack* CreateSliceStack(PackageReadContext* context) { return _CreateSliceStack(context); }
     IToolPath* CreateToolPath(PackageReadContext* context) { return _CreateToolPath(context); }
@@ -140,6 +145,10 @@ protected:
     // Under the analyse-only option: the part cut short before its resources.
     std::istream* _CreateInputStream(PackageReadContext const* context) const override;
 
+    // For packages written from plain meshes: in the root model only, a build
+    // item with the identity for every object of this and the related parts.
+    void _MakeDummyBuild();
+
     virtual Resources* _CreateResources(ModelFile* modelFile);
     virtual ModelFile* _CreateRelatedModelFile(std::wstring const& name) = 0;
     virtual IMesh* _CreateMesh(Object* object, PackageReadContext* context) = 0;
@@ -169,5 +178,7 @@ namespace Utilities
 {
 // This file, or a new related part of its own when objects go to separate files.
 OND_EXPORT ModelFile* GetModelFileForNewObject(ModelFile* file, PackageWriteContext* context);
+// A new object, registered in the file that the step above chooses.
+OND_EXPORT Object* AddNewObject(ModelFile* file, PackageWriteContext* context);
 } // namespace Utilities
 } // namespace Format_3MF

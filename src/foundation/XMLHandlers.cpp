@@ -1,12 +1,28 @@
 #include "foundation/XMLHandlers.h"
 
+#include "common/IncrementalProgressReporter.h"
 #include "common/MInternalUnits.h"
+#include "format3mf/Exception.h"
 
 #include <charconv>
 #include <stdexcept>
 
 namespace Format_3MF
 {
+void XMLReadHandler::_ReportProgress(MSAXReader& reader) const
+{
+    if (m_context->m_progress == nullptr)
+    {
+        return;
+    }
+    if (m_context->m_progress->IsCancelled())
+    {
+        m_context->m_status = 3;
+        throw Canceled();
+    }
+    *m_context->m_progress = static_cast<std::uint64_t>(reader.GetPosition());
+}
+
 namespace
 {
 // The text forms print into 63 characters, the terminating null included, as

@@ -5,6 +5,8 @@
 #include "format3mf/ReferenceID.h"
 #include "format3mf/Units.h"
 
+#include "sax/SAXReader.h"
+
 #include <string>
 
 namespace Format_3MF
@@ -16,6 +18,10 @@ public:
     explicit XMLReadHandler(PackageReadContext* context) : m_context(context) {}
 
 protected:
+    // Called for every element: throws Canceled, with status 3, once the
+    // delegate asks for it, and otherwise reports the position in the part.
+    void _ReportProgress(MSAXReader& reader) const;
+
     PackageReadContext* m_context;
 };
 

@@ -190,6 +190,47 @@ std::wstring ModelFile::_GenerateRelatedFileName(wchar_t const* folder, wchar_t 
     return WithForwardSlashes(FromPath(path));
 }
 
+void ModelFile::AddObject(Object* object)
+{
+    m_resources->m_objects.emplace_back(object);
+    Register(*object, -1);
+}
+
+void ModelFile::AddSliceStack(ISliceStack* slice, PackageWriteContext*)
+{
+    m_resources->m_sliceStacks.emplace_back(slice);
+    Register(*slice, -1);
+}
+
+void ModelFile::AddToolPath(IToolPath* path, PackageWriteContext*)
+{
+    m_resources->m_toolPaths.emplace_back(path);
+    Register(*path, -1);
+}
+
+void ModelFile::_MakeDummyBuild()
+{
+    if (m_package == nullptr || m_package->GetRootModel() != this)
+    {
+        return;
+    }
+    auto addItems = [this](ModelFile* file)
+    {
+        for (auto const& object : file->GetResources().m_objects)
+        {
+            Build::Item item;
+            item.m_objectID = object->m_id;
+            item.m_modelFile = file == this ? nullptr : file;
+            m_build.m_items.push_back(std::move(item));
+        }
+    };
+    addItems(this);
+    for (auto const& file : m_modelFiles)
+    {
+        addItems(file.get());
+    }
+}
+
 void ModelFile::EnsureBinary()
 {
     if (m_binary)
@@ -344,6 +385,14 @@ ModelFile* GetModelFileForNewObject(ModelFile* file, PackageWriteContext* contex
         return file;
     }
     return file->AddRelatedModelFile(file->GenerateRelatedObjectFileName(*context));
+}
+
+Object* AddNewObject(ModelFile* file, PackageWriteContext* context)
+{
+    ModelFile* const target = GetModelFileForNewObject(file, context);
+    auto* const object = new Object(target);
+    target->AddObject(object);
+    return object;
 }
 } // namespace Utilities
 } // namespace Format_3MF

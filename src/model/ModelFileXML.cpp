@@ -32,15 +32,7 @@ ModelFileRead::ModelFileRead(ModelFile* modelFile, PackageReadContext* context)
 
 bool ModelFileRead::HandleTag(std::wstring const& tag, MSAXReader& reader)
 {
-    if (m_context->m_progress != nullptr)
-    {
-        if (m_context->m_progress->IsCancelled())
-        {
-            m_context->m_status = 3;
-            throw Canceled();
-        }
-        *m_context->m_progress = static_cast<std::uint64_t>(reader.GetPosition());
-    }
+    _ReportProgress(reader);
     if (tag == L"model")
     {
         _ReadNamespaces(reader);

@@ -1,44 +1,88 @@
 #include "format3mf/Resources.h"
 
-#include "foundation/XMLHandlers.h"
-#include "foundation/XMLPersistHelpers.h"
+#include "model/ResourcesXML.h"
 
 namespace Format_3MF
 {
-namespace
-{
-// Resources hold no kinds of their own yet: every child element is left to
-// the reader to skip, and nothing is written.
-class ResourcesRead : public ISAXReadHelper, public XMLReadHandler
-{
-public:
-    ResourcesRead(PackageReadContext* context, ISAXReadHelper* parent)
-        : ISAXReadHelper(parent), XMLReadHandler(context)
-    {
-    }
-};
+Resources::Resources(ModelFile* modelFile) : ModelFileItem(modelFile) {}
 
-class ResourcesWrite : public ISAXWriteHelper, public XMLWriteHandler
-{
-public:
-    explicit ResourcesWrite(PackageWriteContext* context) : XMLWriteHandler(context) {}
-    bool Write(MSAXWriter&) const override { return true; }
-};
-} // namespace
+Resources::~Resources() = default;
 
 ISAXReadHelper* Resources::_CreateSaxHandlerRead(PackageReadContext* context, ISAXReadHelper* parent)
 {
-    return new ResourcesRead(context, parent);
+    return new ResourcesRead(this, context, parent);
 }
 
-ISAXWriteHelper* Resources::_CreateSaxHandlerWrite(PackageWriteContext* context,
-                                                   std::shared_ptr<OndSDK::Common::IProgressDelegate>) const
+ISAXWriteHelper*
+Resources::_CreateSaxHandlerWrite(PackageWriteContext* context,
+                                  std::shared_ptr<OndSDK::Common::IProgressDelegate> progress) const
 {
-    return new ResourcesWrite(context);
+    return new ResourcesWrite(this, context, std::move(progress));
 }
 
-void Resources::_OnStartWriting(PackageWriteContext*) {}
-void Resources::_OnStopWriting(PackageWriteContext*) {}
-void Resources::_OnStartReading(PackageReadContext*) {}
-void Resources::_OnStopReading(PackageReadContext*) {}
+// Vendor resources take no part in the life cycle: only their own model file
+// knows what they need.
+void Resources::_OnStartWriting(PackageWriteContext* context)
+{
+    for (auto const& slice : m_sliceStacks)
+    {
+        slice->_OnStartWriting(context);
+    }
+    for (auto const& path : m_toolPaths)
+    {
+        path->_OnStartWriting(context);
+    }
+    for (auto const& object : m_objects)
+    {
+        object->_OnStartWriting(context);
+    }
+}
+
+void Resources::_OnStopWriting(PackageWriteContext* context)
+{
+    for (auto const& slice : m_sliceStacks)
+    {
+        slice->_OnStopWriting(context);
+    }
+    for (auto const& path : m_toolPaths)
+    {
+        path->_OnStopWriting(context);
+    }
+    for (auto const& object : m_objects)
+    {
+        object->_OnStopWriting(context);
+    }
+}
+
+void Resources::_OnStartReading(PackageReadContext* context)
+{
+    for (auto const& slice : m_sliceStacks)
+    {
+        slice->_OnStartReading(context);
+    }
+    for (auto const& path : m_toolPaths)
+    {
+        path->_OnStartReading(context);
+    }
+    for (auto const& object : m_objects)
+    {
+        object->_OnStartReading(context);
+    }
+}
+
+void Resources::_OnStopReading(PackageReadContext* context)
+{
+    for (auto const& slice : m_sliceStacks)
+    {
+        slice->_OnStopReading(context);
+    }
+    for (auto const& path : m_toolPaths)
+    {
+        path->_OnStopReading(context);
+    }
+    for (auto const& object : m_objects)
+    {
+        object->_OnStopReading(context);
+    }
+}
 } // namespace Format_3MF

@@ -1,0 +1,53 @@
+#include "model/ComponentXML.h"
+
+#include "format3mf/Exception.h"
+#include "format3mf/ModelFile.h"
+#include "format3mf/Object.h"
+#include "format3mf/Transformation.h"
+#include "foundation/FormatIdentifiers.h"
+#include "foundation/ReadAttribute.h"
+#include "foundation/XMLNames.h"
+
+namespace Format_3MF
+{
+ComponentRead::ComponentRead(Component* component, PackageReadContext* context,
+                             std::wstring const& productionPrefix)
+    : XMLReadHandler(context), m_component(component), m_productionPrefix(productionPrefix)
+{
+}
+
+void ComponentRead::HandleAttributes(MSAXReader& reader)
+{
+    ReadAttribute(reader, L"UUID", m_component->m_uuid, &m_productionPrefix);
+    std::wstring transform;
+    if (reader.GetAttributeString(transform, L"transform"))
+    {
+        m_component->m_transform = ParseTransformation(transform);
+    }
+}
+
+ComponentWrite::ComponentWrite(Component const* component, Object const* owner, PackageWriteContext* context)
+    : XMLWriteHandler(context), m_component(component), m_owner(owner)
+{
+}
+
+bool ComponentWrite::Write(MSAXWriter& writer) const
+{
+    if (m_component->m_object == nullptr)
+    {
+        throw Exception(L"A component of object " + std::to_wstring(int(m_owner->m_id)) +
+                        L" refers to no object.");
+    }
+    std::wstring const prefix = m_owner->GetModelFile()->GetPrefix(NamespaceProduction);
+    if (!m_component->m_uuid.empty())
+    {
+        WriteAttributeNS(writer, L"UUID", m_component->m_uuid, &prefix);
+    }
+    writer.WriteAttribute(L"objectid", FormatID(m_component->m_object->m_id));
+    if (!m_component->m_transform.IsIdentity())
+    {
+        writer.WriteAttribute(L"transform", FormatTransformation(m_component->m_transform));
+    }
+    return true;
+}
+} // namespace Format_3MF

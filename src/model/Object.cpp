@@ -1,0 +1,58 @@
+#include "format3mf/Object.h"
+
+#include "format3mf/ModelFile.h"
+#include "format3mf/SliceStack.h"
+#include "foundation/FormatIdentifiers.h"
+
+namespace Format_3MF
+{
+Object::~Object() = default;
+
+ISliceStack* Object::_GetSliceStack() const
+{
+    ModelFile const* const file =
+        m_sliceStack.m_modelFile != nullptr ? m_sliceStack.m_modelFile : m_modelFile;
+    return dynamic_cast<ISliceStack*>(file->GetReference(m_sliceStack.m_id));
+}
+
+void Object::_OnStartWriting(PackageWriteContext* context)
+{
+    if (!m_uuid.empty())
+    {
+        m_modelFile->AddNamespace(NamespaceProduction, PrefixProduction);
+        m_modelFile->AddRequiredExtension(PrefixProduction);
+    }
+    if (m_ondamxID.IsDefined())
+    {
+        m_modelFile->AddNamespace(NamespaceOndAMX, PrefixOndAMX);
+    }
+    if (m_mesh)
+    {
+        m_mesh->_OnStartWriting(context);
+    }
+}
+
+void Object::_OnStopWriting(PackageWriteContext* context)
+{
+    if (m_mesh)
+    {
+        m_mesh->_OnStopWriting(context);
+    }
+}
+
+void Object::_OnStartReading(PackageReadContext* context)
+{
+    if (m_mesh)
+    {
+        m_mesh->_OnStartReading(context);
+    }
+}
+
+void Object::_OnStopReading(PackageReadContext* context)
+{
+    if (m_mesh)
+    {
+        m_mesh->_OnStopReading(context);
+    }
+}
+} // namespace Format_3MF
