@@ -230,20 +230,6 @@ TEST_F(MaterialsReadTest, ABadColourThrowsTheBareIntThroughTheReader)
     EXPECT_THROW(Read(R"(<m:colorgroup id="1"><m:color color="#1122"/></m:colorgroup>)"), int);
     EXPECT_THROW(Read(R"(<basematerials id="2"><base name="A" displaycolor="#12345"/></basematerials>)"),
                  int);
-
-    // A colour without "#" is no failure: it reads as black.
-    Read(R"(<m:colorgroup id="3"><m:color color="112233"/></m:colorgroup>)");
-    EXPECT_EQ((std::vector<std::uint32_t>{0}), Colors(*materials.m_colorGroups.back()));
-}
-
-TEST_F(MaterialsReadTest, ClashingIdsLeaveBothGroupsAndTheModelKnowsTheLast)
-{
-    Read(R"(<m:colorgroup id="4"/><m:colorgroup id="4"/><m:colorgroup id="-1"/>)");
-
-    ASSERT_EQ(3u, materials.m_colorGroups.size());
-    EXPECT_EQ(materials.m_colorGroups[1].get(), model.GetReference(4));
-    // The undefined id takes the next free one.
-    EXPECT_EQ(5, materials.m_colorGroups[2]->m_id);
 }
 
 TEST_F(MaterialsReadTest, TexturesNamingOnePartShareItsImage)
