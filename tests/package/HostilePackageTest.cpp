@@ -1,5 +1,5 @@
-#include "PackageTestSupport.h"
-#include "TestModelFile.h"
+#include "support/PackageTestSupport.h"
+#include "support/TestModelFile.h"
 
 #include "format3mf/Package.h"
 #include "format3mf/PackageRead.h"

@@ -1,5 +1,5 @@
-#include "PackageTestSupport.h"
-#include "TestModelFile.h"
+#include "support/PackageTestSupport.h"
+#include "support/TestModelFile.h"
 
 #include "format3mf/Package.h"
 #include "format3mf/PackageRead.h"
@@ -19,22 +19,10 @@ using namespace Format_3MF;
 
 namespace
 {
-// A package whose root model is the given XML.
 std::wstring ModelPackage(PackageScratch const& scratch, std::string const& model)
 {
     std::wstring const path = scratch.File("model.3mf");
-    MZipArchive archive(false);
-    archive.OpenArchiveWrite(path.c_str());
-    {
-        WriteBufferStream stream(new WriteBufferToZip32(&archive, "_rels/.rels"));
-        stream
-            << R"(<Relationships><Relationship Id="rel0" Target="/3D/3dmodel.model" Type="t"/></Relationships>)";
-    }
-    {
-        WriteBufferStream stream(new WriteBufferToZip32(&archive, "3D/3dmodel.model"));
-        stream << model;
-    }
-    archive.CloseArchive();
+    WriteModelPackage(path, model);
     return path;
 }
 

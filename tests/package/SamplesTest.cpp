@@ -1,4 +1,4 @@
-#include "TestModelFile.h"
+#include "support/TestModelFile.h"
 
 #include "format3mf/Package.h"
 #include "format3mf/PackageRead.h"

@@ -2,12 +2,17 @@
 
 #include "common/StringConversion.h"
 #include "common/TemporaryDirectory.h"
+#include "zip/MZipArchive.h"
+#include "zip/WriteBufferStream.h"
+#include "zip/WriteBufferToZip.h"
 
 #include <boost/filesystem.hpp>
 
 #include <cstdio>
 #include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 // Paths for one test's files, in the process's temporary folder (the same
 // one the library uses, so a test can see what the library leaves there).
@@ -64,4 +69,29 @@ inline std::string PythonCheck(std::wstring const& archive)
         }
     }
     return output;
+}
+
+// A package whose root model is the given XML, with further entries (name
+// without leading slash, content) as they are. There is no content types
+// part: the reader takes parts by relationship.
+inline void WriteModelPackage(std::wstring const& path, std::string const& model,
+                              std::vector<std::pair<std::string, std::string>> const& entries = {})
+{
+    MZipArchive archive(false);
+    archive.OpenArchiveWrite(path.c_str());
+    {
+        WriteBufferStream stream(new WriteBufferToZip32(&archive, "_rels/.rels"));
+        stream
+            << R"(<Relationships><Relationship Id="rel0" Target="/3D/3dmodel.model" Type="t"/></Relationships>)";
+    }
+    {
+        WriteBufferStream stream(new WriteBufferToZip32(&archive, "3D/3dmodel.model"));
+        stream << model;
+    }
+    for (auto const& [name, content] : entries)
+    {
+        WriteBufferStream stream(new WriteBufferToZip32(&archive, name.c_str()));
+        stream << content;
+    }
+    archive.CloseArchive();
 }
