@@ -1,0 +1,819 @@
+#!/usr/bin/env python3
+"""What the importer is expected to make of 3MF files, worked out without it.
+
+Usage: expected_meshes.py FILE.3mf...
+
+Prints, for each file, one tab-separated line per output mesh:
+
+    file  index  vertices  triangles  min-x  min-y  min-z  max-x  max-y  max-z
+    coloured-triangles  textured-triangles
+
+with the bounding box in millimetres to three decimals, or "file<TAB>none"
+when the file yields no mesh, or "file<TAB>error" when the read is expected
+to fail. This is the format of `ond3mf-info --tsv`, so the two can be
+compared line by line (the box within 0.001 mm).
+
+The rules it follows are the importer's, not those of the 3MF standard where
+the two differ: one mesh per build item with geometry, an item's object with
+its components merged into one mesh; points are never merged, so every
+vertex element read is a point and every triangle on three distinct points is
+a triangle; elements are matched by the same names and the same attribute
+parsing; an element the reader declines is skipped with all it contains;
+property groups and objects must stand before what refers to them;
+components are looked up in their own model part ("path" on a component is
+not read); a coordinate is rounded to the 0.1 micrometre grid of the mesh in
+the unit of its own part, while the translation of a build transform is
+converted with the unit of the root part.
+
+Standard library only.
+"""
+
+import math
+import re
+import struct
+import sys
+import xml.parsers.expat
+import zipfile
+import zlib
+
+NS_CORE_2015 = "http://schemas.microsoft.com/3dmanufacturing/core/2015/02"
+NS_CORE_2013 = "http://schemas.microsoft.com/3dmanufacturing/2013/01"
+NS_MATERIAL = "http://schemas.microsoft.com/3dmanufacturing/material/2015/02"
+NS_PRODUCTION = "http://schemas.microsoft.com/3dmanufacturing/production/2015/06"
+NS_DISPLACEMENT = "http://schemas.ondsdk.com/3dmanufacturing/displacementtextures/2017/03"
+
+UNITS = {
+    "micron": 0.001,
+    "millimeter": 1.0,
+    "centimeter": 10.0,
+    "meter": 1000.0,
+    "foot": 304.8,
+    "inch": 25.4,
+}
+UNITS_PER_MM = 10000.0
+INT32_MIN, INT32_MAX = -(2**31), 2**31 - 1
+# The material colour of a mesh that nobody coloured.
+DEFAULT_MATERIAL = 0x00C0C0C0
+IDENTITY = ((1.0, 0.0, 0.0, 0.0), (0.0, 1.0, 0.0, 0.0), (0.0, 0.0, 1.0, 0.0))
+
+
+class ReadFailed(Exception):
+    """The importer is expected to report a failed read for this file."""
+
+
+# --- Attribute text, parsed as the reader parses it -------------------------
+
+_XML_BLANKS = " \t\n\r"
+_STRICT_FLOAT = re.compile(
+    r"-?(?:(?:\d+\.?\d*|\.\d+)(?:[eE][+-]?\d+)?|inf(?:inity)?|nan)\Z", re.IGNORECASE
+)
+_STRICT_INT = re.compile(r"-?\d+\Z")
+_STREAM_FLOAT = re.compile(r"[+-]?(?:\d+\.?\d*|\.\d+)(?:[eE][+-]?\d+)?")
+
+
+def _strip_sign(text):
+    text = text.strip(_XML_BLANKS)
+    if len(text) > 1 and text[0] == "+" and text[1] != "-":
+        text = text[1:]
+    return text
+
+
+def strict_float(attrs, name):
+    """A whole-text number (from_chars); None if absent, bad or out of range."""
+    text = attrs.get(name)
+    if text is None:
+        return None
+    text = _strip_sign(text)
+    if not _STRICT_FLOAT.match(text):
+        return None
+    value = float(text)
+    if math.isinf(value) and "inf" not in text.lower():
+        return None  # overflow
+    if value == 0.0 and re.search(r"[1-9]", re.split("[eE]", text)[0]):
+        return None  # underflow
+    return value
+
+
+def strict_int(attrs, name):
+    """A whole-text 32-bit integer; None if absent, bad or out of range."""
+    text = attrs.get(name)
+    if text is None:
+        return None
+    text = _strip_sign(text)
+    if not _STRICT_INT.match(text):
+        return None
+    value = int(text)
+    return value if INT32_MIN <= value <= INT32_MAX else None
+
+
+def _extract_int(text, at):
+    """One `>> int` of a stream: (status, value, position after)."""
+    while at < len(text) and text[at] in " \t\n\v\f\r":
+        at += 1
+    if at == len(text):
+        return "end", None, at
+    match = re.compile(r"[+-]?(\d*)").match(text, at)
+    if not match.group(1):
+        return "nodigit", 0, match.end()
+    value = int(match.group(0))
+    return "value", max(INT32_MIN, min(INT32_MAX, value)), match.end()
+
+
+def reference_id(text, initial=-1):
+    """A reference id: the leading integer, as a stream reads it; None for an
+    absent attribute."""
+    if text is None:
+        return None
+    status, value, _ = _extract_int(text, 0)
+    return initial if status == "end" else value
+
+
+def reference_list(text):
+    """Blank-separated ids; trailing blanks add -1, a non-number 0 and stops."""
+    values, at = [], 0
+    while at < len(text):
+        status, value, at = _extract_int(text, at)
+        values.append(-1 if status == "end" else value)
+        if status != "value":
+            break
+    return values
+
+
+def prefixed(attrs, name, prefix):
+    """The plain attribute, else the one with the part's prefix."""
+    if name in attrs:
+        return attrs[name]
+    if prefix:
+        return attrs.get(prefix + ":" + name)
+    return None
+
+
+def parse_transform(text):
+    """Twelve numbers, column by column; anything short of that: identity."""
+    if text is None:
+        return IDENTITY
+    values, at = [], 0
+    for _ in range(12):
+        while at < len(text) and text[at].isspace():
+            at += 1
+        match = _STREAM_FLOAT.match(text, at)
+        if not match:
+            return IDENTITY
+        values.append(float(match.group(0)))
+        at = match.end()
+    return tuple(tuple(values[column * 3 + row] for column in range(4)) for row in range(3))
+
+
+def decode_color(text):
+    if not text or "#" not in text or text.index("#") != 0:
+        return 0
+    if len(text) not in (7, 9):
+        raise ReadFailed("colour text of bad length: " + text)
+
+    def pair(at):
+        match = re.match(r"[0-9a-fA-F]{1,2}", text[at : at + 2])
+        return int(match.group(0), 16) if match else 0
+
+    return pair(5) << 16 | pair(3) << 8 | pair(1)
+
+
+# --- Transformations ---------------------------------------------------------
+
+
+def compose(parent, child):
+    """parent x child of 3x4 matrices with an implied last row 0 0 0 1."""
+    return tuple(
+        tuple(
+            sum(parent[r][k] * child[k][c] for k in range(3)) + (parent[r][3] if c == 3 else 0.0)
+            for c in range(4)
+        )
+        for r in range(3)
+    )
+
+
+def to_int32(value):
+    """Truncation to 32 bits after rounding half away from zero."""
+    value += 0.5 if value >= 0 else -0.5
+    if math.isnan(value) or not INT32_MIN <= value < INT32_MAX + 1:
+        return INT32_MIN  # what the conversion gives on x86
+    return int(value)
+
+
+def saturate(value):
+    """Rounding of a transformed coordinate: half away from zero, clamped."""
+    if math.isnan(value):
+        return 0
+    value += 0.5 if value >= 0 else -0.5
+    return int(max(INT32_MIN, min(INT32_MAX, value)))
+
+
+# --- What a model part holds -------------------------------------------------
+
+
+class Resource:
+    """Anything a model part registers under an id."""
+
+    ident = -1
+
+
+class Group(Resource):
+    def __init__(self, kind):
+        self.kind = kind  # "base", "color", "texture" or "multi"
+        self.values = []
+        self.pids = []
+
+
+class Texture(Resource):
+    pass
+
+
+class Mesh:
+    """Points in internal units, triangles, and what colours them."""
+
+    def __init__(self, material=DEFAULT_MATERIAL):
+        self.points = []
+        self.triangles = 0
+        self.colours = {}  # triangle -> packed colour
+        self.textured = {}  # triangle -> set of texture keys
+        self.material = material
+        self.properties = []  # (triangle, group, p1, p2, p3) until the end
+
+
+class Object(Resource):
+    def __init__(self, model):
+        self.model = model
+        self.mesh = None
+        self.group = None
+        self.index = -1
+        self.components = []  # (object or None, transform)
+
+
+class Model:
+    def __init__(self, archive, name):
+        self.archive = archive
+        self.factor = 1.0
+        self.namespaces = []  # (prefix, uri) of the root element, first kept
+        self.references = {}
+        self.next_id = 1
+        self.objects = []
+        self.groups = {"base": [], "color": [], "texture": [], "multi": []}
+        self.items = []  # (object id, path or None, transform)
+        self.binary = b""  # the binary side part, for "bin" elements
+
+    def register(self, item, ident):
+        item.ident = self.next_id if ident == -1 else ident
+        self.next_id = item.ident + 1
+        self.references[item.ident] = item
+        return item
+
+    def prefix_of(self, uri):
+        return next((prefix for prefix, known in self.namespaces if known == uri), "")
+
+    def namespace_of(self, prefix):
+        return next((uri for known, uri in self.namespaces if known == prefix), "")
+
+    def property_group(self, ident):
+        found = self.references.get(ident)
+        return found if isinstance(found, Group) else None
+
+
+def split(tag):
+    prefix, _, local = tag.rpartition(":")
+    return prefix, local
+
+
+# --- The handlers, one per element kind, on a stack as the reader keeps them --
+
+
+class Reader:
+    """Start tags go to the handler on top; one that declines an element gets
+    nothing of its content; handlers pushed for an element go with its end."""
+
+    def __init__(self, root):
+        self.stack = [(root, 0)]
+        self.open = []
+        self.skipping = 0
+
+    def push(self, handler):
+        self.stack.append((handler, len(self.open)))
+
+    def parent(self):
+        return self.open[-2] if len(self.open) > 1 else None
+
+    def start(self, tag, attrs):
+        if self.skipping:
+            self.skipping += 1
+            return
+        self.open.append(tag)
+        height = len(self.stack)
+        if not self.stack[-1][0].tag(tag, attrs, self):
+            del self.stack[height:]
+            if len(self.open) > 1:  # the document element is always read
+                self.open.pop()
+                self.skipping = 1
+
+    def end(self, _tag):
+        if self.skipping:
+            self.skipping -= 1
+            return
+        while len(self.stack) > 1 and self.stack[-1][1] == len(self.open):
+            self.stack.pop()
+        self.open.pop()
+
+    def parse(self, data):
+        parser = xml.parsers.expat.ParserCreate()
+        parser.StartElementHandler = self.start
+        parser.EndElementHandler = self.end
+
+        def refuse(*_):
+            raise xml.parsers.expat.ExpatError("document type declarations are refused")
+
+        parser.StartDoctypeDeclHandler = refuse
+        try:
+            parser.Parse(data, True)
+        except xml.parsers.expat.ExpatError:
+            pass  # what was read up to the fault stays, as in the library
+
+
+class Decline:
+    def tag(self, _tag, _attrs, _reader):
+        return False
+
+
+class ModelRead:
+    def __init__(self, model):
+        self.model = model
+
+    def tag(self, tag, attrs, reader):
+        model = self.model
+        if tag == "model":
+            for name, uri in attrs.items():
+                if name == "xmlns" or name.startswith("xmlns:"):
+                    prefix = name[6:]
+                    if not any(known == uri for _, known in model.namespaces):
+                        model.namespaces.append((prefix, uri))
+            model.factor = UNITS.get(attrs.get("unit", ""), 1.0)
+            if "binary" in attrs:
+                entry = archive_name(attrs["binary"])
+                if entry in model.archive.namelist():
+                    model.binary = model.archive.read(entry)
+            return True
+        if tag == "resources":
+            reader.push(ResourcesRead(model))
+            return True
+        if tag == "build":
+            reader.push(BuildRead(model))
+            return True
+        return False
+
+
+class BuildRead:
+    def __init__(self, model):
+        self.model = model
+        self.prefix = model.prefix_of(NS_PRODUCTION)
+
+    def tag(self, tag, attrs, reader):
+        if tag == "metadatagroup":
+            reader.push(Decline())
+            return bool(self.model.items)
+        if tag != "item":
+            return False
+        ident = reference_id(attrs.get("objectid"))
+        if ident is not None:
+            path = prefixed(attrs, "path", self.prefix) or None
+            self.model.items.append((ident, path, parse_transform(attrs.get("transform"))))
+        return True
+
+
+class ResourcesRead:
+    def __init__(self, model):
+        self.model = model
+        self.materials = MaterialsRead(model)
+
+    def tag(self, tag, attrs, reader):
+        if self.materials.tag(tag, attrs):
+            return True
+        if tag != "object":
+            return False  # slice stacks, tool paths, vendor resources: skipped
+        model = self.model
+        obj = Object(model)
+        model.objects.append(obj)
+        ident = strict_int(attrs, "id")
+        model.register(obj, -1 if ident is None else ident)
+        group = reference_id(attrs.get("pid"))
+        if group is not None:
+            obj.group = model.references.get(group)
+        pindex = strict_int(attrs, "pindex")
+        if pindex is not None:
+            obj.index = pindex
+        if model.namespace_of("") == NS_CORE_2013:
+            material = reference_id(attrs.get("materialid"))
+            if material is not None:
+                obj.group, obj.index = model.references.get(material), 0
+        reader.push(ObjectRead(obj))
+        return True
+
+
+class MaterialsRead:
+    def __init__(self, model):
+        self.model = model
+        self.prefix = model.prefix_of(NS_MATERIAL)
+
+    def _new_group(self, kind, ident):
+        group = self.model.register(Group(kind), ident)
+        self.model.groups[kind].append(group)
+        return group
+
+    def _last(self, kind):
+        """The group a value goes to: the last one opened of its kind."""
+        groups = self.model.groups[kind]
+        if not groups:
+            warn("a %s value outside any group is ignored" % kind)
+            return Group(kind)
+        return groups[-1]
+
+    def tag(self, tag, attrs):
+        model = self.model
+        prefix, name = split(tag)
+        old_form = model.namespace_of(prefix) == NS_CORE_2013
+
+        def text(key):
+            return prefixed(attrs, key, self.prefix)
+
+        ident = reference_id(text("id"))
+        if name == "basematerials":
+            ident = reference_id(attrs.get("id"))
+            if ident is not None:
+                self._new_group("base", ident)
+            return ident is not None
+        if name == "base":
+            if "displaycolor" in attrs and "name" in attrs:
+                self._last("base").values.append(decode_color(attrs["displaycolor"]))
+            return True
+        if name == "colorgroup":
+            if ident is not None:
+                self._new_group("color", ident)
+            return ident is not None
+        if name == "color" and old_form:
+            if ident is None or text("value") is None:
+                return False
+            self._new_group("color", ident).values.append(decode_color(text("value")))
+            return True
+        if name == "color":
+            if text("color") is not None:
+                self._last("color").values.append(decode_color(text("color")))
+            return True
+        if name == "material" and old_form:
+            if any(text(key) is None for key in ("id", "name", "colorid", "type")):
+                return False
+            colours = model.references.get(reference_id(text("colorid")))
+            if not isinstance(colours, Group) or colours.kind != "color" or not colours.values:
+                return False
+            self._new_group("base", ident).values.append(colours.values[0])
+            return True
+        if name == "texture2d":
+            if ident is not None:
+                model.register(Texture(), ident)
+            return ident is not None
+        if name == "texture2dgroup":
+            if ident is not None:
+                self._new_group("texture", ident)
+            return ident is not None
+        if name == "tex2coord":
+            self._last("texture").values.append((strict_float(attrs, "u"), strict_float(attrs, "v")))
+            return True
+        if name == "multiproperties":
+            if ident is not None:
+                self._new_group("multi", ident).pids = reference_list(text("pids") or "")
+            return ident is not None
+        if name == "multi":
+            if text("pindices") is not None:
+                self._last("multi").values.append(reference_list(text("pindices")))
+            return True
+        return False
+
+
+class ObjectRead:
+    def __init__(self, obj):
+        self.obj = obj
+
+    def tag(self, tag, attrs, reader):
+        name = split(tag)[1]
+        if name == "metadatagroup":
+            reader.push(Decline())
+            return True
+        if name == "mesh":
+            self.obj.mesh = Mesh()
+            reader.push(MeshRead(self.obj))
+            return True
+        if name == "components":
+            return True
+        if name == "component":
+            ident = reference_id(attrs.get("objectid"))
+            if ident is not None:
+                found = self.obj.model.references.get(ident)
+                target = found if isinstance(found, Object) else None
+                self.obj.components.append((target, parse_transform(attrs.get("transform"))))
+        return False
+
+
+class MeshRead:
+    def __init__(self, obj):
+        self.obj = obj
+        self.model = obj.model
+        self.mesh = obj.mesh
+
+    def tag(self, tag, attrs, reader):
+        prefix, name = split(tag)
+        namespace = self.model.namespace_of(prefix)
+        if namespace == NS_DISPLACEMENT:
+            return False  # displacement maps add no geometry
+        if namespace not in (NS_CORE_2015, NS_CORE_2013, ""):
+            if name != "beamlattice":
+                return False
+            reader.push(BeamsRead(self.mesh))
+            return True
+        if name in ("vertices", "triangles"):
+            return True
+        if name == "vertex":
+            coordinates = [strict_float(attrs, axis) for axis in ("x", "y", "z")]
+            if None in coordinates:
+                return False
+            self._vertex(*coordinates)
+            return True
+        if name == "triangle":
+            return self._read_triangle(attrs)
+        if name == "bin":
+            return self._read_bin(attrs, reader.parent())
+        return False
+
+    def _vertex(self, x, y, z):
+        scale = self.model.factor
+        self.mesh.points.append(tuple(to_int32(c * scale * UNITS_PER_MM) for c in (x, y, z)))
+
+    def _triangle(self, v1, v2, v3):
+        """The new triangle's number, or None when the mesh refuses it."""
+        for index in (v1, v2, v3):
+            if not 0 <= index < len(self.mesh.points):
+                raise ReadFailed("a triangle names vertex %d of %d" % (index, len(self.mesh.points)))
+        if v1 == v2 or v2 == v3 or v1 == v3:
+            return None  # a point given twice
+        self.mesh.triangles += 1
+        return self.mesh.triangles - 1
+
+    def _read_triangle(self, attrs):
+        corners = [strict_int(attrs, key) for key in ("v1", "v2", "v3")]
+        if None in corners:
+            return False
+        triangle = self._triangle(*corners)
+        pid = reference_id(attrs.get("pid"))
+        if pid is None:
+            pid = -1 if self.obj.group is None else self.obj.group.ident
+        p1 = strict_int(attrs, "p1")
+        group = self.model.property_group(pid)
+        if triangle is None or pid == -1 or p1 is None or group is None:
+            return True
+        p2, p3 = strict_int(attrs, "p2"), strict_int(attrs, "p3")
+        self.mesh.properties.append((triangle, group, (p1, p1 if p2 is None else p2, p1 if p3 is None else p3)))
+        return True
+
+    def _read_bin(self, attrs, parent):
+        pos, count = strict_int64(attrs, "pos"), leading_unsigned(attrs.get("count"))
+        if pos is None or count is None or parent not in ("vertices", "triangles"):
+            return False
+        form = attrs.get("format", "")
+        if parent == "vertices" and form == "float3":
+            for x, y, z in struct.iter_unpack("<3f", records(self.model.binary, pos, count)):
+                self._vertex(x, y, z)
+        if parent == "triangles" and form in ("long3", "int32_3"):
+            for v1, v2, v3 in struct.iter_unpack("<3i", records(self.model.binary, pos, count)):
+                self._triangle(v1, v2, v3)
+        return True
+
+
+def strict_int64(attrs, name):
+    text = attrs.get(name)
+    if text is None or not _STRICT_INT.match(_strip_sign(text)):
+        return None
+    return int(_strip_sign(text))
+
+
+def leading_unsigned(text):
+    match = re.match(r"\s*(\d+)", text or "")
+    return int(match.group(1)) if match else None
+
+
+def records(data, pos, count):
+    """The whole 12-byte records of a block that the side part holds."""
+    block = data[pos : pos + count * 12] if pos >= 0 else b""
+    return block[: len(block) // 12 * 12]
+
+
+class BeamsRead:
+    """Beams add no geometry; a beam on a vertex that isn't there fails."""
+
+    def __init__(self, mesh):
+        self.mesh = mesh
+
+    def tag(self, tag, attrs, _reader):
+        if split(tag)[1] == "beam":
+            for key in ("v1", "v2"):
+                index = strict_int(attrs, key)
+                if index is not None and not 0 <= index < len(self.mesh.points):
+                    raise ReadFailed("a beam names vertex %d of %d" % (index, len(self.mesh.points)))
+        return True
+
+
+# --- The end of the read: colours, textures, and the build -------------------
+
+
+def finish_mesh(obj):
+    """Default colour of the object, then the property of each triangle."""
+    mesh, group = obj.mesh, obj.group
+    if isinstance(group, Group) and group.kind in ("color", "base") and obj.index != -1:
+        if 0 <= obj.index < len(group.values):
+            mesh.material = group.values[obj.index]
+    for triangle, group, corners in mesh.properties:
+        assign(obj.model, mesh, triangle, group, corners, 0)
+    mesh.properties = []
+
+
+def assign(model, mesh, triangle, group, corners, depth):
+    if group is None:
+        return
+    if group.kind in ("color", "base"):
+        if 0 <= corners[0] < len(group.values):
+            mesh.colours[triangle] = group.values[corners[0]]
+        else:
+            warn("colour index %d outside its group" % corners[0])
+    elif group.kind == "texture":
+        mesh.textured.setdefault(triangle, set()).add(id(group))
+    elif group.kind == "multi" and depth < 16:
+        for position, pid in enumerate(group.pids):
+            indices = []
+            for corner in corners:
+                value = group.values[corner] if 0 <= corner < len(group.values) else []
+                if position >= len(value):
+                    warn("multi property index outside its group")
+                    return
+                indices.append(value[position])
+            assign(model, mesh, triangle, model.property_group(pid), tuple(indices), depth + 1)
+
+
+def warn(message):
+    print("expected_meshes: undefined case, " + message, file=sys.stderr)
+
+
+def transformed(mesh, matrix, root_factor):
+    """A copy of the mesh with a build transform baked in."""
+    copy = Mesh(mesh.material)
+    copy.triangles = mesh.triangles
+    copy.colours = dict(mesh.colours)
+    copy.textured = {k: set(v) for k, v in mesh.textured.items()}
+    if matrix == IDENTITY:
+        copy.points = list(mesh.points)
+        return copy
+    rows = [list(row) for row in matrix]
+    for row in rows:
+        row[3] = float(to_int32(row[3] * root_factor * UNITS_PER_MM))
+    copy.points = [
+        tuple(saturate(r[0] * x + r[1] * y + r[2] * z + r[3]) for r in rows) for x, y, z in mesh.points
+    ]
+    return copy
+
+
+def append(target, source):
+    """AddStl, after the source's material was made triangle colours."""
+    if target.material != source.material:
+        for triangle in range(source.triangles):
+            source.colours.setdefault(triangle, source.material)
+    offset = target.triangles
+    target.points.extend(source.points)
+    target.triangles += source.triangles
+    target.colours.update((offset + k, v) for k, v in source.colours.items())
+    for k, v in source.textured.items():
+        target.textured.setdefault(offset + k, set()).update(v)
+
+
+def flatten(obj, matrix, root_factor, result, path):
+    """One build item: the object's mesh, then its components', in one mesh."""
+    if obj is None:
+        return result
+    if obj in path:
+        raise ReadFailed("components form a cycle")
+    if obj.mesh is not None:
+        copy = transformed(obj.mesh, matrix, root_factor)
+        if result is None:
+            result = copy
+        else:
+            append(result, copy)
+    elif result is None:
+        result = Mesh()
+    for child, transform in obj.components:
+        result = flatten(child, compose(matrix, transform), root_factor, result, path + (obj,))
+    return result
+
+
+# --- The package ------------------------------------------------------------
+
+
+def archive_name(part):
+    part = part.replace("\\", "/")
+    return part[1:] if part.startswith("/") else part
+
+
+def read_model(archive, name):
+    """A model part; one that isn't in the archive reads as empty."""
+    model = Model(archive, name)
+    entry = archive_name(name)
+    if entry in archive.namelist():
+        Reader(ModelRead(model)).parse(archive.read(entry))
+    return model
+
+
+class RelationshipsRead:
+    def __init__(self):
+        self.targets = []
+
+    def tag(self, tag, attrs, _reader):
+        if tag != "Relationship":
+            return False
+        self.targets.append(attrs.get("Target", ""))
+        return True
+
+
+def root_model_name(archive):
+    """The first relationship target ending in ".model", else the first one."""
+    relationships = RelationshipsRead()
+    if "_rels/.rels" in archive.namelist():
+        Reader(relationships).parse(archive.read("_rels/.rels"))
+    for target in relationships.targets:
+        leaf = target.replace("\\", "/").rpartition("/")[2]
+        if leaf not in (".", "..") and "." in leaf and leaf[leaf.rindex(".") :] == ".model":
+            return target
+    return relationships.targets[0] if relationships.targets else None
+
+
+def read_package(path):
+    """The root model and the model parts that its build items name."""
+    try:
+        with zipfile.ZipFile(path) as archive:
+            name = root_model_name(archive)
+            if name is None:
+                raise ReadFailed("root model not found")
+            root = read_model(archive, name)
+            related = {}
+            for _, part, _ in root.items:
+                if part is not None and part not in related:
+                    related[part] = read_model(archive, part)
+            return root, related
+    except (OSError, EOFError, zipfile.BadZipFile, zlib.error) as error:
+        raise ReadFailed(str(error)) from error
+
+
+def expected_meshes(path):
+    root, related = read_package(path)
+    for model in [root] + list(related.values()):
+        for obj in model.objects:
+            if obj.mesh is not None:
+                finish_mesh(obj)
+    meshes = []
+    for ident, part, matrix in root.items:
+        found = (root if part is None else related[part]).references.get(ident)
+        mesh = flatten(found if isinstance(found, Object) else None, matrix, root.factor, None, ())
+        if mesh is not None and mesh.points:
+            meshes.append(mesh)
+    return meshes
+
+
+def describe(path, meshes):
+    if not meshes:
+        return [path + "\tnone"]
+    lines = []
+    for index, mesh in enumerate(meshes):
+        low = [min(p[axis] for p in mesh.points) / UNITS_PER_MM for axis in range(3)]
+        high = [max(p[axis] for p in mesh.points) / UNITS_PER_MM for axis in range(3)]
+        fields = [path, str(index), str(len(mesh.points)), str(mesh.triangles)]
+        fields += ["%.3f" % value for value in low + high]
+        fields += [str(len(mesh.colours)), str(len(mesh.textured))]
+        lines.append("\t".join(fields))
+    return lines
+
+
+def main(arguments):
+    if not arguments:
+        print(__doc__.strip().splitlines()[2], file=sys.stderr)
+        return 2
+    failed = False
+    for path in arguments:
+        try:
+            lines = describe(path, expected_meshes(path))
+        except ReadFailed as error:
+            print("expected_meshes: %s: read fails: %s" % (path, error), file=sys.stderr)
+            lines, failed = [path + "\terror"], True
+        print("\n".join(lines))
+    return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
