@@ -106,6 +106,20 @@ def strict_int(attrs, name):
     return value if INT32_MIN <= value <= INT32_MAX else None
 
 
+def strict_int64(attrs, name):
+    """The same for a 64-bit integer, without the range check."""
+    text = attrs.get(name)
+    if text is None or not _STRICT_INT.match(_strip_sign(text)):
+        return None
+    return int(_strip_sign(text))
+
+
+def leading_unsigned(text):
+    """The leading decimal digits, as a stream reads an unsigned number."""
+    match = re.match(r"\s*(\d+)", text or "")
+    return int(match.group(1)) if match else None
+
+
 def _extract_int(text, at):
     """One `>> int` of a stream: (status, value, position after)."""
     while at < len(text) and text[at] in " \t\n\v\f\r":
@@ -236,7 +250,7 @@ class Mesh:
         self.colours = {}  # triangle -> packed colour
         self.textured = {}  # triangle -> set of texture keys
         self.material = material
-        self.properties = []  # (triangle, group, p1, p2, p3) until the end
+        self.properties = []  # (triangle, group, corner indices) until the end
 
 
 class Object(Resource):
@@ -249,7 +263,7 @@ class Object(Resource):
 
 
 class Model:
-    def __init__(self, archive, name):
+    def __init__(self, archive):
         self.archive = archive
         self.factor = 1.0
         self.namespaces = []  # (prefix, uri) of the root element, first kept
@@ -278,8 +292,9 @@ class Model:
 
 
 def split(tag):
-    prefix, _, local = tag.rpartition(":")
-    return prefix, local
+    """Prefix and local name, cut at the first colon."""
+    prefix, colon, local = tag.partition(":")
+    return (prefix, local) if colon else ("", tag)
 
 
 # --- The handlers, one per element kind, on a stack as the reader keeps them --
@@ -573,8 +588,9 @@ class MeshRead:
         group = self.model.property_group(pid)
         if triangle is None or pid == -1 or p1 is None or group is None:
             return True
-        p2, p3 = strict_int(attrs, "p2"), strict_int(attrs, "p3")
-        self.mesh.properties.append((triangle, group, (p1, p1 if p2 is None else p2, p1 if p3 is None else p3)))
+        p2, p3 = (strict_int(attrs, key) for key in ("p2", "p3"))
+        corners = (p1, p1 if p2 is None else p2, p1 if p3 is None else p3)
+        self.mesh.properties.append((triangle, group, corners))
         return True
 
     def _read_bin(self, attrs, parent):
@@ -589,18 +605,6 @@ class MeshRead:
             for v1, v2, v3 in struct.iter_unpack("<3i", records(self.model.binary, pos, count)):
                 self._triangle(v1, v2, v3)
         return True
-
-
-def strict_int64(attrs, name):
-    text = attrs.get(name)
-    if text is None or not _STRICT_INT.match(_strip_sign(text)):
-        return None
-    return int(_strip_sign(text))
-
-
-def leading_unsigned(text):
-    match = re.match(r"\s*(\d+)", text or "")
-    return int(match.group(1)) if match else None
 
 
 def records(data, pos, count):
@@ -724,7 +728,7 @@ def archive_name(part):
 
 def read_model(archive, name):
     """A model part; one that isn't in the archive reads as empty."""
-    model = Model(archive, name)
+    model = Model(archive)
     entry = archive_name(name)
     if entry in archive.namelist():
         Reader(ModelRead(model)).parse(archive.read(entry))
