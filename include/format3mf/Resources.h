@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/OndExport.h"
+#include "format3mf/Materials.h"
 #include "format3mf/ModelFileItem.h"
 #include "format3mf/Object.h"
 #include "format3mf/SliceStack.h"
@@ -27,6 +28,7 @@ struct OND_EXPORT Resources : ModelFileItem
     void _OnStartReading(PackageReadContext* context) override;
     void _OnStopReading(PackageReadContext* context) override;
 
+    Materials m_materials;
     std::vector<std::unique_ptr<ISliceStack>> m_sliceStacks;
     std::vector<std::unique_ptr<IToolPath>> m_toolPaths;
     std::vector<std::unique_ptr<ModelFileItem>> m_resourcesOndAMX;

@@ -53,7 +53,7 @@ MaterialsRead::MaterialsRead(PackageReadContext* context, Materials* materials, 
 // on its own, with the index in the message.
 bool MaterialsRead::HandleTag(std::wstring const& tag, MSAXReader& reader)
 {
-    _CheckCancelAndReport(reader);
+    _ReportProgress(reader);
 
     std::size_t const colon = tag.find(L':');
     std::size_t const localStart = colon == std::wstring::npos ? 0 : colon + 1;
@@ -101,20 +101,6 @@ bool MaterialsRead::HandleTag(std::wstring const& tag, MSAXReader& reader)
         return _ReadMulti(reader);
     }
     return false;
-}
-
-void MaterialsRead::_CheckCancelAndReport(MSAXReader& reader)
-{
-    if (m_context->m_progress == nullptr)
-    {
-        return;
-    }
-    if (m_context->m_progress->IsCancelled())
-    {
-        m_context->m_status = 3;
-        throw Canceled();
-    }
-    *m_context->m_progress = static_cast<std::uint64_t>(reader.GetPosition());
 }
 
 // The namespace of a tag is the one the model declared for its prefix; a tag

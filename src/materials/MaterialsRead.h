@@ -29,7 +29,6 @@ public:
     bool HandleTag(std::wstring const& tag, MSAXReader& reader) override;
 
 private:
-    void _CheckCancelAndReport(MSAXReader& reader);
     bool _IsNamespace2013(std::wstring const& tag, std::size_t localStart) const;
 
     bool _ReadBaseMaterials(MSAXReader& reader);

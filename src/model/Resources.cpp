@@ -4,7 +4,7 @@
 
 namespace Format_3MF
 {
-Resources::Resources(ModelFile* modelFile) : ModelFileItem(modelFile) {}
+Resources::Resources(ModelFile* modelFile) : ModelFileItem(modelFile), m_materials(modelFile) {}
 
 Resources::~Resources() = default;
 
@@ -40,6 +40,7 @@ void Resources::_OnStartWriting(PackageWriteContext* context)
 
 void Resources::_OnStopWriting(PackageWriteContext* context)
 {
+    m_materials._OnStopWriting(context);
     for (auto const& slice : m_sliceStacks)
     {
         slice->_OnStopWriting(context);
@@ -56,6 +57,7 @@ void Resources::_OnStopWriting(PackageWriteContext* context)
 
 void Resources::_OnStartReading(PackageReadContext* context)
 {
+    m_materials._OnStartReading(context);
     for (auto const& slice : m_sliceStacks)
     {
         slice->_OnStartReading(context);
@@ -72,6 +74,7 @@ void Resources::_OnStartReading(PackageReadContext* context)
 
 void Resources::_OnStopReading(PackageReadContext* context)
 {
+    m_materials._OnStopReading(context);
     for (auto const& slice : m_sliceStacks)
     {
         slice->_OnStopReading(context);

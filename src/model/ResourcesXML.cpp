@@ -47,7 +47,8 @@ void WriteExtensionList(MSAXWriter& writer, List const& items, PackageWriteConte
 } // namespace
 
 ResourcesRead::ResourcesRead(Resources* resources, PackageReadContext* context, ISAXReadHelper* parent)
-    : ISAXReadHelper(parent), XMLReadHandler(context), m_resources(resources)
+    : ISAXReadHelper(parent), XMLReadHandler(context), m_resources(resources),
+      m_materialsRead(context, &resources->m_materials, resources->m_modelFile)
 {
 }
 
@@ -80,6 +81,10 @@ bool ResourcesRead::_ReadExtension(ModelFileItem* item, MSAXReader& reader, bool
 
 bool ResourcesRead::HandleTag(std::wstring const& tag, MSAXReader& reader)
 {
+    if (m_materialsRead.HandleTag(tag, reader))
+    {
+        return true;
+    }
     ModelFile* const modelFile = m_resources->m_modelFile;
     std::wstring const local = LocalName(tag);
     if (local == L"slicestack")

@@ -3,6 +3,7 @@
 #include "format3mf/Resources.h"
 #include "foundation/XMLHandlers.h"
 #include "foundation/XMLPersistHelpers.h"
+#include "materials/MaterialsRead.h"
 
 #include <memory>
 #include <string>
@@ -14,7 +15,8 @@ class IProgressDelegate;
 
 namespace Format_3MF
 {
-// Hands each child of "resources" to the factory of its kind. Extension
+// Hands each child of "resources" to the materials first and then to the
+// factory of its kind. Extension
 // resources whose factory gives nothing are skipped with their content.
 class ResourcesRead : public ISAXReadHelper, public XMLReadHandler
 {
@@ -34,6 +36,7 @@ private:
     std::wstring m_slicePrefix;
     std::wstring m_toolPathPrefix;
     std::wstring m_ondamxPrefix;
+    MaterialsRead m_materialsRead;
 };
 
 // Writes the lists in an order that needs no forward reference: slice

@@ -1,3 +1,4 @@
+#include "support/Samples.h"
 #include "support/TestModelFile.h"
 
 #include "format3mf/Package.h"
@@ -10,29 +11,6 @@
 #include <algorithm>
 
 using namespace Format_3MF;
-
-namespace
-{
-std::vector<boost::filesystem::path> Samples()
-{
-    std::vector<boost::filesystem::path> files;
-    boost::filesystem::path const root = boost::filesystem::path(FORMAT3MF_TESTDATA) / "samples";
-    if (!boost::filesystem::exists(root))
-    {
-        return files;
-    }
-    for (auto const& entry : boost::filesystem::recursive_directory_iterator(root))
-    {
-        if (entry.path().extension() == ".3mf")
-        {
-            files.push_back(entry.path());
-        }
-    }
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
-} // namespace
 
 TEST(Samples, EveryFileReadsPlainAndAnalyseOnly)
 {
