@@ -1,0 +1,65 @@
+#pragma once
+
+#include "common/OndExport.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+class MStlBase;
+
+namespace OndSDK::Common
+{
+class IProgressDelegate;
+}
+
+namespace format3mf::import
+{
+// Turns a 3MF file into triangle meshes: one per build item that holds
+// geometry, or all of them merged into one. Build and component
+// transformations are baked into the coordinates.
+class OND_EXPORT Importer
+{
+public:
+    enum ErrorStatus : std::int32_t
+    {
+        Success = 0,
+        // The archive failed while a part that must be there was read.
+        ExtractionFailed = 1,
+        // Anything else: no such file, no 3MF archive, no model, bad content.
+        ReadFailed = 2,
+        Canceled = 3,
+    };
+
+    Importer() = default;
+
+    // The caller's vector, which must outlive Operate. Parts are appended;
+    // nothing is cleared.
+    void SetOutputParts(std::vector<std::unique_ptr<MStlBase>>& parts) { m_outputParts = &parts; }
+    void SetFileName(std::wstring const& name) { m_fileName = name; }
+    // Merges every part into the last element of the vector; when the vector
+    // already holds parts, the file's first part goes into its last one too.
+    void SetImportAsOnePart(bool value) { m_importAsOnePart = value; }
+    void SetImportTextures(bool value) { m_importTextures = value; }
+
+    // The progress delegate may be empty. Exceptions other than those of a
+    // bad file (file system errors, for one) reach the caller.
+    ErrorStatus Operate(std::shared_ptr<OndSDK::Common::IProgressDelegate> progress);
+
+    // Joins the textures of a part that share one bitmap into the first of
+    // them, which reading leaves behind when several objects use one image.
+    static void ConsolidateTextures(MStlBase* part);
+
+    // The error messages of the last Operate, in the order they arose: why
+    // it failed, or what the read met on the way.
+    std::vector<std::wstring> const& GetErrors() const { return m_errors; }
+
+private:
+    std::vector<std::unique_ptr<MStlBase>>* m_outputParts = nullptr;
+    std::wstring m_fileName;
+    bool m_importAsOnePart = false;
+    bool m_importTextures = true;
+    std::vector<std::wstring> m_errors;
+};
+} // namespace format3mf::import

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "common/MMTransformMatrix.h"
+#include "common/OndExport.h"
+#include "format3mf/ModelFile.h"
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+class MStlBase;
+
+namespace Format_3MF
+{
+// The model file of plain triangle meshes. On reading, every build item
+// becomes one mesh: its object, its components and their transformations
+// flattened into the coordinates.
+class OND_EXPORT ModelFileStlBase : public ModelFile
+{
+public:
+    ModelFileStlBase();
+    ModelFileStlBase(std::wstring const& name, ModelFile* parent);
+    // Frees the list only: the meshes belong to whoever added or took them.
+    ~ModelFileStlBase() override;
+
+    void AddStl(MStlBase* stl) { m_stls.push_back(stl); }
+    std::uint64_t GetNumStls() const { return m_stls.size(); }
+    // No bounds check.
+    MStlBase* GetStl(std::uint64_t index) const { return m_stls[index]; }
+
+    void _OnStopReading(PackageReadContext* context) override;
+
+protected:
+    ModelFile* _CreateRelatedModelFile(std::wstring const& name) override;
+    IMesh* _CreateMesh(Object* object, PackageReadContext* context) override;
+    ISliceStack* _CreateSliceStack(PackageReadContext*) override { return nullptr; }
+    IToolPath* _CreateToolPath(PackageReadContext*) override { return nullptr; }
+    ModelFileItem* _CreateResourceOndAMX(PackageReadContext*) override { return nullptr; }
+
+private:
+    // Puts the object's mesh, placed by `transform` (file units), then its
+    // components' into `target`; the object's own mesh replaces it.
+    void _AddObjectToStl(Object const* object, MMTransformMatrix const& transform,
+                         std::unique_ptr<MStlBase>& target) const;
+
+    std::vector<MStlBase*> m_stls;
+};
+} // namespace Format_3MF

@@ -1,0 +1,133 @@
+#include "format3mf/Importer.h"
+
+#include "format3mf/Exception.h"
+#include "format3mf/MergeStl.h"
+#include "format3mf/ModelFileStlBase.h"
+#include "format3mf/Package.h"
+#include "format3mf/PackageRead.h"
+
+#include "common/StringConversion.h"
+#include "triangles/MStlBase.h"
+#include "triangles/MStlTexture.h"
+#include "zip/MZipArchiveError.h"
+
+#include <map>
+#include <stdexcept>
+
+namespace format3mf::import
+{
+namespace
+{
+// The read's status mapped to the importer's: crossed on purpose, since the
+// reader's 1 (no root model) is a read failure and its 2 an archive failure.
+Importer::ErrorStatus StatusOf(std::int32_t readStatus)
+{
+    switch (readStatus)
+    {
+    case 2:
+        return Importer::ExtractionFailed;
+    case 3:
+        return Importer::Canceled;
+    default:
+        return Importer::ReadFailed;
+    }
+}
+} // namespace
+
+Importer::ErrorStatus Importer::Operate(std::shared_ptr<OndSDK::Common::IProgressDelegate> progress)
+{
+    Format_3MF::ModelFileStlBase model;
+    Format_3MF::PackageReadOptions options;
+    options.IsSkipTextures = !m_importTextures;
+    Format_3MF::Package package(&model);
+    Format_3MF::PackageRead reader(&package, options);
+    m_errors.clear();
+    bool read = false;
+    try
+    {
+        read = reader.Read(m_fileName, progress);
+    }
+    catch (MZipArchiveError::MFileNotFound const& error)
+    {
+        m_errors.push_back(error.GetMessage() + L": " + error.GetDetail());
+        return ReadFailed;
+    }
+    catch (std::invalid_argument const& error)
+    {
+        m_errors.push_back(StringConversion::ConvertMultiByteStringToOndString(error.what()));
+        return ReadFailed;
+    }
+    catch (Format_3MF::Exception const& error)
+    {
+        m_errors.push_back(error.m_message);
+        return ReadFailed;
+    }
+    m_errors = reader.GetContext().m_errors;
+    // The meshes are ours from here on, also those a missing output vector
+    // can't take.
+    std::vector<std::unique_ptr<MStlBase>> parts;
+    for (std::uint64_t i = 0; i < model.GetNumStls(); ++i)
+    {
+        parts.emplace_back(model.GetStl(i));
+    }
+    if (!read)
+    {
+        return StatusOf(reader.GetContext().m_status);
+    }
+    if (m_outputParts == nullptr)
+    {
+        throw std::logic_error("Importer: no output vector was set.");
+    }
+    for (auto& part : parts)
+    {
+        if (m_importAsOnePart && !m_outputParts->empty())
+        {
+            MergeStlInto(part.get(), m_outputParts->back().get());
+        }
+        else
+        {
+            m_outputParts->push_back(std::move(part));
+        }
+    }
+    for (auto const& part : *m_outputParts)
+    {
+        ConsolidateTextures(part.get());
+    }
+    return Success;
+}
+
+void Importer::ConsolidateTextures(MStlBase* part)
+{
+    std::map<OndSDK::Common::ImageBitmap const*, MStlTexture*> firstOfBitmap;
+    std::vector<MStlTexture*> emptied;
+    for (MStlTexture* texture : part->GetTextures())
+    {
+        auto const [entry, fresh] = firstOfBitmap.try_emplace(texture->GetSharedBitmap().get(), texture);
+        if (fresh)
+        {
+            continue;
+        }
+        MStlTexture* const target = entry->second;
+        std::vector<MStlTriangle const*> const triangles = texture->GetTriangles();
+        for (MStlTriangle const* triangle : triangles)
+        {
+            if (target->HasTriangle(triangle))
+            {
+                continue;
+            }
+            MStlTextureCoordinates coordinates;
+            texture->GetCoordinates(triangle, coordinates, true);
+            target->AddTriangle(triangle, coordinates, true);
+            texture->RemoveTriangle(triangle);
+        }
+        if (texture->GetNumTriangles() == 0)
+        {
+            emptied.push_back(texture);
+        }
+    }
+    for (MStlTexture* texture : emptied)
+    {
+        part->GetTextureFactory(true)->RemoveTexture(texture);
+    }
+}
+} // namespace format3mf::import
