@@ -1,0 +1,87 @@
+#include "format3mf/MeshStlBase.h"
+
+#include "mesh/MeshStlBaseRead.h"
+
+#include "triangles/MStlBase.h"
+
+namespace Format_3MF
+{
+MeshStlBase::MeshStlBase(MStlBase* stl, ModelFile* modelFile, Object* object, PackageReadContext*)
+    : IMesh(modelFile, object), m_stl(stl)
+{
+}
+
+// The mask hangs on the host mesh, so it goes first, while its owner exists.
+MeshStlBase::~MeshStlBase()
+{
+    m_triangleProperties.reset();
+    if (m_ownStl)
+    {
+        delete m_stl;
+    }
+}
+
+void MeshStlBase::SetStl(MStlBase* stl, bool own)
+{
+    if (stl != m_stl && m_ownStl)
+    {
+        delete m_stl;
+    }
+    m_ownStl = own;
+    m_stl = stl;
+}
+
+MStlBase* MeshStlBase::GetStl(bool release)
+{
+    if (release)
+    {
+        m_ownStl = false;
+    }
+    return m_stl;
+}
+
+void MeshStlBase::InitTriangleProperties()
+{
+    if (!m_triangleProperties)
+    {
+        m_triangleProperties = std::make_unique<TrianglePropertyMask>(&m_stl->GetTriangleMaskOwner());
+    }
+}
+
+ISAXReadHelper* MeshStlBase::_CreateSaxHandlerRead(PackageReadContext* context, ISAXReadHelper* parent)
+{
+    return new MeshStlBaseRead(context, this, parent);
+}
+
+// A mesh of this kind is printed by the writer that comes with mesh writing;
+// until then an object's mesh is left out of the written model.
+ISAXWriteHelper* MeshStlBase::_CreateSaxHandlerWrite(PackageWriteContext*,
+                                                     std::shared_ptr<OndSDK::Common::IProgressDelegate>) const
+{
+    return nullptr;
+}
+
+void MeshStlBase::_OnStartWriting(PackageWriteContext* context)
+{
+    if (m_tetraheders)
+    {
+        m_tetraheders->_OnStartWriting(context);
+    }
+}
+
+void MeshStlBase::_OnStopWriting(PackageWriteContext* context)
+{
+    if (m_tetraheders)
+    {
+        m_tetraheders->_OnStopWriting(context);
+    }
+}
+
+void MeshStlBase::_OnStartReading(PackageReadContext* context)
+{
+    if (m_tetraheders)
+    {
+        m_tetraheders->_OnStartReading(context);
+    }
+}
+} // namespace Format_3MF

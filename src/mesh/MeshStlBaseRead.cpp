@@ -1,0 +1,215 @@
+#include "mesh/MeshStlBaseRead.h"
+
+#include "format3mf/Exception.h"
+#include "format3mf/ModelFile.h"
+#include "format3mf/Object.h"
+#include "format3mf/PropertyGroup.h"
+#include "foundation/FormatIdentifiers.h"
+#include "foundation/ReadAttribute.h"
+
+#include "common/MInternalUnits.h"
+#include "triangles/MStlBase.h"
+
+#include <cmath>
+#include <limits>
+
+namespace Format_3MF
+{
+namespace
+{
+// Made once: the typed reads take the name as a wide string.
+std::wstring const kX = L"x";
+std::wstring const kY = L"y";
+std::wstring const kZ = L"z";
+std::wstring const kV1 = L"v1";
+std::wstring const kV2 = L"v2";
+std::wstring const kV3 = L"v3";
+std::wstring const kPid = L"pid";
+std::wstring const kP1 = L"p1";
+std::wstring const kP2 = L"p2";
+std::wstring const kP3 = L"p3";
+
+bool IsCoreNamespace(std::wstring const& uri)
+{
+    return uri.empty() || uri == NamespaceCore2015 || uri == NamespaceCore2013;
+}
+
+// Identifiers keep the lenient reading of all identifiers (a leading number
+// with anything behind it); a plain number, the usual case, is parsed
+// without building strings.
+bool ReadReferenceID(MSAXReader& reader, std::wstring const& name, tReferenceID& id)
+{
+    int value;
+    if (reader.ReadAttribute(value, name))
+    {
+        id = value;
+        return true;
+    }
+    return ReadAttribute(reader, name, id);
+}
+} // namespace
+
+MeshStlBaseRead::MeshStlBaseRead(PackageReadContext* context, MeshStlBase* mesh, ISAXReadHelper* parent)
+    : ISAXReadHelper(parent), XMLReadHandler(context), m_mesh(mesh),
+      m_unitFactor(mesh->m_modelFile->GetUnits().m_factor)
+{
+    std::wstring uri;
+    GetNamespaceURI(L"", uri);
+    m_defaultIsCore = IsCoreNamespace(uri);
+}
+
+bool MeshStlBaseRead::_IsCore(std::wstring const& tag, std::wstring_view& local)
+{
+    std::size_t const colon = tag.find(L':');
+    if (colon == std::wstring::npos)
+    {
+        local = tag;
+        return m_defaultIsCore;
+    }
+    local = std::wstring_view(tag).substr(colon + 1);
+    if (!m_hasLastPrefix || tag.compare(0, colon, m_lastPrefix) != 0)
+    {
+        std::wstring prefix;
+        std::wstring uri;
+        std::wstring name;
+        SplitName(tag, prefix, uri, name);
+        m_lastPrefix = prefix;
+        m_lastPrefixIsCore = IsCoreNamespace(uri);
+        m_hasLastPrefix = true;
+    }
+    return m_lastPrefixIsCore;
+}
+
+// Displacement maps, beam lattices and data in the binary part are read by
+// readers of their own; without them, those elements are skipped with their
+// content, as is everything unknown.
+bool MeshStlBaseRead::HandleTag(std::wstring const& tag, MSAXReader& reader)
+{
+    _ReportProgress(reader);
+    std::wstring_view local;
+    if (!_IsCore(tag, local))
+    {
+        return false;
+    }
+    if (local == L"vertex")
+    {
+        return _ReadVertex(reader);
+    }
+    if (local == L"triangle")
+    {
+        return _ReadTriangle(reader);
+    }
+    if (local == L"vertices" || local == L"triangles")
+    {
+        return !m_context->IsSkipGeometry;
+    }
+    return false;
+}
+
+std::int32_t MeshStlBaseRead::_ToInternal(double value) const
+{
+    double const scaled = value * m_unitFactor * OndSDK::Common::MInternalUnits::Get();
+    double const rounded = scaled >= 0 ? scaled + 0.5 : scaled - 0.5;
+    // Beyond 32 bits the nearest limit, so that a hostile number can't make
+    // the conversion undefined; NaN gives 0.
+    if (std::isnan(rounded))
+    {
+        return 0;
+    }
+    if (rounded >= 2147483648.0)
+    {
+        return std::numeric_limits<std::int32_t>::max();
+    }
+    if (rounded <= -2147483649.0)
+    {
+        return std::numeric_limits<std::int32_t>::min();
+    }
+    return static_cast<std::int32_t>(rounded);
+}
+
+// A vertex without all three coordinates is dropped, and later indices shift:
+// the geometry of a file is taken as it stands.
+bool MeshStlBaseRead::_ReadVertex(MSAXReader& reader)
+{
+    double x;
+    double y;
+    double z;
+    if (!reader.ReadAttribute(x, kX) || !reader.ReadAttribute(y, kY) || !reader.ReadAttribute(z, kZ))
+    {
+        return false;
+    }
+    m_points.push_back(m_mesh->m_stl->AddPoint(_ToInternal(x), _ToInternal(y), _ToInternal(z), true));
+    return true;
+}
+
+MStlPoint* MeshStlBaseRead::_Point(int index) const
+{
+    if (index < 0 || static_cast<std::size_t>(index) >= m_points.size())
+    {
+        throw Exception(L"A triangle refers to vertex " + std::to_wstring(index) + L" of " +
+                        std::to_wstring(m_points.size()) + L" vertices.");
+    }
+    return m_points[static_cast<std::size_t>(index)];
+}
+
+IPropertyGroup* MeshStlBaseRead::_Group(tReferenceID id)
+{
+    if (id != m_lastGroupId)
+    {
+        m_lastGroupId = id;
+        m_lastGroup = dynamic_cast<IPropertyGroup*>(m_mesh->m_modelFile->GetReference(id));
+    }
+    return m_lastGroup;
+}
+
+// The property reference is the triangle's "pid" or the object's default
+// group, with "p1" and, where given, "p2" and "p3". Groups are resolved now,
+// so one defined later in the file names nothing and the triangle has no
+// property.
+bool MeshStlBaseRead::_ReadTriangle(MSAXReader& reader)
+{
+    int v1;
+    int v2;
+    int v3;
+    if (!reader.ReadAttribute(v1, kV1) || !reader.ReadAttribute(v2, kV2) || !reader.ReadAttribute(v3, kV3))
+    {
+        return false;
+    }
+    MStlTriangle* const triangle = m_mesh->m_stl->AddTriangle(_Point(v1), _Point(v2), _Point(v3), nullptr);
+    if (triangle == nullptr)
+    {
+        // The host refuses a triangle on a point twice; it has nothing to colour.
+        return true;
+    }
+
+    tReferenceID id;
+    if (!ReadReferenceID(reader, kPid, id) && m_mesh->m_object->m_propertyGroup != nullptr)
+    {
+        id = m_mesh->m_object->m_propertyGroup->m_id;
+    }
+    if (!id.IsDefined())
+    {
+        return true;
+    }
+    int p1;
+    if (!reader.ReadAttribute(p1, kP1))
+    {
+        return true;
+    }
+    IPropertyGroup* const group = _Group(id);
+    if (group == nullptr)
+    {
+        return true;
+    }
+    int p2 = p1;
+    int p3 = p1;
+    reader.ReadAttribute(p2, kP2);
+    reader.ReadAttribute(p3, kP3);
+
+    m_mesh->InitTriangleProperties();
+    m_mesh->m_triangleProperties->GetInfo(*triangle).assign(
+        1, MeshStlBase::TriangleProperty{group, static_cast<std::uint32_t>(p1),
+                                         static_cast<std::uint32_t>(p2), static_cast<std::uint32_t>(p3)});
+    return true;
+}
+} // namespace Format_3MF

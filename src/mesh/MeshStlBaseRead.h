@@ -1,0 +1,57 @@
+#pragma once
+
+#include "format3mf/MeshStlBase.h"
+#include "foundation/XMLHandlers.h"
+#include "foundation/XMLPersistHelpers.h"
+
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <string_view>
+
+class MStlPoint;
+
+namespace Format_3MF
+{
+class IPropertyGroup;
+
+// The content of a "mesh": points and triangles go straight into the host
+// mesh, and the property reference of each triangle is noted on the binding
+// until the mesh is complete.
+class MeshStlBaseRead : public ISAXReadHelper, public XMLReadHandler
+{
+public:
+    // `parent` gives the namespace scope and may be null.
+    MeshStlBaseRead(PackageReadContext* context, MeshStlBase* mesh, ISAXReadHelper* parent);
+
+    bool HandleTag(std::wstring const& tag, MSAXReader& reader) override;
+
+private:
+    // Whether the element is one of the core mesh elements; `local` is its
+    // name without prefix.
+    bool _IsCore(std::wstring const& tag, std::wstring_view& local);
+    bool _ReadVertex(MSAXReader& reader);
+    bool _ReadTriangle(MSAXReader& reader);
+    // A vertex index of the file; out of range is refused, naming the index.
+    MStlPoint* _Point(int index) const;
+    // A coordinate of the file in internal units, rounded half away from zero.
+    std::int32_t _ToInternal(double value) const;
+    // The property group of an identifier, or null.
+    IPropertyGroup* _Group(tReferenceID id);
+
+    MeshStlBase* m_mesh;
+    // Points never move in the host mesh, so their addresses serve as the
+    // file's vertex indices.
+    std::deque<MStlPoint*> m_points;
+    double m_unitFactor;
+    // The scope of the mesh is fixed while it is read, so a prefix means the
+    // same namespace each time: the last one looked up is remembered.
+    bool m_defaultIsCore;
+    std::wstring m_lastPrefix;
+    bool m_lastPrefixIsCore = false;
+    bool m_hasLastPrefix = false;
+    // Triangles mostly name the group of the triangle before them.
+    tReferenceID m_lastGroupId;
+    IPropertyGroup* m_lastGroup = nullptr;
+};
+} // namespace Format_3MF
