@@ -9,10 +9,14 @@
 
 #include "TorusPackage.h"
 
+#include "format3mf/Importer.h"
+
+#include "triangles/MStlBase.h"
 #include "zip/MZipArchive.h"
 #include "zip/ReadBufferFromZip.h"
 
 #include <expat.h>
+#include <malloc.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,6 +27,7 @@
 #include <exception>
 #include <filesystem>
 #include <limits>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -37,7 +42,25 @@ struct Figures
     double m_seconds = std::numeric_limits<double>::infinity();
     // Peak resident set of the process that ran the phase, in bytes.
     double m_peakBytes = 0.0;
+    // What the phase says it kept at its end (the meshes of an import).
+    double m_keptBytes = 0.0;
 };
+
+// Resident set size in bytes, from /proc/self/statm.
+double ResidentBytes()
+{
+    long pages = 0;
+    long resident = 0;
+    if (FILE* statm = std::fopen("/proc/self/statm", "r"))
+    {
+        if (std::fscanf(statm, "%ld %ld", &pages, &resident) != 2)
+        {
+            resident = 0;
+        }
+        std::fclose(statm);
+    }
+    return double(resident) * double(sysconf(_SC_PAGESIZE));
+}
 
 template <typename Work>
 double Time(Work&& work)
@@ -59,8 +82,9 @@ double BestTime(Work&& work)
 }
 
 // Runs `phase` in a forked child. The phase returns the seconds of the part
-// it measures (so that its set-up is not counted) and the child sends them
-// back through a pipe; the child's peak resident set comes from wait4.
+// it measures (so that its set-up is not counted) and may set the bytes it
+// kept; the child sends both back through a pipe. The child's peak resident
+// set comes from wait4.
 template <typename Phase>
 Figures RunInChild(Phase&& phase)
 {
@@ -81,8 +105,9 @@ Figures RunInChild(Phase&& phase)
         int status = 0;
         try
         {
-            double const seconds = phase();
-            if (write(channel[1], &seconds, sizeof seconds) != static_cast<ssize_t>(sizeof seconds))
+            double values[2] = {0.0, 0.0};
+            values[0] = phase(values[1]);
+            if (write(channel[1], values, sizeof values) != static_cast<ssize_t>(sizeof values))
             {
                 status = 1;
             }
@@ -97,8 +122,8 @@ Figures RunInChild(Phase&& phase)
     }
     close(channel[1]);
     Figures figures;
-    double seconds = 0.0;
-    bool const received = read(channel[0], &seconds, sizeof seconds) == static_cast<ssize_t>(sizeof seconds);
+    double values[2] = {0.0, 0.0};
+    bool const received = read(channel[0], values, sizeof values) == static_cast<ssize_t>(sizeof values);
     close(channel[0]);
     int status = 0;
     rusage usage{};
@@ -107,7 +132,8 @@ Figures RunInChild(Phase&& phase)
     {
         throw std::runtime_error("the measured phase failed in its child process");
     }
-    figures.m_seconds = seconds;
+    figures.m_seconds = values[0];
+    figures.m_keptBytes = values[1];
     figures.m_peakBytes = usage.ru_maxrss * 1024.0; // Linux counts kilobytes.
     return figures;
 }
@@ -121,6 +147,7 @@ Figures BestInChildren(Phase&& phase)
         Figures const figures = RunInChild(phase);
         best.m_seconds = std::min(best.m_seconds, figures.m_seconds);
         best.m_peakBytes = std::max(best.m_peakBytes, figures.m_peakBytes);
+        best.m_keptBytes = std::max(best.m_keptBytes, figures.m_keptBytes);
     }
     return best;
 }
@@ -222,14 +249,35 @@ int main()
                 InflateModel(package, [&](char const*, std::size_t size) { xmlBytes += double(size); });
             });
 
-        Figures const baseline = RunInChild([] { return 0.0; });
+        Figures const baseline = RunInChild([](double&) { return 0.0; });
         Figures const tokenize = BestInChildren(
-            [&]
+            [&](double&)
             {
                 std::string xml;
                 xml.reserve(static_cast<std::size_t>(xmlBytes));
                 InflateModel(package, [&](char const* data, std::size_t size) { xml.append(data, size); });
                 return Time([&] { Tokenize(xml); });
+            });
+
+        Figures const import = BestInChildren(
+            [&](double& kept)
+            {
+                std::vector<std::unique_ptr<MStlBase>> meshes;
+                format3mf::import::Importer importer;
+                importer.SetOutputParts(meshes);
+                importer.SetFileName(package.wstring());
+                double const before = ResidentBytes();
+                double const seconds = Time(
+                    [&]
+                    {
+                        if (importer.Operate(nullptr) != format3mf::import::Importer::Success)
+                        {
+                            throw std::runtime_error("the importer refused the generated package");
+                        }
+                    });
+                malloc_trim(0);
+                kept = ResidentBytes() - before;
+                return seconds;
             });
 
         std::printf("torus: %u x %u grid, %u vertices, %u triangles\n", shape.m_ring, shape.m_tube,
@@ -240,7 +288,16 @@ int main()
         Report("inflate model part", xmlBytes, inflate);
         Report("expat tokenize (in memory)", xmlBytes, tokenize);
         std::printf("%-28s %8.1f MB of the expat child's peak is the XML itself\n", "", xmlBytes / 1e6);
+        Report("importer", xmlBytes, import);
         std::printf("%-28s peak RSS %7.1f MB\n", "baseline child (no work)", baseline.m_peakBytes / 1e6);
+        double const meshes = import.m_keptBytes;
+        double const peak = import.m_peakBytes - baseline.m_peakBytes;
+        std::printf("\nimporter / expat time      %6.2f   (target 1.25)\n",
+                    import.m_seconds / tokenize.m_seconds);
+        std::printf("meshes returned            %6.1f MB (%.1f bytes per triangle)\n", meshes / 1e6,
+                    meshes / (2.0 * shape.m_ring * shape.m_tube));
+        std::printf("importer peak over baseline %5.1f MB; limit 1.25 x meshes + 24 MB = %.1f MB\n",
+                    peak / 1e6, (1.25 * meshes + 24e6) / 1e6);
     }
     catch (std::exception const& error)
     {
