@@ -175,7 +175,11 @@ bool MeshStlBaseRead::_ReadTriangle(MSAXReader& reader)
     {
         return false;
     }
-    MStlTriangle* const triangle = m_mesh->m_stl->AddTriangle(_Point(v1), _Point(v2), _Point(v3), nullptr);
+    // One at a time, so that a failure names the first bad index.
+    MStlPoint const* const first = _Point(v1);
+    MStlPoint const* const second = _Point(v2);
+    MStlPoint const* const third = _Point(v3);
+    MStlTriangle* const triangle = m_mesh->m_stl->AddTriangle(first, second, third, nullptr);
     if (triangle == nullptr)
     {
         // The host refuses a triangle on a point twice; it has nothing to colour.
