@@ -235,10 +235,10 @@ int main()
         ScratchFolder const scratch(std::filesystem::temp_directory_path() /
                                     ("ond_bench_import_" + std::to_string(getpid())));
         std::filesystem::path const package = scratch.m_path / "torus.3mf";
-        bench::TorusShape const shape;
+        torus::TorusShape const shape;
 
         Figures generate;
-        generate.m_seconds = BestTime([&] { bench::WriteTorusPackage(package, shape); });
+        generate.m_seconds = BestTime([&] { torus::WriteTorusPackage(package, shape); });
 
         double xmlBytes = 0.0;
         Figures inflate;

@@ -15,7 +15,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace bench
+namespace torus
 {
 struct TorusShape
 {
@@ -186,4 +186,4 @@ inline void WriteTorusPackage(std::filesystem::path const& path, TorusShape cons
         throw std::runtime_error("cannot complete " + path.string());
     }
 }
-} // namespace bench
+} // namespace torus
