@@ -4,6 +4,15 @@
 #include "zip/MZipArchive.h"
 #include "zip/MZipArchiveError.h"
 #include "zip/ZipEntryReader.h"
+#include "zip/ZipReadAhead.h"
+
+#include <thread>
+
+namespace
+{
+// Below this, a thread would cost more than it saves.
+constexpr std::uint64_t kReadAheadSize = std::uint64_t(8) << 20;
+} // namespace
 
 std::unique_ptr<FileIO::Zip::ZipEntryReader> ReadBufferFromZip::Open(MZipArchive* archive,
                                                                      wchar_t const* name)
@@ -17,11 +26,15 @@ std::unique_ptr<FileIO::Zip::ZipEntryReader> ReadBufferFromZip::Open(MZipArchive
 
 ReadBufferFromZip::ReadBufferFromZip(MZipArchive* archive, wchar_t const* name) : m_entry(Open(archive, name))
 {
+    if (m_entry->GetSize() >= kReadAheadSize && std::thread::hardware_concurrency() > 1)
+    {
+        m_ahead = std::make_unique<FileIO::Zip::ZipReadAhead>(*m_entry);
+    }
 }
 
 ReadBufferFromZip::~ReadBufferFromZip() = default;
 
 std::size_t ReadBufferFromZip::Read(char* data, std::size_t size)
 {
-    return m_entry->Read(data, size);
+    return m_ahead ? m_ahead->Read(data, size) : m_entry->Read(data, size);
 }

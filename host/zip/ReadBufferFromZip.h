@@ -9,10 +9,12 @@ class MZipArchive;
 namespace FileIO::Zip
 {
 class ZipEntryReader;
-}
+class ZipReadAhead;
+} // namespace FileIO::Zip
 
 // The bytes of one entry of an archive open for reading. Damaged data throws
-// MZipArchiveError::MGeneric from Read.
+// MZipArchiveError::MGeneric from Read. A big entry is inflated ahead on a
+// second core when there is one.
 class OND_EXPORT ReadBufferFromZip : public IReadBuffer
 {
 public:
@@ -27,4 +29,6 @@ private:
     static std::unique_ptr<FileIO::Zip::ZipEntryReader> Open(MZipArchive* archive, wchar_t const* name);
 
     std::unique_ptr<FileIO::Zip::ZipEntryReader> m_entry;
+    // Declared after the entry: it stops before the entry goes.
+    std::unique_ptr<FileIO::Zip::ZipReadAhead> m_ahead;
 };

@@ -26,6 +26,8 @@ public:
 
     // Up to size bytes, 0 at the end.
     std::size_t Read(char* data, std::size_t size);
+    // The size the central directory declares.
+    std::uint64_t GetSize() const { return m_facts.m_uncompressedSize; }
 
 private:
     std::size_t ReadStored(char* data, std::size_t size);

@@ -40,7 +40,8 @@ struct OneEntry
     std::size_t m_dataSize = 0;
     std::size_t m_central = 0;
 
-    OneEntry(TemporaryFolder const& folder, int level) : m_content(MeshLikeText(5000, 7))
+    OneEntry(TemporaryFolder const& folder, int level, std::size_t lines = 5000)
+        : m_content(MeshLikeText(lines, 7))
     {
         std::filesystem::path const path = folder / "original.zip";
         {
@@ -150,6 +151,41 @@ TEST(ZipHostile, DamagedDataOrLyingDirectory)
             ExpectRejected(folder, damaged.m_bytes, "level " + std::to_string(level) + ", " + what,
                            Damage::Data);
         }
+    }
+}
+
+// An entry big enough to be inflated ahead on a second thread: its bytes
+// arrive in order, and damage reaches the reader as on a single thread.
+TEST(ZipHostile, BigEntryInflatedAhead)
+{
+    TemporaryFolder folder;
+    OneEntry const entry(folder, 0, 200000);
+    ASSERT_GT(entry.m_content.size(), std::size_t(8) << 20);
+    std::filesystem::path const path = folder / "big.zip";
+    WriteFile(path, entry.m_bytes);
+    {
+        MZipArchive archive(false);
+        ASSERT_TRUE(archive.OpenArchiveRead(path.wstring().c_str()));
+        EXPECT_EQ(entry.m_content, ReadEntry(new ReadBufferFromZip(&archive, L"entry")));
+        // Dropped half-way: the worker is stopped and the archive is free.
+        ReadBufferFromZip partial(&archive, L"entry");
+        char head[100];
+        EXPECT_EQ(sizeof head, partial.Read(head, sizeof head));
+    }
+    std::vector<std::pair<std::string, std::function<void(OneEntry&)>>> const lies = {
+        {"crc", [](OneEntry& e) { e.PatchBoth(14, Get(e.m_bytes, 14, 4) ^ 1); }},
+        {"flipped late",
+         [](OneEntry& e)
+         {
+             std::size_t const at = e.m_dataStart + e.m_dataSize * 9 / 10;
+             e.m_bytes[at] = static_cast<char>(e.m_bytes[at] ^ 0x5A);
+         }},
+    };
+    for (auto const& [what, lie] : lies)
+    {
+        OneEntry damaged = entry;
+        lie(damaged);
+        ExpectRejected(folder, damaged.m_bytes, "big entry, " + what, Damage::Data);
     }
 }
 
