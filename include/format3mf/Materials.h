@@ -22,8 +22,20 @@ public:
     explicit Materials(ModelFile* modelFile);
     virtual ~Materials();
 
-    // Nothing to do around writing and reading: the groups are complete once
-    // read, and whoever fills them for writing does so before writing starts.
+    // The last colour group, or a new one when there is none or `createNew`
+    // asks for it; a new group takes the next free id of the model.
+    ColorGroup* GetColorGroup(bool createNew);
+    // The same for base material groups.
+    BaseMaterialGroup* GetBaseMaterialGroup(bool createNew);
+    // The first multi property group over exactly these groups in this
+    // order, or a new one with the next free id.
+    MultiPropertyGroup* GetMultiPropertyGroup(std::vector<tReferenceID> const& pids);
+
+    // Declares the materials namespace when any of its elements will be
+    // written. Base materials alone don't count: they are core elements.
+    virtual void _OnStartWriting(PackageWriteContext* context);
+    // Nothing to do around reading and after writing: the groups are complete
+    // once read, and whoever fills them for writing does so before it starts.
     virtual void _OnStopWriting(PackageWriteContext* context);
     virtual void _OnStartReading(PackageReadContext* context);
     virtual void _OnStopReading(PackageReadContext* context);

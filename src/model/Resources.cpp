@@ -21,7 +21,8 @@ Resources::_CreateSaxHandlerWrite(PackageWriteContext* context,
 }
 
 // Vendor resources take no part in the life cycle: only their own model file
-// knows what they need.
+// knows what they need. The materials come last on the way in, since the
+// objects' meshes fill them for writing.
 void Resources::_OnStartWriting(PackageWriteContext* context)
 {
     for (auto const& slice : m_sliceStacks)
@@ -36,6 +37,7 @@ void Resources::_OnStartWriting(PackageWriteContext* context)
     {
         object->_OnStartWriting(context);
     }
+    m_materials._OnStartWriting(context);
 }
 
 void Resources::_OnStopWriting(PackageWriteContext* context)

@@ -5,6 +5,7 @@
 #include "foundation/FormatIdentifiers.h"
 #include "foundation/ReadAttribute.h"
 #include "foundation/XMLNames.h"
+#include "materials/MaterialsWrite.h"
 #include "model/ObjectXML.h"
 
 #include "common/BranchingProgressReporter.h"
@@ -156,16 +157,22 @@ ResourcesWrite::ResourcesWrite(Resources const* resources, PackageWriteContext* 
 bool ResourcesWrite::Write(MSAXWriter& writer) const
 {
     OndSDK::Common::BranchingProgressReporter reporter(m_progress, "Format_3MF::ResourcesWrite::Write", true);
+    Materials const& materials = m_resources->m_materials;
+    double material = 0.014 * double(materials.m_baseMaterialGroups.size() + materials.m_colorGroups.size() +
+                                     materials.m_textures.size() + materials.m_texture2DGroups.size() +
+                                     materials.m_multiPropertyGroups.size());
     double slices = double(m_resources->m_sliceStacks.size());
     double paths = double(m_resources->m_toolPaths.size());
     double objects = double(m_resources->m_objects.size());
-    double const total = slices + paths + objects;
+    double const total = material + slices + paths + objects;
     if (total != 0)
     {
+        material /= total;
         slices /= total;
         paths /= total;
         objects /= total;
     }
+    MaterialsWrite(m_context, &materials, reporter.CreateNestedDelegate(material)).Write(writer);
     _WriteSliceStacks(writer, reporter.CreateNestedDelegate(slices));
     _WriteToolPaths(writer, reporter.CreateNestedDelegate(paths));
     _WriteResourcesOndAMX(writer, reporter.CreateNestedDelegate(0));

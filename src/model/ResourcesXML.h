@@ -39,8 +39,8 @@ private:
     MaterialsRead m_materialsRead;
 };
 
-// Writes the lists in an order that needs no forward reference: slice
-// stacks, tool paths, vendor resources, then objects.
+// Writes the lists in an order that needs no forward reference: materials,
+// slice stacks, tool paths, vendor resources, then objects.
 class ResourcesWrite : public ISAXWriteHelper, public XMLWriteHandler
 {
 public:
