@@ -8,9 +8,21 @@
 #include <memory>
 #include <vector>
 
+class MSAXWriter;
+
 namespace Format_3MF
 {
 class Object;
+
+// Implemented by a write helper that appends "vertex" elements to the list of
+// a mesh: it is called while "vertices" is open, with the index the next
+// vertex will have, and advances it for each vertex it writes.
+class OND_EXPORT IMeshWriter
+{
+public:
+    virtual ~IMeshWriter() = default;
+    virtual void WriteVertices(MSAXWriter& writer, std::int32_t& nextIndex) = 0;
+};
 
 // The mesh of an object, as the model part sees it. The concrete mesh decides
 // where triangles live; vertices added here are written as they stand, in the

@@ -11,9 +11,11 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 class MStlBase;
+class MStlColorMaskTrianglePoints;
 class MStlTexture;
 
 namespace Format_3MF
@@ -64,6 +66,10 @@ public:
     // For reading: sets the fields only. The binding does not own `stl`
     // until SetStl(stl, true) says so.
     MeshStlBase(MStlBase* stl, ModelFile* modelFile, Object* object, PackageReadContext* context);
+    // For writing: sets the fields and prepares the model at once with
+    // AddContentForWriting. The binding does not own `stl` either.
+    MeshStlBase(MStlBase* stl, ModelFile* modelFile, Object* object, PackageWriteContext* context,
+                MeshStlBaseRegistry& registry);
     ~MeshStlBase() override;
     MeshStlBase(MeshStlBase const&) = delete;
     MeshStlBase& operator=(MeshStlBase const&) = delete;
@@ -76,6 +82,14 @@ public:
 
     // Makes the per-triangle property references on the bound mesh, once.
     void InitTriangleProperties();
+
+    // Turns the colours, corner colours and textures of the bound mesh into
+    // property groups, images and relationships of the model, sets the
+    // object's type and default property, and leaves each triangle with at
+    // most one property reference for the writer to print. Runs once,
+    // before writing starts. Binary mesh data is not supported yet: with
+    // that option it throws std::logic_error before changing anything.
+    void AddContentForWriting(PackageWriteContext* context, MeshStlBaseRegistry& registry);
 
     // The host texture that stands for a coordinate group, made with
     // `create` on first use: it shows the bitmap of the group's image.
@@ -97,7 +111,7 @@ public:
     // May be null on a mesh that holds only vertices.
     MStlBase* m_stl;
     // Null until the first reference is noted; at most one entry a triangle
-    // on reading.
+    // on reading and once prepared for writing.
     std::unique_ptr<TrianglePropertyMask> m_triangleProperties;
     bool m_ownStl = false;
 
@@ -106,6 +120,13 @@ protected:
     void _AssignProperty(MStlTriangle& triangle, TriangleProperty const& property);
 
 private:
+    // The steps of AddContentForWriting that need more than a few lines.
+    void _AddTriangleColors(PackageWriteContext* context, MStlColorMaskTrianglePoints const* mask);
+    void _AddTextures(MeshStlBaseRegistry& registry,
+                      std::vector<std::pair<MStlTexture*, Texture2DGroup*>>& made);
+    void _AddTextureCoordinates(std::vector<std::pair<MStlTexture*, Texture2DGroup*>> const& made);
+    void _FoldIntoMultiProperties();
+
     void _AssignMultiProperty(MStlTriangle& triangle, TriangleProperty const& property);
     void _AssignTextureCoordinates(MStlTriangle& triangle, TriangleProperty const& property);
 };

@@ -1,6 +1,7 @@
 #include "format3mf/MeshStlBase.h"
 
 #include "mesh/MeshStlBaseRead.h"
+#include "mesh/MeshStlBaseWrite.h"
 
 #include "triangles/MStlBase.h"
 
@@ -9,6 +10,13 @@ namespace Format_3MF
 MeshStlBase::MeshStlBase(MStlBase* stl, ModelFile* modelFile, Object* object, PackageReadContext*)
     : IMesh(modelFile, object), m_stl(stl)
 {
+}
+
+MeshStlBase::MeshStlBase(MStlBase* stl, ModelFile* modelFile, Object* object, PackageWriteContext* context,
+                         MeshStlBaseRegistry& registry)
+    : IMesh(modelFile, object), m_stl(stl)
+{
+    AddContentForWriting(context, registry);
 }
 
 // The mask hangs on the host mesh, so it goes first, while its owner exists.
@@ -53,12 +61,12 @@ ISAXReadHelper* MeshStlBase::_CreateSaxHandlerRead(PackageReadContext* context, 
     return new MeshStlBaseRead(context, this, parent);
 }
 
-// A mesh of this kind is printed by the writer that comes with mesh writing;
-// until then an object's mesh is left out of the written model.
-ISAXWriteHelper* MeshStlBase::_CreateSaxHandlerWrite(PackageWriteContext*,
-                                                     std::shared_ptr<OndSDK::Common::IProgressDelegate>) const
+ISAXWriteHelper*
+MeshStlBase::_CreateSaxHandlerWrite(PackageWriteContext* context,
+                                    std::shared_ptr<OndSDK::Common::IProgressDelegate> progress) const
 {
-    return nullptr;
+    // The writer fills a mask on the host mesh; the binding itself stays as it is.
+    return new MeshStlBaseWrite(context, const_cast<MeshStlBase*>(this), std::move(progress));
 }
 
 void MeshStlBase::_OnStartWriting(PackageWriteContext* context)

@@ -1,0 +1,61 @@
+// The writer of the "mesh" element: points and triangles of the host mesh,
+// with the property references that preparing the mesh left on them.
+#pragma once
+
+#include "format3mf/MeshStlBase.h"
+#include "foundation/XMLHandlers.h"
+#include "foundation/XMLPersistHelpers.h"
+
+#include "triangles/MDataMask.h"
+#include "triangles/MStlPoint.h"
+
+#include <memory>
+#include <string_view>
+
+namespace OndSDK::Common
+{
+class IProgressDelegate;
+}
+
+namespace Format_3MF
+{
+// Prints "vertices", then "triangles", then what the tetrahedra item adds.
+// It creates no property groups: AddContentForWriting made them. A cancel
+// seen by its own reporters ends the lists where they are, quietly; one seen
+// by the context's overall reporter throws PackageWrite::Canceled.
+class MeshStlBaseWrite : public ISAXWriteHelper, public XMLWriteHandler
+{
+public:
+    using VertexIndexMask = MDataMask<MStlPoint, int>;
+
+    MeshStlBaseWrite(PackageWriteContext* context, MeshStlBase* mesh,
+                     std::shared_ptr<OndSDK::Common::IProgressDelegate> progress);
+    ~MeshStlBaseWrite() override;
+
+    // Always true.
+    bool Write(MSAXWriter& writer) const override;
+
+private:
+    using Delegate = std::shared_ptr<OndSDK::Common::IProgressDelegate>;
+
+    void _WriteVertices(MSAXWriter& writer, Delegate const& progress) const;
+    // False when cancelled.
+    bool _WriteVerticesXml(VertexIndexMask* indices, MSAXWriter& writer, Delegate const& progress) const;
+    void _WriteTriangles(MSAXWriter& writer, Delegate const& progress) const;
+    void _WriteTetraheders(MSAXWriter& writer, Delegate const& progress) const;
+    // Throws PackageWrite::Canceled when the overall reporter was cancelled,
+    // else counts one element on it.
+    void _CountOverall() const;
+    // The decimal text of a vertex or property index.
+    std::string_view _Index(char (&buffer)[64], int index) const;
+    // One "vertex" element from three lengths in the model's unit.
+    void _WriteVertex(MSAXWriter& writer, double x, double y, double z) const;
+
+    MeshStlBase* mp_data;
+    // The index in the file of each point; the writer of a lattice reads it too.
+    mutable std::unique_ptr<VertexIndexMask> m_vertexIndices;
+    // Lives through the writing of the mesh once the tetrahedra wrote vertices.
+    mutable std::unique_ptr<ISAXWriteHelper> m_tetrahedersWriter;
+    Delegate m_progress;
+};
+} // namespace Format_3MF
