@@ -12,9 +12,10 @@ class MStlBase;
 
 namespace Format_3MF
 {
-// The model file of plain triangle meshes. On reading, every build item
-// becomes one mesh: its object, its components and their transformations
-// flattened into the coordinates.
+// The model file of plain triangle meshes. On writing, every listed mesh
+// becomes an object with a build item of its own; on reading, every build
+// item becomes one mesh: its object, its components and their
+// transformations flattened into the coordinates.
 class OND_EXPORT ModelFileStlBase : public ModelFile
 {
 public:
@@ -28,6 +29,10 @@ public:
     // No bounds check.
     MStlBase* GetStl(std::uint64_t index) const { return m_stls[index]; }
 
+    // An object with the mesh, in this file or a related one as the options
+    // say, and an identity build item for each listed mesh; then the hooks
+    // of every model file.
+    void _OnStartWriting(PackageWriteContext* context) override;
     void _OnStopReading(PackageReadContext* context) override;
 
 protected:

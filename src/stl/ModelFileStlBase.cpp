@@ -139,6 +139,27 @@ IMesh* ModelFileStlBase::_CreateMesh(Object* object, PackageReadContext* context
     return mesh;
 }
 
+void ModelFileStlBase::_OnStartWriting(PackageWriteContext* context)
+{
+    // Lives for this step: one bitmap used by several meshes is one image.
+    MeshStlBaseRegistry registry;
+    for (MStlBase* const stl : m_stls)
+    {
+        ModelFile* const file = Utilities::GetModelFileForNewObject(this, context);
+        auto owned = std::make_unique<Object>(file);
+        Object* const object = owned.get();
+        file->GetResources().m_objects.push_back(std::move(owned));
+        file->Register(*object, -1);
+        // The mesh refers to this root file, whichever file holds the object.
+        object->m_mesh = std::make_unique<MeshStlBase>(stl, this, object, context, registry);
+        object->m_name = stl->GetName();
+        // Unlike preparing the mesh, a solid support goes back as a model.
+        object->m_type = stl->m_partIsSolid ? 0 : stl->m_partIsSupport ? 1 : 3;
+    }
+    _MakeDummyBuild();
+    ModelFile::_OnStartWriting(context);
+}
+
 void ModelFileStlBase::_OnStopReading(PackageReadContext* context)
 {
     ModelFile::_OnStopReading(context);
