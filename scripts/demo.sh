@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The demo: installs missing Debian packages, builds the tools, writes a 3MF
-# file of a torus with two million triangles, and imports it again, printing
-# what came out and how long each step took.
+# file of a torus with two million triangles through the library's exporter,
+# and imports it again through its importer, printing what came out and how
+# long each step took.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 build="${BUILD_DIR:-$root/build}"

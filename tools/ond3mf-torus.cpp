@@ -1,35 +1,68 @@
-// Writes a 3MF file of one finely tessellated torus, so that there is a file
-// to look at without any from elsewhere: ond3mf-torus file.3mf [ring tube],
-// where ring and tube give the grid (1000 x 1000 by default: a million
-// vertices and two million triangles).
+// Writes a 3MF file of one finely tessellated torus through the library's
+// exporter, so that there is a file to look at without any from elsewhere:
+// ond3mf-torus file.3mf [ring tube], where ring and tube give the grid
+// (1000 x 1000 by default: a million vertices and two million triangles).
 
-#include "TorusPackage.h"
+#include "TorusMesh.h"
+
+#include "format3mf/Exporter.h"
+
+#include "common/StringConversion.h"
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
+
+namespace
+{
+char const kUsage[] = "usage: ond3mf-torus file.3mf [ring tube]\n"
+                      "Writes a torus of ring x tube grid cells (default 1000 x 1000, each from 3 to 4000)\n"
+                      "as a 3MF file: ring x tube vertices and twice as many triangles.\n";
+
+bool ParseCount(char const* text, std::uint32_t& value)
+{
+    char* end = nullptr;
+    unsigned long const parsed = std::strtoul(text, &end, 10);
+    if (end == text || *end != '\0' || parsed < 3 || parsed > 4000)
+    {
+        return false;
+    }
+    value = static_cast<std::uint32_t>(parsed);
+    return true;
+}
+} // namespace
 
 int main(int argc, char** argv)
 {
-    if (argc != 2 && argc != 4)
+    if (argc == 2 && (std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0))
     {
-        std::fprintf(stderr, "usage: ond3mf-torus file.3mf [ring tube]\n");
+        std::fputs(kUsage, stdout);
+        return 0;
+    }
+    if ((argc != 2 && argc != 4) || argv[1][0] == '-')
+    {
+        std::fputs("ond3mf-torus: expected a file name and optionally ring and tube; see --help\n", stderr);
         return 2;
     }
     torus::TorusShape shape;
-    if (argc == 4)
+    if (argc == 4 && !(ParseCount(argv[2], shape.m_ring) && ParseCount(argv[3], shape.m_tube)))
     {
-        shape.m_ring = static_cast<std::uint32_t>(std::strtoul(argv[2], nullptr, 10));
-        shape.m_tube = static_cast<std::uint32_t>(std::strtoul(argv[3], nullptr, 10));
-        if (shape.m_ring < 3 || shape.m_tube < 3 || shape.m_ring > 4000 || shape.m_tube > 4000)
-        {
-            std::fprintf(stderr, "ond3mf-torus: ring and tube must be from 3 to 4000\n");
-            return 2;
-        }
+        std::fputs("ond3mf-torus: ring and tube must be whole numbers from 3 to 4000\n", stderr);
+        return 2;
     }
     try
     {
-        torus::WriteTorusPackage(argv[1], shape);
+        std::unique_ptr<MStlBase> const mesh = torus::MakeTorus(shape);
+        format3mf::Export exporter;
+        exporter.SetStl(mesh.get(), MMTransformMatrix(), nullptr);
+        exporter.SetFilePath(StringConversion::ConvertUTF8ToNative(argv[1], std::strlen(argv[1])));
+        if (exporter.Operate() != format3mf::Export::Success)
+        {
+            std::fprintf(stderr, "ond3mf-torus: cannot write %s: %s\n", argv[1],
+                         StringConversion::ConvertNativeToUTF8(exporter.GetErrorMessage()).c_str());
+            return 1;
+        }
     }
     catch (std::exception const& error)
     {

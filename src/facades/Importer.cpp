@@ -1,3 +1,5 @@
+// A 3MF file to meshes: reads through a private model file and package and
+// hands the flattened meshes to the caller, with a status for each failure.
 #include "format3mf/Importer.h"
 
 #include "format3mf/Exception.h"

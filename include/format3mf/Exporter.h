@@ -1,0 +1,69 @@
+// The one-call way to write one triangle mesh as a 3MF file.
+#pragma once
+
+#include "common/MMTransformMatrix.h"
+#include "common/OndExport.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+class MStlBase;
+class MStlColorMaskTrianglePoints;
+
+namespace OndSDK::Common
+{
+class IProgressDelegate;
+}
+
+namespace format3mf
+{
+// Writes one mesh, placed by a transformation, with its colours and textures
+// and the default write options. The caller's mesh and mask look unchanged
+// afterwards: the transformation and the mask's temporary label are undone
+// on every way out of Operate.
+//
+// Corner colours come from the first MStlColorMaskTrianglePoints attached to
+// the mesh's triangles, not from the mask given to SetStl, which only
+// carries a temporary label for the span of the export.
+class OND_EXPORT Export
+{
+public:
+    enum ErrorStatus : std::int32_t
+    {
+        // Written, whatever the package writer answered.
+        Success = 0,
+        // No mesh, or no file path; nothing was touched.
+        InvalidInput = 1,
+        // The archive failed; a partly written file may remain.
+        ArchiveError = 2,
+        // Cancelled through the delegate; the target file is gone, also one
+        // that was there before.
+        Canceled = 3,
+    };
+
+    Export();
+
+    // Neither pointer is owned; `colorMask` may be null.
+    void SetStl(MStlBase* stl, MMTransformMatrix const& transform, MStlColorMaskTrianglePoints* colorMask);
+    void SetFilePath(std::wstring const& path);
+    // May be empty.
+    void SetProgressDelegate(std::shared_ptr<OndSDK::Common::IProgressDelegate> progress);
+
+    // Failures other than those above reach the caller as exceptions: file
+    // system errors when a cancelled file can't be removed, logic errors,
+    // and anything a delegate throws.
+    ErrorStatus Operate();
+
+    // What the archive said when Operate gave ArchiveError; empty otherwise.
+    std::wstring const& GetErrorMessage() const { return m_errorMessage; }
+
+private:
+    MStlBase* m_stl = nullptr;
+    MMTransformMatrix m_transform;
+    MStlColorMaskTrianglePoints* m_colorMask = nullptr;
+    std::wstring m_filePath;
+    std::shared_ptr<OndSDK::Common::IProgressDelegate> m_progress;
+    std::wstring m_errorMessage;
+};
+} // namespace format3mf

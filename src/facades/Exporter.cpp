@@ -1,0 +1,80 @@
+// One mesh to a file: a private model file lists the mesh, and the package
+// writer does the rest with its default options.
+#include "format3mf/Exporter.h"
+
+#include "facades/TemporaryMaskLabel.h"
+#include "format3mf/ModelFileStlBase.h"
+#include "format3mf/Package.h"
+#include "format3mf/PackageWrite.h"
+#include "foundation/PartNames.h"
+
+#include "triangles/MStlBase.h"
+#include "triangles/MStlTempTransformation.h"
+#include "zip/MZipArchiveError.h"
+
+#include <boost/filesystem/operations.hpp>
+
+namespace format3mf
+{
+Export::Export() = default;
+
+void Export::SetStl(MStlBase* stl, MMTransformMatrix const& transform, MStlColorMaskTrianglePoints* colorMask)
+{
+    m_stl = stl;
+    m_transform = transform;
+    m_colorMask = colorMask;
+}
+
+void Export::SetFilePath(std::wstring const& path)
+{
+    m_filePath = path;
+}
+
+void Export::SetProgressDelegate(std::shared_ptr<OndSDK::Common::IProgressDelegate> progress)
+{
+    m_progress = std::move(progress);
+}
+
+Export::ErrorStatus Export::Operate()
+{
+    m_errorMessage.clear();
+    if (m_stl == nullptr || m_filePath.empty())
+    {
+        return InvalidInput;
+    }
+    // Everything lives inside the try block, so that the mesh and the mask
+    // are restored, and the archive closed, before a handler runs.
+    try
+    {
+        MStlTempTransformation const placed(*m_stl, m_transform, false);
+        TemporaryMaskLabel const label(m_colorMask);
+        Format_3MF::ModelFileStlBase model;
+        model.AddStl(m_stl);
+        Format_3MF::Package package(&model);
+        Format_3MF::PackageWriteOptions const options;
+        Format_3MF::PackageWrite writer(&package, options);
+        // Only an exception says the write failed.
+        writer.Write(m_filePath, m_progress);
+    }
+    catch (MZipArchiveError::MGeneric const& error)
+    {
+        m_errorMessage = error.GetMessage() + L": " + error.GetDetail();
+        return ArchiveError;
+    }
+    catch (Format_3MF::PackageWrite::Canceled const&)
+    {
+        // A file that was there before goes as well: what is there now is
+        // not what it was.
+        boost::filesystem::path const path = Format_3MF::ToPath(m_filePath);
+        boost::system::error_code error;
+        boost::filesystem::file_status const status = boost::filesystem::status(path, error);
+        if (status.type() != boost::filesystem::status_error &&
+            status.type() != boost::filesystem::file_not_found)
+        {
+            boost::filesystem::remove(path);
+        }
+        return Canceled;
+    }
+    return Success;
+}
+} // namespace format3mf

@@ -1,0 +1,284 @@
+// Reads a 3MF file and writes its meshes to another: ond3mf-convert
+// [--binary] [--zip64] IN OUT. Every mesh of IN (one per build item) becomes
+// an object of its own in OUT with its colours and textures. On a terminal a
+// progress bar follows the library's progress; Ctrl-C cancels cleanly and
+// leaves no partial file. Exits 0 on success, 1 when reading or writing
+// failed, 2 on a bad argument, 130 when cancelled.
+
+#include "format3mf/Importer.h"
+#include "format3mf/ModelFileStlBase.h"
+#include "format3mf/Package.h"
+#include "format3mf/PackageWrite.h"
+
+#include "common/BranchingProgressReporter.h"
+#include "common/IProgressDelegate.h"
+#include "common/StringConversion.h"
+#include "triangles/MStlBase.h"
+#include "zip/MZipArchiveError.h"
+
+#include <boost/filesystem/operations.hpp>
+
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace
+{
+char const kUsage[] = "usage: ond3mf-convert [--binary] [--zip64] IN OUT\n"
+                      "Reads the 3MF file IN and writes every mesh of it, with its colours and textures,\n"
+                      "as an object of its own into the 3MF file OUT.\n"
+                      "  --binary  mesh data into binary side parts (not supported yet)\n"
+                      "  --zip64   write the archive as zip64\n"
+                      "Exit codes: 0 done, 1 reading or writing failed, 2 bad argument, 130 cancelled.\n";
+
+constexpr int kCancelled = 130;
+
+// A bar on standard error, redrawn when the shown percentage changes.
+class ProgressBar : public OndSDK::Common::IProgressDelegate
+{
+public:
+    ~ProgressBar() override
+    {
+        if (m_shown >= 0)
+        {
+            std::fputs("\n", stderr);
+        }
+    }
+
+protected:
+    void OnProgress(double fraction) override
+    {
+        int const percent = static_cast<int>(fraction * 100.0);
+        if (percent == m_shown)
+        {
+            return;
+        }
+        m_shown = percent;
+        char bar[41];
+        int const filled = percent * 40 / 100;
+        std::memset(bar, '#', static_cast<std::size_t>(filled));
+        std::memset(bar + filled, ' ', static_cast<std::size_t>(40 - filled));
+        bar[40] = '\0';
+        std::fprintf(stderr, "\r[%s] %3d%%", bar, percent);
+        std::fflush(stderr);
+    }
+
+private:
+    int m_shown = -1;
+};
+
+// Ctrl-C asks the running operation to stop at its next poll; a second one
+// ends the program at once.
+std::atomic<OndSDK::Common::IProgressDelegate*> g_cancelTarget{nullptr};
+
+extern "C" void OnInterrupt(int)
+{
+    if (OndSDK::Common::IProgressDelegate* const target = g_cancelTarget.load())
+    {
+        target->Cancel();
+    }
+}
+
+void CatchInterrupt()
+{
+    struct sigaction action = {};
+    action.sa_handler = OnInterrupt;
+    action.sa_flags = SA_RESETHAND;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+struct Arguments
+{
+    bool binary = false;
+    bool zip64 = false;
+    std::string input;
+    std::string output;
+};
+
+// False with a one-line message on a bad argument.
+bool Parse(int argc, char** argv, Arguments& arguments, std::string& message)
+{
+    std::vector<std::string> files;
+    for (int i = 1; i < argc; ++i)
+    {
+        std::string const argument = argv[i];
+        if (argument == "--binary")
+        {
+            arguments.binary = true;
+        }
+        else if (argument == "--zip64")
+        {
+            arguments.zip64 = true;
+        }
+        else if (argument.size() > 1 && argument[0] == '-')
+        {
+            message = "unknown option '" + argument + "'";
+            return false;
+        }
+        else
+        {
+            files.push_back(argument);
+        }
+    }
+    if (files.size() != 2)
+    {
+        message = "expected IN and OUT, got " + std::to_string(files.size()) + " file name(s)";
+        return false;
+    }
+    arguments.input = files[0];
+    arguments.output = files[1];
+    return true;
+}
+
+std::wstring Wide(std::string const& text)
+{
+    return StringConversion::ConvertUTF8ToNative(text.data(), text.size());
+}
+
+std::string Narrow(std::wstring const& text)
+{
+    return StringConversion::ConvertNativeToUTF8(text);
+}
+
+// Removes a file however the write ends, unless it was kept.
+class TemporaryTarget
+{
+public:
+    explicit TemporaryTarget(std::string path) : m_path(std::move(path)) {}
+    ~TemporaryTarget()
+    {
+        if (!m_path.empty())
+        {
+            boost::system::error_code ignored;
+            boost::filesystem::remove(m_path, ignored);
+        }
+    }
+    TemporaryTarget(TemporaryTarget const&) = delete;
+    TemporaryTarget& operator=(TemporaryTarget const&) = delete;
+
+    std::string const& Path() const { return m_path; }
+    // Moves the file to its final name; it is no longer removed.
+    void KeepAs(std::string const& path)
+    {
+        boost::filesystem::rename(m_path, path);
+        m_path.clear();
+    }
+
+private:
+    std::string m_path;
+};
+
+int Convert(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgressDelegate> const& progress)
+{
+    OndSDK::Common::BranchingProgressReporter reporter(progress, "ond3mf-convert", true);
+    std::vector<std::unique_ptr<MStlBase>> meshes;
+    format3mf::import::Importer importer;
+    importer.SetOutputParts(meshes);
+    importer.SetFileName(Wide(arguments.input));
+    format3mf::import::Importer::ErrorStatus const read =
+        importer.Operate(reporter.CreateNestedDelegate(0.4));
+    if (read == format3mf::import::Importer::Canceled)
+    {
+        return kCancelled;
+    }
+    if (read != format3mf::import::Importer::Success)
+    {
+        std::string message =
+            importer.GetErrors().empty() ? "not a readable 3MF file" : Narrow(importer.GetErrors().front());
+        std::fprintf(stderr, "ond3mf-convert: cannot read %s: %s\n", arguments.input.c_str(),
+                     message.c_str());
+        return 1;
+    }
+
+    // The package is written beside the target and takes its name only when
+    // complete, so that neither a failure nor a cancel leaves a partial file
+    // or spoils one that was there.
+    TemporaryTarget target(arguments.output + ".part" + std::to_string(getpid()));
+    Format_3MF::ModelFileStlBase model;
+    for (auto const& mesh : meshes)
+    {
+        model.AddStl(mesh.get());
+    }
+    Format_3MF::Package package(&model);
+    Format_3MF::PackageWriteOptions options;
+    options.IsBinary = arguments.binary;
+    options.Package.m_useZip64 = arguments.zip64;
+    try
+    {
+        Format_3MF::PackageWrite writer(&package, options);
+        writer.Write(Wide(target.Path()), reporter.CreateNestedDelegate(0.6));
+    }
+    catch (Format_3MF::PackageWrite::Canceled const&)
+    {
+        return kCancelled;
+    }
+    catch (MZipArchiveError::MGeneric const& error)
+    {
+        std::fprintf(stderr, "ond3mf-convert: cannot write %s: %s\n", arguments.output.c_str(),
+                     Narrow(error.GetMessage() + L": " + error.GetDetail()).c_str());
+        return 1;
+    }
+    if (progress && progress->IsCancelled())
+    {
+        return kCancelled;
+    }
+    target.KeepAs(arguments.output);
+    return 0;
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i)
+    {
+        if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0)
+        {
+            std::fputs(kUsage, stdout);
+            return 0;
+        }
+    }
+    Arguments arguments;
+    std::string message;
+    if (!Parse(argc, argv, arguments, message))
+    {
+        std::fprintf(stderr, "ond3mf-convert: %s; see --help\n", message.c_str());
+        return 2;
+    }
+    std::shared_ptr<OndSDK::Common::IProgressDelegate> progress;
+    if (isatty(STDERR_FILENO))
+    {
+        progress = std::make_shared<ProgressBar>();
+    }
+    else
+    {
+        progress = std::make_shared<OndSDK::Common::IProgressDelegate>();
+    }
+    g_cancelTarget = progress.get();
+    CatchInterrupt();
+    int status = 1;
+    try
+    {
+        status = Convert(arguments, progress);
+    }
+    catch (std::exception const& error)
+    {
+        std::fprintf(stderr, "%sond3mf-convert: %s\n", isatty(STDERR_FILENO) ? "\n" : "", error.what());
+        status = 1;
+    }
+    g_cancelTarget = nullptr;
+    progress.reset();
+    if (status == kCancelled)
+    {
+        std::fputs("ond3mf-convert: cancelled; nothing was written\n", stderr);
+    }
+    return status;
+}
