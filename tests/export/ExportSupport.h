@@ -1,0 +1,146 @@
+// What the export tests share: a model file of host meshes prepared for
+// writing and printed to text without an archive, and a reader of the
+// attributes of the elements in that text.
+#pragma once
+
+#include "format3mf/ModelFileStlBase.h"
+#include "format3mf/Package.h"
+#include "format3mf/PackageWriteContext.h"
+#include "model/ModelFileXML.h"
+
+#include "common/ImageBitmap.h"
+#include "sax/SaxUtilities.h"
+#include "triangles/MStlBase.h"
+#include "triangles/MStlTexture.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+// The meshes go through the start hooks of a package write, as PackageWrite
+// runs them; Xml() prints the root model as the writer would.
+struct PreparedModel
+{
+    Format_3MF::ModelFileStlBase model;
+    Format_3MF::Package package{&model};
+    Format_3MF::PackageWriteContext context;
+
+    // `before` may fill the model further before the hooks run.
+    explicit PreparedModel(std::vector<MStlBase*> const& meshes,
+                           Format_3MF::PackageWriteOptions const& options = {},
+                           std::function<void(PreparedModel&)> const& before = {})
+        : context(options)
+    {
+        for (MStlBase* mesh : meshes)
+        {
+            model.AddStl(mesh);
+        }
+        if (before)
+        {
+            before(*this);
+        }
+        context.m_package = &package;
+        package._OnStartWriting(&context);
+    }
+
+    Format_3MF::Materials& Materials() { return model.GetResources().m_materials; }
+    Format_3MF::Object& ObjectAt(std::size_t index) { return *model.GetResources().m_objects.at(index); }
+
+    std::string Xml(std::shared_ptr<OndSDK::Common::IProgressDelegate> progress = {})
+    {
+        std::ostringstream stream;
+        OndAM::SaxUtilities::WriteOptions options;
+        options.m_rootElement = L"model";
+        OndAM::SaxUtilities::WriteStream(stream, Format_3MF::ModelFileWrite(&model, &context, progress),
+                                         options);
+        return stream.str();
+    }
+};
+
+using Attributes = std::map<std::string, std::string>;
+
+// The attributes of every element of that exact name, in document order.
+inline std::vector<Attributes> Elements(std::string const& xml, std::string const& name)
+{
+    std::vector<Attributes> found;
+    std::string const open = "<" + name;
+    for (std::size_t at = xml.find(open); at != std::string::npos; at = xml.find(open, at + 1))
+    {
+        std::size_t position = at + open.size();
+        if (xml[position] != ' ' && xml[position] != '/' && xml[position] != '>')
+        {
+            continue; // a longer name
+        }
+        Attributes attributes;
+        while (position < xml.size() && xml[position] != '>')
+        {
+            std::size_t const equals = xml.find("=\"", position);
+            std::size_t const end = xml.find('>', position);
+            if (equals == std::string::npos || equals > end)
+            {
+                break;
+            }
+            std::size_t const nameStart = xml.rfind(' ', equals) + 1;
+            std::size_t const valueEnd = xml.find('"', equals + 2);
+            attributes[xml.substr(nameStart, equals - nameStart)] =
+                xml.substr(equals + 2, valueEnd - equals - 2);
+            position = valueEnd + 1;
+        }
+        found.push_back(attributes);
+    }
+    return found;
+}
+
+// Two triangles on four points of a square of side 1 mm.
+inline std::unique_ptr<MStlBase> MakeSquare(std::int32_t size = 10000)
+{
+    auto mesh = std::make_unique<MStlBase>();
+    MStlPoint* const a = mesh->AddPoint(0, 0, 0);
+    MStlPoint* const b = mesh->AddPoint(size, 0, 0);
+    MStlPoint* const c = mesh->AddPoint(size, size, 0);
+    MStlPoint* const d = mesh->AddPoint(0, size, 0);
+    mesh->AddTriangle(a, b, c);
+    mesh->AddTriangle(a, c, d);
+    return mesh;
+}
+
+// A bitmap of one colour, so that two of them differ by that colour.
+inline std::shared_ptr<OndSDK::Common::ImageBitmap> MakeBitmap(std::uint8_t red, std::uint32_t width = 4)
+{
+    auto bitmap = std::make_shared<OndSDK::Common::ImageBitmap>();
+    bitmap->Create(width, 2, 3);
+    for (std::uint32_t y = 0; y < 2; ++y)
+    {
+        for (std::uint32_t x = 0; x < width; ++x)
+        {
+            bitmap->GetRow(y)[3 * x] = red;
+            bitmap->GetRow(y)[3 * x + 1] = static_cast<std::uint8_t>(x * 40);
+        }
+    }
+    return bitmap;
+}
+
+// Puts triangles of the mesh on a new texture of that name and bitmap.
+inline MStlTexture* AddTexture(MStlBase& mesh, std::wstring const& name,
+                               std::shared_ptr<OndSDK::Common::ImageBitmap> const& bitmap,
+                               std::vector<std::uint32_t> const& triangles, float offset = 0.0f)
+{
+    MStlTexture* const texture = mesh.GetTextureFactory(true)->AddTexture();
+    texture->SetName(name);
+    texture->SetSharedBitmap(bitmap);
+    for (std::uint32_t index : triangles)
+    {
+        MStlTextureCoordinates coordinates;
+        coordinates.m_u1 = offset;
+        coordinates.m_v1 = 0.25f;
+        coordinates.m_u2 = offset + 0.5f;
+        coordinates.m_v2 = 0.25f;
+        coordinates.m_u3 = offset + 0.5f;
+        coordinates.m_v3 = 0.75f;
+        texture->AddTriangle(&mesh.TriangleAt(index), coordinates, true);
+    }
+    return texture;
+}
