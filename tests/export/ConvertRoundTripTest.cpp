@@ -1,0 +1,246 @@
+// Every sample through ond3mf-convert and back: the same meshes, colours and
+// textures, a file that Python's own readers take, and the tool's behaviour
+// on bad arguments and failures.
+#include "import/ImportSupport.h"
+#include "support/Samples.h"
+
+#include "format3mf/Importer.h"
+
+#include "common/MInternalUnits.h"
+#include "triangles/MStlBase.h"
+#include "triangles/MStlTexture.h"
+
+#include <boost/filesystem.hpp>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <set>
+
+namespace
+{
+std::vector<std::unique_ptr<MStlBase>> Import(std::string const& path)
+{
+    std::vector<std::unique_ptr<MStlBase>> meshes;
+    format3mf::import::Importer importer;
+    importer.SetOutputParts(meshes);
+    importer.SetFileName(StringConversion::ConvertUTF8ToNative(path.data(), path.size()));
+    EXPECT_EQ(format3mf::import::Importer::Success, importer.Operate(nullptr)) << path;
+    return meshes;
+}
+
+struct Box
+{
+    std::int32_t low[3];
+    std::int32_t high[3];
+};
+
+Box BoxOf(MStlBase const& mesh)
+{
+    Box box;
+    std::fill(box.low, box.low + 3, std::numeric_limits<std::int32_t>::max());
+    std::fill(box.high, box.high + 3, std::numeric_limits<std::int32_t>::min());
+    for (auto point = mesh.BeginPoint(); point != mesh.EndPoint(); ++point)
+    {
+        std::int32_t const coordinates[3] = {point->GetX(), point->GetY(), point->GetZ()};
+        for (int axis = 0; axis < 3; ++axis)
+        {
+            box.low[axis] = std::min(box.low[axis], coordinates[axis]);
+            box.high[axis] = std::max(box.high[axis], coordinates[axis]);
+        }
+    }
+    return box;
+}
+
+std::size_t ColouredTriangles(MStlBase const& mesh)
+{
+    std::size_t count = 0;
+    for (auto triangle = mesh.BeginTriangle(); triangle != mesh.EndTriangle(); ++triangle)
+    {
+        count += triangle->GetColor().IsDefined() ? 1 : 0;
+    }
+    return count;
+}
+
+std::size_t TexturedTriangles(MStlBase const& mesh)
+{
+    std::set<MStlTriangle const*> triangles;
+    for (MStlTexture const* texture : mesh.GetTextures())
+    {
+        triangles.insert(texture->GetTriangles().begin(), texture->GetTriangles().end());
+    }
+    return triangles.size();
+}
+
+// The textures' bitmaps with their triangle counts, in an order that doesn't
+// depend on the order the reader made the textures in.
+std::vector<std::pair<OndSDK::Common::ImageBitmap, std::size_t>> Textures(MStlBase const& mesh)
+{
+    std::vector<std::pair<OndSDK::Common::ImageBitmap, std::size_t>> textures;
+    for (MStlTexture const* texture : mesh.GetTextures())
+    {
+        textures.emplace_back(texture->GetBitmap(), texture->GetNumTriangles());
+    }
+    auto const key = [](auto const& entry)
+    {
+        OndSDK::Common::ImageBitmap const& bitmap = entry.first;
+        std::uint8_t const* data = bitmap.GetData();
+        std::size_t const size = std::size_t(bitmap.GetWidth()) * bitmap.GetHeight() * bitmap.GetChannels();
+        return std::make_tuple(bitmap.GetWidth(), bitmap.GetHeight(), entry.second,
+                               std::vector<std::uint8_t>(data, data + std::min<std::size_t>(size, 64)));
+    };
+    std::sort(textures.begin(), textures.end(),
+              [&](auto const& a, auto const& b) { return key(a) < key(b); });
+    return textures;
+}
+
+// A folder of the test's own below the process's temporary folder, so that
+// what a tool leaves there can be listed; removed at the end.
+struct OwnFolder
+{
+    PackageScratch scratch;
+    boost::filesystem::path path;
+
+    explicit OwnFolder(std::string const& name)
+        : path(boost::filesystem::path(StringConversion::ConvertNativeToUTF8(scratch.File(name))))
+    {
+        boost::filesystem::create_directories(path);
+    }
+    ~OwnFolder()
+    {
+        boost::system::error_code ignored;
+        boost::filesystem::remove_all(path, ignored);
+    }
+    OwnFolder(OwnFolder const&) = delete;
+    OwnFolder& operator=(OwnFolder const&) = delete;
+};
+
+std::string Convert(std::string const& arguments, int& status)
+{
+    CommandOutput const output = RunCommand(Quoted(OND3MF_CONVERT) + " " + arguments + " 2>&1");
+    status = WIFEXITED(output.status) ? WEXITSTATUS(output.status) : -1;
+    return output.text;
+}
+} // namespace
+
+TEST(ConvertRoundTrip, EverySampleComesBackWithTheSameMeshes)
+{
+    auto const files = Samples();
+    if (files.empty())
+    {
+        GTEST_SKIP() << "no sample files beside the checkout (../shared/testdata)";
+    }
+    PackageScratch scratch;
+    std::string const converted = StringConversion::ConvertNativeToUTF8(scratch.File("converted.3mf"));
+    // The written file is in millimetres; a length printed with four
+    // decimals is within half a unit of the internal grid.
+    std::int32_t const tolerance = static_cast<std::int32_t>(0.0001 * OndSDK::Common::MInternalUnits::Get());
+    for (auto const& file : files)
+    {
+        SCOPED_TRACE(file.string());
+        int status = -1;
+        std::string const output = Convert(Quoted(file.string()) + " " + Quoted(converted), status);
+        ASSERT_EQ(0, status) << output;
+        auto const before = Import(file.string());
+        auto const after = Import(converted);
+        ASSERT_EQ(before.size(), after.size());
+
+        CommandOutput const counts =
+            RunCommand("python3 " + Quoted(FORMAT3MF_SOURCE_DIR "/tests/export/written_counts.py") + " " +
+                       Quoted(converted) + " 2>&1");
+        ASSERT_EQ(0, counts.status) << counts.text;
+        std::vector<std::string> const lines = SplitLines(counts.text);
+        ASSERT_EQ(before.size(), lines.size()) << counts.text;
+
+        for (std::size_t i = 0; i < before.size(); ++i)
+        {
+            MStlBase const& a = *before[i];
+            MStlBase const& b = *after[i];
+            EXPECT_EQ(a.GetNumberOfPoints(), b.GetNumberOfPoints());
+            EXPECT_EQ(a.GetNumberOfTriangles(), b.GetNumberOfTriangles());
+            EXPECT_EQ(std::to_string(a.GetNumberOfPoints()) + " " + std::to_string(a.GetNumberOfTriangles()),
+                      lines[i]);
+            Box const boxA = BoxOf(a);
+            Box const boxB = BoxOf(b);
+            for (int axis = 0; axis < 3; ++axis)
+            {
+                EXPECT_NEAR(boxA.low[axis], boxB.low[axis], tolerance) << "axis " << axis;
+                EXPECT_NEAR(boxA.high[axis], boxB.high[axis], tolerance) << "axis " << axis;
+            }
+            EXPECT_EQ(ColouredTriangles(a), ColouredTriangles(b));
+            EXPECT_EQ(TexturedTriangles(a), TexturedTriangles(b));
+            auto const texturesA = Textures(a);
+            auto const texturesB = Textures(b);
+            ASSERT_EQ(texturesA.size(), texturesB.size());
+            for (std::size_t t = 0; t < texturesA.size(); ++t)
+            {
+                EXPECT_TRUE(texturesA[t].first == texturesB[t].first)
+                    << "texture " << t << " differs in pixels";
+                EXPECT_EQ(texturesA[t].second, texturesB[t].second);
+            }
+        }
+    }
+}
+
+TEST(ConvertTool, HelpBadArgumentsAndFailures)
+{
+    OwnFolder const own("tools");
+    std::string const folder = own.path.string();
+    std::string const out = folder + "/out.3mf";
+    std::string const torus = folder + "/torus.3mf";
+    ASSERT_EQ(0, RunCommand(Quoted(OND3MF_TORUS) + " " + Quoted(torus) + " 8 8").status);
+    struct Case
+    {
+        char const* name;
+        std::string arguments;
+        int status;
+        char const* says;
+    };
+    Case const cases[] = {
+        {"help", "--help", 0, "usage: ond3mf-convert"},
+        {"unknown option", "--fast " + Quoted(torus) + " " + Quoted(out), 2, "unknown option '--fast'"},
+        {"one file", Quoted(torus), 2, "expected IN and OUT"},
+        {"missing input", Quoted(folder + "/none.3mf") + " " + Quoted(out), 1, "cannot read"},
+        {"not a 3MF file", Quoted(FORMAT3MF_SOURCE_DIR "/README.md") + " " + Quoted(out), 1, "cannot read"},
+        {"binary", "--binary " + Quoted(torus) + " " + Quoted(out), 1, "not supported yet"},
+        {"unwritable output", Quoted(torus) + " " + Quoted(folder + "/no/such/folder.3mf"), 1,
+         "cannot write"},
+    };
+    for (Case const& entry : cases)
+    {
+        int status = -1;
+        std::string const output = Convert(entry.arguments, status);
+        EXPECT_EQ(entry.status, status) << entry.name << ": " << output;
+        EXPECT_NE(std::string::npos, output.find(entry.says)) << entry.name << ": " << output;
+        if (entry.status == 2)
+        {
+            EXPECT_EQ(1u, SplitLines(output).size()) << entry.name << ": one line";
+        }
+        // Nothing is left behind by a failure: no output, no partial file.
+        std::set<std::string> left;
+        for (auto const& item : boost::filesystem::directory_iterator(folder))
+        {
+            left.insert(item.path().filename().string());
+        }
+        EXPECT_EQ((std::set<std::string>{"torus.3mf"}), left) << entry.name;
+    }
+    int status = -1;
+    Convert("--zip64 " + Quoted(torus) + " " + Quoted(out), status);
+    EXPECT_EQ(0, status);
+    EXPECT_EQ("64 128\n",
+              RunCommand("python3 " + Quoted(FORMAT3MF_SOURCE_DIR "/tests/export/written_counts.py") + " " +
+                         Quoted(out))
+                  .text);
+}
+
+TEST(TorusTool, HelpPrintsUsageAndWritesNothing)
+{
+    OwnFolder const own("tools");
+    std::string const folder = own.path.string();
+    CommandOutput const help = RunCommand("cd " + Quoted(folder) + " && " + Quoted(OND3MF_TORUS) + " --help");
+    EXPECT_EQ(0, help.status);
+    EXPECT_NE(std::string::npos, help.text.find("usage: ond3mf-torus"));
+    EXPECT_TRUE(boost::filesystem::is_empty(folder));
+    EXPECT_NE(0, RunCommand(Quoted(OND3MF_TORUS) + " " + Quoted(folder + "/t.3mf") + " 2 9 2>&1").status);
+}
