@@ -1,12 +1,12 @@
 // Floors for importing one big mesh: a package of a torus with 1,000,000
-// vertices and 2,000,000 triangles is written by the library's exporter, and the two costs that no
-// importer can avoid are measured on it: inflating the model part, and expat
-// tokenizing its XML. Each figure is the best of three runs.
+// vertices and 2,000,000 triangles is written by the library's exporter,
+// and the two costs that no importer can avoid are measured on it: inflating
+// the model part, and expat tokenizing its XML. Each figure is the best of
+// three runs.
 //
-// A phase whose memory matters runs in a forked child of a lean parent, so
-// that the child's peak resident set (wait4's ru_maxrss) is the phase's own,
-// plus the few megabytes that every child starts with (printed as baseline).
+// A phase whose memory matters runs in a forked child (see Measure.h).
 
+#include "Measure.h"
 #include "TorusMesh.h"
 
 #include "format3mf/Exporter.h"
@@ -18,16 +18,12 @@
 
 #include <expat.h>
 #include <malloc.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
-#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -35,123 +31,9 @@
 
 namespace
 {
-constexpr int kRuns = 3;
+using namespace measure;
+
 constexpr wchar_t kModelPart[] = L"3D/3dmodel.model";
-
-struct Figures
-{
-    double m_seconds = std::numeric_limits<double>::infinity();
-    // Peak resident set of the process that ran the phase, in bytes.
-    double m_peakBytes = 0.0;
-    // What the phase says it kept at its end (the meshes of an import).
-    double m_keptBytes = 0.0;
-};
-
-// Resident set size in bytes, from /proc/self/statm.
-double ResidentBytes()
-{
-    long pages = 0;
-    long resident = 0;
-    if (FILE* statm = std::fopen("/proc/self/statm", "r"))
-    {
-        if (std::fscanf(statm, "%ld %ld", &pages, &resident) != 2)
-        {
-            resident = 0;
-        }
-        std::fclose(statm);
-    }
-    return double(resident) * double(sysconf(_SC_PAGESIZE));
-}
-
-template <typename Work>
-double Time(Work&& work)
-{
-    auto const start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-template <typename Work>
-double BestTime(Work&& work)
-{
-    double best = std::numeric_limits<double>::infinity();
-    for (int run = 0; run < kRuns; ++run)
-    {
-        best = std::min(best, Time(work));
-    }
-    return best;
-}
-
-// Runs `phase` in a forked child. The phase returns the seconds of the part
-// it measures (so that its set-up is not counted) and may set the bytes it
-// kept; the child sends both back through a pipe. The child's peak resident
-// set comes from wait4.
-template <typename Phase>
-Figures RunInChild(Phase&& phase)
-{
-    int channel[2];
-    if (pipe(channel) != 0)
-    {
-        throw std::runtime_error("pipe failed");
-    }
-    std::fflush(nullptr);
-    pid_t const child = fork();
-    if (child < 0)
-    {
-        throw std::runtime_error("fork failed");
-    }
-    if (child == 0)
-    {
-        close(channel[0]);
-        int status = 0;
-        try
-        {
-            double values[2] = {0.0, 0.0};
-            values[0] = phase(values[1]);
-            if (write(channel[1], values, sizeof values) != static_cast<ssize_t>(sizeof values))
-            {
-                status = 1;
-            }
-        }
-        catch (std::exception const& error)
-        {
-            std::fprintf(stderr, "child: %s\n", error.what());
-            status = 1;
-        }
-        // No destructors and no atexit handlers of the parent's objects.
-        _exit(status);
-    }
-    close(channel[1]);
-    Figures figures;
-    double values[2] = {0.0, 0.0};
-    bool const received = read(channel[0], values, sizeof values) == static_cast<ssize_t>(sizeof values);
-    close(channel[0]);
-    int status = 0;
-    rusage usage{};
-    if (wait4(child, &status, 0, &usage) != child || !WIFEXITED(status) || WEXITSTATUS(status) != 0 ||
-        !received)
-    {
-        throw std::runtime_error("the measured phase failed in its child process");
-    }
-    figures.m_seconds = values[0];
-    figures.m_keptBytes = values[1];
-    figures.m_peakBytes = usage.ru_maxrss * 1024.0; // Linux counts kilobytes.
-    return figures;
-}
-
-template <typename Phase>
-Figures BestInChildren(Phase&& phase)
-{
-    Figures best;
-    for (int run = 0; run < kRuns; ++run)
-    {
-        Figures const figures = RunInChild(phase);
-        best.m_seconds = std::min(best.m_seconds, figures.m_seconds);
-        best.m_peakBytes = std::max(best.m_peakBytes, figures.m_peakBytes);
-        best.m_keptBytes = std::max(best.m_keptBytes, figures.m_keptBytes);
-    }
-    return best;
-}
 
 // Inflates the model part in big reads; `sink` sees every block.
 template <typename Sink>
@@ -211,22 +93,6 @@ void Report(char const* phase, double bytes, Figures const& figures)
     std::printf("\n");
 }
 
-// Removes the scratch folder however the run ends.
-struct ScratchFolder
-{
-    std::filesystem::path m_path;
-    explicit ScratchFolder(std::filesystem::path path) : m_path(std::move(path))
-    {
-        std::filesystem::create_directories(m_path);
-    }
-    ScratchFolder(ScratchFolder const&) = delete;
-    ScratchFolder& operator=(ScratchFolder const&) = delete;
-    ~ScratchFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-};
 } // namespace
 
 int main()
