@@ -21,7 +21,10 @@
 
 #include <isa-l/igzip_lib.h>
 
+#include <time.h>
+
 #include <cstdio>
+#include <limits>
 #include <memory>
 #include <ostream>
 #include <streambuf>
@@ -99,9 +102,41 @@ std::size_t Deflate(std::string const& text, std::vector<std::uint8_t>& output)
     return stream.total_out;
 }
 
-void Report(char const* phase, double bytes, double seconds)
+double ProcessorSeconds(clockid_t clock)
 {
-    std::printf("%-30s %8.3f s %8.1f MB/s of XML\n", phase, seconds, bytes / 1e6 / seconds);
+    timespec now{};
+    clock_gettime(clock, &now);
+    return double(now.tv_sec) + double(now.tv_nsec) / 1e9;
+}
+
+// The best of the runs in wall time, and the processor time of the calling
+// thread and of the whole process (all threads), each the least seen.
+struct Cost
+{
+    double m_wall = std::numeric_limits<double>::infinity();
+    double m_thread = std::numeric_limits<double>::infinity();
+    double m_process = std::numeric_limits<double>::infinity();
+};
+
+template <typename Work>
+Cost BestCost(Work&& work)
+{
+    Cost best;
+    for (int run = 0; run < kRuns; ++run)
+    {
+        double const thread = ProcessorSeconds(CLOCK_THREAD_CPUTIME_ID);
+        double const process = ProcessorSeconds(CLOCK_PROCESS_CPUTIME_ID);
+        best.m_wall = std::min(best.m_wall, Time(work));
+        best.m_thread = std::min(best.m_thread, ProcessorSeconds(CLOCK_THREAD_CPUTIME_ID) - thread);
+        best.m_process = std::min(best.m_process, ProcessorSeconds(CLOCK_PROCESS_CPUTIME_ID) - process);
+    }
+    return best;
+}
+
+void Report(char const* phase, double bytes, Cost const& cost)
+{
+    std::printf("%-30s %7.3f s %9.3f s %8.3f s   %6.1f MB/s of XML\n", phase, cost.m_wall, cost.m_thread,
+                cost.m_process, bytes / 1e6 / cost.m_wall);
 }
 } // namespace
 
@@ -114,25 +149,8 @@ int main()
         std::filesystem::path const package = scratch.m_path / "torus.3mf";
         torus::TorusShape const shape;
 
-        double xmlBytes = 0.0;
-        double format = 0.0;
-        double deflate = 0.0;
-        std::size_t deflated = 0;
-        {
-            std::unique_ptr<MStlBase> const torus = torus::MakeTorus(shape);
-            std::string xml;
-            FormatModel(*torus, xml);
-            xmlBytes = double(xml.size());
-            format = BestTime(
-                [&]
-                {
-                    xml.clear();
-                    FormatModel(*torus, xml);
-                });
-            std::vector<std::uint8_t> output(xml.size() + (std::size_t(1) << 20));
-            deflate = BestTime([&] { deflated = Deflate(xml, output); });
-        }
-
+        // The children go first, while this process has allocated nothing
+        // big that they would inherit.
         Figures const baseline = RunInChild([](double&) { return 0.0; });
         Figures const exported = BestInChildren(
             [&](double& meshBytes)
@@ -153,17 +171,56 @@ int main()
                     });
             });
 
-        double const floor = std::max(format, deflate);
+        double xmlBytes = 0.0;
+        std::size_t deflated = 0;
+        Cost format;
+        Cost deflate;
+        {
+            std::unique_ptr<MStlBase> const torus = torus::MakeTorus(shape);
+            std::string xml;
+            FormatModel(*torus, xml);
+            xmlBytes = double(xml.size());
+            format = BestCost(
+                [&]
+                {
+                    xml.clear();
+                    FormatModel(*torus, xml);
+                });
+            std::vector<std::uint8_t> output(xml.size() + (std::size_t(1) << 20));
+            deflate = BestCost([&] { deflated = Deflate(xml, output); });
+        }
+        Cost exportCost;
+        {
+            std::unique_ptr<MStlBase> const torus = torus::MakeTorus(shape);
+            format3mf::Export exporter;
+            exporter.SetStl(torus.get(), MMTransformMatrix(), nullptr);
+            exporter.SetFilePath(package.wstring());
+            exportCost = BestCost(
+                [&]
+                {
+                    if (exporter.Operate() != format3mf::Export::Success)
+                    {
+                        throw std::runtime_error("the exporter failed to write the torus");
+                    }
+                });
+        }
+
+        double const floor = std::max(format.m_wall, deflate.m_wall);
+        double const threadFloor = std::max(format.m_thread, deflate.m_thread);
         double const mesh = exported.m_keptBytes;
         double const peak = exported.m_peakBytes - baseline.m_peakBytes;
         std::printf("torus: %u x %u grid, %u vertices, %u triangles\n", shape.m_ring, shape.m_tube,
                     shape.m_ring * shape.m_tube, 2 * shape.m_ring * shape.m_tube);
         std::printf("model XML %.1f MB, deflated %.1f MB, package %.1f MB; best of %d runs\n", xmlBytes / 1e6,
                     double(deflated) / 1e6, double(std::filesystem::file_size(package)) / 1e6, kRuns);
+        std::printf("%-30s %8s %10s %10s\n", "", "wall", "this thread", "process");
         Report("format XML into memory", xmlBytes, format);
         Report("ISA-L deflate level 1 alone", xmlBytes, deflate);
-        Report("export", xmlBytes, exported.m_seconds);
-        std::printf("\nexport / larger floor       %6.2f   (target 1.25)\n", exported.m_seconds / floor);
+        Report("export", xmlBytes, exportCost);
+        std::printf("\nexport / larger floor       %6.2f   (target 1.25)\n", exportCost.m_wall / floor);
+        // On a machine whose second core is busy the deflating thread can't
+        // overlap; the writing thread's own time is what two free cores give.
+        std::printf("the same on this thread's processor time %5.2f\n", exportCost.m_thread / threadFloor);
         std::printf("mesh bytes                  %6.1f MB (%.1f bytes per triangle)\n", mesh / 1e6,
                     mesh / (2.0 * shape.m_ring * shape.m_tube));
         std::printf("export peak over baseline   %6.1f MB; limit mesh + 48 MB = %.1f MB\n", peak / 1e6,
