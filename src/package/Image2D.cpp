@@ -1,5 +1,6 @@
 #include "format3mf/Image2D.h"
 
+#include "format3mf/Exception.h"
 #include "format3mf/PackageWrite.h"
 #include "format3mf/PackageWriteContext.h"
 #include "foundation/FormatIdentifiers.h"
@@ -35,9 +36,15 @@ void Image2D::_OnRead(PackageReadContext*)
     }
 }
 
+// An image that can't be saved would leave the model naming a part that the
+// archive lacks, a file that no reader takes: the write fails instead.
 void Image2D::_OnWrite(PackageWriteContext* context, std::shared_ptr<OndSDK::Common::IProgressDelegate>)
 {
-    OndSDK::Common::SavePng(*m_bitmap, m_fileNameUnpacked);
+    if (!OndSDK::Common::SavePng(*m_bitmap, m_fileNameUnpacked))
+    {
+        throw Exception(L"The texture image " + GetFileNameInPackage() +
+                        (m_bitmap->IsEmpty() ? L" has no pixels to write." : L" could not be saved as PNG."));
+    }
     if (context->m_stepProgress)
     {
         if (context->m_stepProgress->m_reporter->IsCancelled())

@@ -5,6 +5,7 @@
 #include "support/PackageTestSupport.h"
 #include "triangles/MeshTestSupport.h"
 
+#include "format3mf/Exception.h"
 #include "format3mf/Exporter.h"
 #include "format3mf/Importer.h"
 
@@ -220,4 +221,27 @@ TEST(Exporter, AMeshWithoutTrianglesStillWritesAPackage)
     ASSERT_EQ(format3mf::Export::Success, exporter.Operate());
     EXPECT_EQ(std::string::npos, PythonCheck(path).find("python failed"));
     EXPECT_TRUE(Import(path).empty());
+}
+
+// A texture without pixels can't become an image part; the write fails with
+// the part's name rather than leave a file that names a missing part.
+TEST(Exporter, ATextureWithoutPixelsFailsNamingItsImage)
+{
+    PackageScratch scratch;
+    auto mesh = MakeSquare();
+    AddTexture(*mesh, L"blank", nullptr, {0});
+    auto const before = Coordinates(*mesh);
+    format3mf::Export exporter;
+    exporter.SetStl(mesh.get(), MakeAwkwardTransform(), nullptr);
+    exporter.SetFilePath(scratch.File("blank.3mf"));
+    try
+    {
+        exporter.Operate();
+        FAIL() << "no exception";
+    }
+    catch (Format_3MF::Exception const& error)
+    {
+        EXPECT_NE(std::wstring::npos, error.m_message.find(L"/3D/Textures2D/blank.png")) << error.what();
+    }
+    EXPECT_EQ(before, Coordinates(*mesh));
 }
