@@ -116,6 +116,9 @@ TEST(Exporter, MeshAndMaskRestoredOnEveryWayOut)
             EXPECT_EQ(entry.status, exporter.Operate()) << entry.name;
             EXPECT_EQ(before, Coordinates(*mesh)) << entry.name;
             EXPECT_EQ(label, mask->GetUserLabel()) << entry.name;
+            // The writer's masks on the mesh are gone with it.
+            EXPECT_EQ(1u, mesh->GetTriangleMaskOwner().GetMasks().size()) << entry.name;
+            EXPECT_TRUE(mesh->GetPointMaskOwner().GetMasks().empty()) << entry.name;
             EXPECT_EQ(entry.fileAfter, Exists(path)) << entry.name;
             EXPECT_EQ(entry.unopenable, !exporter.GetErrorMessage().empty()) << entry.name;
         }
