@@ -1,3 +1,5 @@
+// The binding of an object's mesh to a host mesh: construction, ownership
+// and the life-cycle hooks. Reading, preparing and writing live beside it.
 #include "format3mf/MeshStlBase.h"
 
 #include "mesh/MeshStlBaseRead.h"

@@ -1,3 +1,4 @@
+// A texture image part: read from PNG or JPEG, always written as PNG.
 #include "format3mf/Image2D.h"
 
 #include "format3mf/Exception.h"
