@@ -111,6 +111,23 @@ void MStlPointStore::Append(MStlPointStore const& other)
     }
 }
 
+void MStlPointStore::Append(MStlPointStore const& other, MMTransform const& transform)
+{
+    std::uint32_t const count = other.Size();
+    std::uint32_t const first = m_table.Extend(count);
+    for (std::uint32_t index = 0; index < count; ++index)
+    {
+        MStlPointChunk const& from = other.m_table.ChunkAt(index / kCapacity);
+        MStlPointChunk& to = m_table.ChunkAt((first + index) / kCapacity);
+        MMPoint3d<double> const moved = transform.Apply(from.m_points[index % kCapacity]);
+        MStlPoint& point = to.m_points[(first + index) % kCapacity];
+        point.m_coordinates[0] = RoundToInternal(moved.x);
+        point.m_coordinates[1] = RoundToInternal(moved.y);
+        point.m_coordinates[2] = RoundToInternal(moved.z);
+        to.m_useCounts[(first + index) % kCapacity] = from.m_useCounts[index % kCapacity];
+    }
+}
+
 void MStlPointStore::Transform(MMTransform const& transform, bool inverse)
 {
     for (std::uint32_t index = 0; index < Size(); ++index)
