@@ -78,11 +78,11 @@ double InternalTranslation(double value, double factor)
     return double(std::int32_t(t));
 }
 
-// The placement as the mesh takes it: in internal units. The inverse is not
-// computed: a mesh placed by AddStl or Transform never asks for it.
-MMTransformMatrix InternalPlacement(Affine const& placement, double unitFactor)
+// The placement as the mesh takes it, in internal units, into `matrix`. The
+// inverse is not computed: a mesh placed by AddStl or Transform never asks
+// for it.
+void SetInternalPlacement(Affine const& placement, double unitFactor, MMTransformMatrix& matrix)
 {
-    MMTransformMatrix matrix;
     for (unsigned short row = 0; row < 3; ++row)
     {
         for (unsigned short column = 0; column < 3; ++column)
@@ -91,7 +91,6 @@ MMTransformMatrix InternalPlacement(Affine const& placement, double unitFactor)
         }
         matrix.AccessElement(row, 3) = InternalTranslation(placement.m[row][3], unitFactor);
     }
-    return matrix;
 }
 
 MStlBase const* MeshOf(Object const* object)
@@ -193,9 +192,10 @@ private:
     {
         bool open = false; // on the path being measured
         bool done = false;
+        MStlBase const* mesh = nullptr;
         Size size;
         // The components that find their object, with their transformations.
-        std::vector<std::pair<Object const*, Affine>> placed;
+        std::vector<std::pair<Node const*, Affine>> placed;
     };
 
     // Depth first without recursion, since component chains may be very
@@ -235,19 +235,20 @@ private:
                     _WarnDangling(frame.object, component);
                     continue;
                 }
-                node.placed.emplace_back(component.m_object, Affine::Of(component.m_transform));
+                node.placed.emplace_back(&m_nodes[component.m_object], Affine::Of(component.m_transform));
                 enter(component.m_object);
                 continue;
             }
             Node& node = m_nodes[frame.object];
-            if (MStlBase const* mesh = MeshOf(frame.object))
+            node.mesh = MeshOf(frame.object);
+            if (node.mesh != nullptr)
             {
-                node.size.points = mesh->GetNumberOfPoints();
-                node.size.triangles = mesh->GetNumberOfTriangles();
+                node.size.points = node.mesh->GetNumberOfPoints();
+                node.size.triangles = node.mesh->GetNumberOfTriangles();
             }
             for (auto const& [child, transform] : node.placed)
             {
-                node.size.Add(m_nodes[child].size, m_maxElements);
+                node.size.Add(child->size, m_maxElements);
             }
             node.open = false;
             node.done = true;
@@ -293,27 +294,28 @@ private:
     {
         double const unitFactor = m_root.GetUnits().m_factor;
         auto target = std::make_unique<MStlBase>();
-        std::vector<std::pair<Object const*, Affine>> pending{{root, transform}};
+        MMTransformMatrix matrix;
+        std::vector<std::pair<Node const*, Affine>> pending{{&m_nodes.at(root), transform}};
         bool first = true;
         while (!pending.empty())
         {
-            auto const [object, placement] = pending.back();
+            auto const [node, placement] = pending.back();
             pending.pop_back();
-            if (MStlBase const* mesh = MeshOf(object))
+            if (node->mesh != nullptr)
             {
-                MMTransformMatrix const matrix = InternalPlacement(placement, unitFactor);
+                SetInternalPlacement(placement, unitFactor, matrix);
                 if (first)
                 {
-                    target = std::make_unique<MStlBase>(*mesh);
+                    target = std::make_unique<MStlBase>(*node->mesh);
                     target->Transform(matrix);
                 }
                 else
                 {
-                    Place(*mesh, matrix, *target);
+                    Place(*node->mesh, matrix, *target);
                 }
             }
             first = false;
-            std::vector<std::pair<Object const*, Affine>> const& placed = m_nodes.at(object).placed;
+            std::vector<std::pair<Node const*, Affine>> const& placed = node->placed;
             for (auto child = placed.rbegin(); child != placed.rend(); ++child)
             {
                 pending.emplace_back(child->first, placement * child->second);
