@@ -174,6 +174,9 @@ private:
     std::unique_ptr<Resources> m_resources;
     Build m_build;
     std::vector<std::unique_ptr<ModelFile>> m_modelFiles;
+    // The files of m_modelFiles by part name without the leading slash, so
+    // that a file naming thousands of parts finds each one at once.
+    std::map<std::wstring, ModelFile*> m_modelFilesByName;
     std::unique_ptr<ModelFileBinary> m_binary;
 };
 

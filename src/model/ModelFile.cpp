@@ -146,15 +146,8 @@ tSupportedExtension ModelFile::GetSupportedExtension(std::wstring const& uri) co
 
 ModelFile* ModelFile::GetRelatedModelFile(std::wstring const& name) const
 {
-    std::wstring const key = PartKey(name);
-    for (auto const& file : m_modelFiles)
-    {
-        if (PartKey(file->GetFileNameInPackage()) == key)
-        {
-            return file.get();
-        }
-    }
-    return nullptr;
+    auto const found = m_modelFilesByName.find(PartKey(name));
+    return found != m_modelFilesByName.end() ? found->second : nullptr;
 }
 
 ModelFile* ModelFile::AddRelatedModelFile(std::wstring const& name)
@@ -176,6 +169,7 @@ ModelFile* ModelFile::AddRelatedModelFile(std::wstring const& name)
     file->m_parent = this;
     file->m_package = m_package;
     ModelFile* const related = file.get();
+    root->m_modelFilesByName.emplace(PartKey(name), related);
     root->m_modelFiles.push_back(std::move(file));
     if (m_package != nullptr)
     {
