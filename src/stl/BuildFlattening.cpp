@@ -14,7 +14,6 @@
 #include "triangles/MStlTriangle.h"
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <unordered_map>
 #include <utility>
@@ -115,6 +114,7 @@ std::wstring Describe(Object const* object)
 void Place(MStlBase const& mesh, MMTransformMatrix const& placement, MStlBase& target)
 {
     std::uint32_t const first = std::uint32_t(target.GetNumberOfTriangles());
+    // Cannot run out of indices: the limit of the whole build is far below.
     target.AddStl(mesh, placement, false);
     std::uint32_t const colour = mesh.GetMaterial().GetRGB();
     if (colour == target.GetMaterial().GetRGB())

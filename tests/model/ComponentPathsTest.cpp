@@ -178,3 +178,24 @@ TEST(ComponentPaths, SlicerProjectSurvivesWritingAndReadingAgain)
     }
     EXPECT_EQ(texts[0], texts[1]);
 }
+
+// Every name of a part reaches the one model file of that part, whichever
+// part asks; the root owns them all, and the asking part holds the
+// relationship.
+TEST(ComponentPaths, OnePartOneModel)
+{
+    TestModelFile root;
+    Package package(&root);
+    ModelFile* a = root.AddRelatedModelFile(L"/3D/Objects/a.model");
+    EXPECT_EQ(a, a->AddRelatedModelFile(L"3D/Objects/a.model"));
+    EXPECT_EQ(a, a->AddRelatedModelFile(L"\\3D\\Objects\\a.model"));
+    EXPECT_EQ(&root, a->AddRelatedModelFile(L"/3D/3dmodel.model"));
+    ModelFile* b = a->AddRelatedModelFile(L"/3D/Objects/b.model");
+    EXPECT_EQ(b, root.AddRelatedModelFile(L"/3D/Objects/b.model"));
+    EXPECT_EQ(2u, root.GetModelFiles().size());
+    EXPECT_TRUE(a->GetModelFiles().empty());
+    EXPECT_EQ(a, b->GetParent());
+    EXPECT_EQ(&root, b->GetRootModelFile());
+    ASSERT_EQ(1u, a->GetRelsFile().GetRelations().size());
+    EXPECT_EQ(L"/3D/Objects/b.model", a->GetRelsFile().GetRelations()[0].m_target);
+}
