@@ -153,13 +153,18 @@ public:
                                      L", which does not exist; it is left out.");
                 continue;
             }
-            total.Add(_Measure(object), m_maxElements);
-            if (total.points > m_maxElements || total.triangles > m_maxElements)
+            Size const size = _Measure(object);
+            total.Add(size, m_maxElements);
+            if (total.points > m_maxElements || total.triangles > m_maxElements ||
+                total.placements > m_maxElements)
             {
                 throw Exception(L"The build places its objects more often than can be held: more than " +
-                                std::to_wstring(m_maxElements) + L" points or triangles.");
+                                std::to_wstring(m_maxElements) + L" points, triangles or placed objects.");
             }
-            items.emplace_back(object, Affine::Of(item.m_transform));
+            if (!size.IsEmpty())
+            {
+                items.emplace_back(object, Affine::Of(item.m_transform));
+            }
         }
         std::vector<std::unique_ptr<MStlBase>> meshes;
         for (auto const& [object, placement] : items)
@@ -174,16 +179,23 @@ public:
     }
 
 private:
-    // Points and triangles, counted up to just past the limit.
+    // Points and triangles, and the objects the copy visits to place them
+    // (none that add nothing), counted up to just past the limit: so copying
+    // costs time in proportion to what it makes, also when a long chain of
+    // components leads to each copy.
     struct Size
     {
         std::uint64_t points = 0;
         std::uint64_t triangles = 0;
+        std::uint64_t placements = 0;
+
+        bool IsEmpty() const { return points == 0 && triangles == 0; }
 
         void Add(Size const& other, std::uint64_t limit)
         {
             points = std::min(points + other.points, limit + 1);
             triangles = std::min(triangles + other.triangles, limit + 1);
+            placements = std::min(placements + other.placements, limit + 1);
         }
     };
 
@@ -249,6 +261,10 @@ private:
             for (auto const& [child, transform] : node.placed)
             {
                 node.size.Add(child->size, m_maxElements);
+            }
+            if (!node.size.IsEmpty())
+            {
+                node.size.Add(Size{0, 0, 1}, m_maxElements);
             }
             node.open = false;
             node.done = true;
@@ -318,7 +334,10 @@ private:
             std::vector<std::pair<Node const*, Affine>> const& placed = node->placed;
             for (auto child = placed.rbegin(); child != placed.rend(); ++child)
             {
-                pending.emplace_back(child->first, placement * child->second);
+                if (!child->first->size.IsEmpty())
+                {
+                    pending.emplace_back(child->first, placement * child->second);
+                }
             }
         }
         return target;

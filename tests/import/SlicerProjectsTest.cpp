@@ -345,9 +345,43 @@ TEST(SlicerProjects, FanOutWithinAndAboveTheLimit)
     StlRead refused(above);
     EXPECT_FALSE(refused.ok);
     EXPECT_EQ(
-        "The build places its objects more often than can be held: more than 134217728 points or triangles.",
+        "The build places its objects more often than can be held: more than 134217728 points, triangles or "
+        "placed objects.",
         refused.Error());
     EXPECT_TRUE(refused.meshes.empty());
+
+    // A trillion copies of an object without geometry add nothing and cost
+    // nothing; a million copies of one triangle at the end of a chain of 200
+    // components would cost 200 million steps, and are refused.
+    std::wstring const empty = scratch.File("empty.3mf");
+    std::string nothing = FanOut(12, 10);
+    nothing.replace(nothing.find("<mesh>"), nothing.find("</mesh>") + 7 - nothing.find("<mesh>"), "");
+    WriteModelPackage(empty, nothing);
+    StlRead none(empty);
+    ASSERT_TRUE(none.ok) << none.Error();
+    EXPECT_TRUE(none.meshes.empty());
+    std::string chain =
+        MeshObject(1, "<mesh><vertices><vertex x=\"0\" y=\"0\" z=\"0\"/><vertex x=\"1\" y=\"0\" "
+                      "z=\"0\"/><vertex x=\"0\" y=\"1\" z=\"0\"/></vertices><triangles><triangle "
+                      "v1=\"0\" v2=\"1\" v3=\"2\"/></triangles></mesh>");
+    for (int id = 2; id <= 200; ++id)
+    {
+        chain += Assembly(id, ComponentElement(id - 1));
+    }
+    for (int level = 201; level <= 206; ++level)
+    {
+        std::string components;
+        for (int copy = 0; copy < 10; ++copy)
+        {
+            components += ComponentElement(level - 1);
+        }
+        chain += Assembly(level, components);
+    }
+    std::wstring const deep = scratch.File("deep.3mf");
+    WriteModelPackage(deep, Part(chain, Item(206)));
+    StlRead long_chains(deep);
+    EXPECT_FALSE(long_chains.ok);
+    EXPECT_EQ(refused.Error(), long_chains.Error());
 
     // Two items of 12,000 triangles each: the limit counts both.
     std::wstring const two = scratch.File("two.3mf");
