@@ -93,6 +93,16 @@ void MStlBase::Transform(MMTransform const& transform)
 EReturnCode MStlBase::AddStl(MStlBase const& other, bool onlyGeometry,
                              std::shared_ptr<OndSDK::Common::IProgressDelegate>)
 {
+    return Append(other, nullptr, onlyGeometry);
+}
+
+EReturnCode MStlBase::AddStl(MStlBase const& other, MMTransform const& transform, bool onlyGeometry)
+{
+    return Append(other, transform.IsIdentity() ? nullptr : &transform, onlyGeometry);
+}
+
+EReturnCode MStlBase::Append(MStlBase const& other, MMTransform const* transform, bool onlyGeometry)
+{
     // Held here, so that other's storage stays as it is while this mesh
     // takes its own copy, also when other is this mesh.
     std::shared_ptr<MStlPointStore const> const otherPoints = other.m_points;
@@ -104,7 +114,14 @@ EReturnCode MStlBase::AddStl(MStlBase const& other, bool onlyGeometry,
     }
     std::uint32_t const firstPoint = m_points->Size();
     std::uint32_t const firstTriangle = m_triangles->Size();
-    EditPoints().Append(*otherPoints);
+    if (transform != nullptr)
+    {
+        EditPoints().Append(*otherPoints, *transform);
+    }
+    else
+    {
+        EditPoints().Append(*otherPoints);
+    }
     EditTriangles().Append(*otherTriangles, firstPoint, !onlyGeometry);
     if (!onlyGeometry)
     {

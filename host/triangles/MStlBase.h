@@ -92,6 +92,10 @@ public:
     // their defaults for the new elements.
     EReturnCode AddStl(MStlBase const& other, bool onlyGeometry,
                        std::shared_ptr<OndSDK::Common::IProgressDelegate> progress = {});
+    // The same with the points of the other mesh moved by `transform` on the
+    // way, rounded as Transform rounds: placing a mesh many times costs one
+    // pass over its elements per copy, and no mesh in between.
+    EReturnCode AddStl(MStlBase const& other, MMTransform const& transform, bool onlyGeometry);
 
     MStlMaterial& GetMaterial() { return m_material; }
     MStlMaterial const& GetMaterial() const { return m_material; }
@@ -146,6 +150,8 @@ private:
     MStlPointStore& EditPoints();
     MStlTriangleStore& EditTriangles();
 
+    // Both AddStl: `transform` null for none.
+    EReturnCode Append(MStlBase const& other, MMTransform const* transform, bool onlyGeometry);
     void AppendTexturesOf(MStlBase const& other, std::uint32_t firstTriangle);
     void AppendGraphsOf(MStlBase const& other, std::uint32_t firstPoint);
 

@@ -1,6 +1,7 @@
 #include "triangles/MStlElementStores.h"
 
 #include "common/MMTransform.h"
+#include "common/MMTransformMatrix.h"
 
 #include <algorithm>
 #include <cmath>
@@ -107,6 +108,55 @@ void MStlPointStore::Append(MStlPointStore const& other)
         MStlPointChunk const& from = other.m_table.ChunkAt(index / kCapacity);
         MStlPointChunk& to = m_table.ChunkAt((first + index) / kCapacity);
         to.m_points[(first + index) % kCapacity] = from.m_points[index % kCapacity];
+        to.m_useCounts[(first + index) % kCapacity] = from.m_useCounts[index % kCapacity];
+    }
+}
+
+void MStlPointStore::Append(MStlPointStore const& other, MMTransform const& transform)
+{
+    // A matrix without projection, the usual case, is applied here directly:
+    // this is the inner loop of placing a mesh many times.
+    double rows[3][4];
+    auto const* matrix = dynamic_cast<MMTransformMatrix const*>(&transform);
+    bool const affine = matrix != nullptr && matrix->GetElement(3, 0) == 0.0 &&
+                        matrix->GetElement(3, 1) == 0.0 && matrix->GetElement(3, 2) == 0.0 &&
+                        matrix->GetElement(3, 3) == 1.0;
+    if (affine)
+    {
+        for (unsigned short row = 0; row < 3; ++row)
+        {
+            for (unsigned short column = 0; column < 4; ++column)
+            {
+                rows[row][column] = matrix->GetElement(row, column);
+            }
+        }
+    }
+    std::uint32_t const count = other.Size();
+    std::uint32_t const first = m_table.Extend(count);
+    for (std::uint32_t index = 0; index < count; ++index)
+    {
+        MStlPointChunk const& from = other.m_table.ChunkAt(index / kCapacity);
+        MStlPointChunk& to = m_table.ChunkAt((first + index) / kCapacity);
+        MStlPoint const& source = from.m_points[index % kCapacity];
+        MStlPoint& point = to.m_points[(first + index) % kCapacity];
+        if (affine)
+        {
+            double const x = source.m_coordinates[0];
+            double const y = source.m_coordinates[1];
+            double const z = source.m_coordinates[2];
+            for (int row = 0; row < 3; ++row)
+            {
+                point.m_coordinates[row] =
+                    RoundToInternal(rows[row][0] * x + rows[row][1] * y + rows[row][2] * z + rows[row][3]);
+            }
+        }
+        else
+        {
+            MMPoint3d<double> const moved = transform.Apply(source);
+            point.m_coordinates[0] = RoundToInternal(moved.x);
+            point.m_coordinates[1] = RoundToInternal(moved.y);
+            point.m_coordinates[2] = RoundToInternal(moved.z);
+        }
         to.m_useCounts[(first + index) % kCapacity] = from.m_useCounts[index % kCapacity];
     }
 }

@@ -38,6 +38,8 @@ public:
     void AddUse(std::uint32_t index);
     // Appends copies of the points of another store (which may be this one).
     void Append(MStlPointStore const& other);
+    // The same with every copied coordinate transformed, in the one pass.
+    void Append(MStlPointStore const& other, MMTransform const& transform);
     void Transform(MMTransform const& transform, bool inverse);
     // Writes the coordinates of the points of `original` back over the
     // first points of this store; use counters stay.

@@ -100,9 +100,12 @@ public:
     void AddSupportedExtension(std::wstring const& uri, bool full);
     tSupportedExtension GetSupportedExtension(std::wstring const& uri) const;
 
-    // A related model part of that exact name, made and registered with the
-    // package (a relationship from this part) if there is none yet.
+    // The model file of that part in this package: the root, or a related
+    // model file of the root, made (owned by the root, this file its parent)
+    // and registered with the package (a relationship from this part) if
+    // there is none yet. A leading slash makes no difference to the name.
     ModelFile* AddRelatedModelFile(std::wstring const& name);
+    // Among the related model files owned by this one.
     ModelFile* GetRelatedModelFile(std::wstring const& name) const;
     // "Objects/Object.model", "Objects/Object(2).model", ... beside this part.
     std::wstring GenerateRelatedObjectFileName(PackageWriteContext& context);
@@ -171,6 +174,9 @@ private:
     std::unique_ptr<Resources> m_resources;
     Build m_build;
     std::vector<std::unique_ptr<ModelFile>> m_modelFiles;
+    // The files of m_modelFiles by part name without the leading slash, so
+    // that a file naming thousands of parts finds each one at once.
+    std::map<std::wstring, ModelFile*> m_modelFilesByName;
     std::unique_ptr<ModelFileBinary> m_binary;
 };
 

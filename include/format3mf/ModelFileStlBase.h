@@ -15,7 +15,7 @@ namespace Format_3MF
 // The model file of plain triangle meshes. On writing, every listed mesh
 // becomes an object with a build item of its own; on reading, every build
 // item becomes one mesh: its object, its components and their
-// transformations flattened into the coordinates.
+// transformations flattened into the coordinates, across model parts.
 class OND_EXPORT ModelFileStlBase : public ModelFile
 {
 public:
@@ -23,6 +23,13 @@ public:
     ModelFileStlBase(std::wstring const& name, ModelFile* parent);
     // Frees the list only: the meshes belong to whoever added or took them.
     ~ModelFileStlBase() override;
+
+    // The most points, and the most triangles, that all the meshes of one
+    // read may hold together. Components let a small file place an object
+    // any number of times; a read that would go beyond this fails before
+    // anything is copied. Far beyond what a real part has, it still fits in
+    // the memory of a workstation (some 3.5 GB).
+    static constexpr std::uint64_t kMaxFlattenedElements = std::uint64_t(1) << 27;
 
     void AddStl(MStlBase* stl) { m_stls.push_back(stl); }
     std::uint64_t GetNumStls() const { return m_stls.size(); }
@@ -43,11 +50,6 @@ protected:
     ModelFileItem* _CreateResourceOndAMX(PackageReadContext*) override { return nullptr; }
 
 private:
-    // Puts the object's mesh, placed by `transform` (file units), then its
-    // components' into `target`; the object's own mesh replaces it.
-    void _AddObjectToStl(Object const* object, MMTransformMatrix const& transform,
-                         std::unique_ptr<MStlBase>& target) const;
-
     std::vector<MStlBase*> m_stls;
 };
 } // namespace Format_3MF

@@ -83,6 +83,8 @@ private:
     ModelFile* m_rootModel;
     Content m_content;
     std::vector<IPackageFile*> m_packageFiles;
+    // The same files, to find one at once among thousands.
+    std::set<IPackageFile const*> m_listedFiles;
     std::vector<std::shared_ptr<IPackageFile>> m_ownedFiles;
     std::unique_ptr<ThumbnailExternalFile> m_thumbnail;
     Invalidation m_invalidation;

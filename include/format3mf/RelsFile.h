@@ -3,7 +3,9 @@
 #include "common/OndExport.h"
 #include "format3mf/IPackageFile.h"
 
+#include <cstddef>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 namespace Format_3MF
@@ -47,6 +49,13 @@ protected:
                   std::shared_ptr<OndSDK::Common::IProgressDelegate> progress) override;
     bool _OnCanStreamRead() const override { return true; }
     bool _OnCanStreamWrite() const override { return true; }
+
+private:
+    // The targets of the first m_indexed relations, so that a part with
+    // thousands of relationships adds each at once. Relations appended to
+    // m_relations directly are taken in on the next AddRelationship.
+    std::unordered_set<std::wstring> m_targets;
+    std::size_t m_indexed = 0;
 };
 
 // Mixin of the parts that have relationships of their own.

@@ -6,18 +6,13 @@
 #include "foundation/ReadAttribute.h"
 #include "foundation/XMLNames.h"
 #include "model/MetaDataXML.h"
+#include "model/ProductionExtension.h"
 
 namespace Format_3MF
 {
 void Build::_OnStartWriting(PackageWriteContext*)
 {
-    auto declare = [this]
-    {
-        m_modelFile->AddNamespace(NamespaceProduction, PrefixProduction);
-        ModelFile* const root = m_modelFile->GetRootModelFile();
-        root->AddNamespace(NamespaceProduction, PrefixProduction);
-        root->AddRequiredExtension(PrefixProduction);
-    };
+    auto declare = [this] { DeclareProductionExtension(*m_modelFile); };
     if (!m_uuid.empty())
     {
         declare();

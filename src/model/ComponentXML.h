@@ -8,6 +8,7 @@
 
 namespace Format_3MF
 {
+class ModelFile;
 class Object;
 
 // The attributes of a "component" besides "objectid", which the object's
@@ -15,11 +16,15 @@ class Object;
 class ComponentRead : public ISAXReadHelper, public ISAXAttributeHandler, public XMLReadHandler
 {
 public:
-    ComponentRead(Component* component, PackageReadContext* context, std::wstring const& productionPrefix);
+    // `modelFile` is the part the component stands in.
+    ComponentRead(Component* component, ModelFile* modelFile, PackageReadContext* context,
+                  std::wstring const& productionPrefix);
+    // Sets the component's part: the one its "path" names, else its own.
     void HandleAttributes(MSAXReader& reader) override;
 
 private:
     Component* m_component;
+    ModelFile* m_modelFile;
     std::wstring m_productionPrefix;
 };
 
@@ -28,6 +33,8 @@ class ComponentWrite : public ISAXWriteHelper, public XMLWriteHandler
 public:
     // `owner` is the object whose components these are, named in errors.
     ComponentWrite(Component const* component, Object const* owner, PackageWriteContext* context);
+    // Writes "path" when the placed object stands in another part; the
+    // owner's _OnStartWriting declared the production extension for it.
     bool Write(MSAXWriter& writer) const override;
 
 private:

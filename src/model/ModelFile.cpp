@@ -19,6 +19,17 @@
 
 namespace Format_3MF
 {
+namespace
+{
+// Names of one part compare equal: with or without the leading slash, with
+// either kind of slash, as the archive is asked for them.
+std::wstring PartKey(std::wstring const& name)
+{
+    std::wstring key = WithForwardSlashes(name);
+    return !key.empty() && key.front() == L'/' ? key.substr(1) : key;
+}
+} // namespace
+
 IModelFile::IModelFile(std::wstring const& name) : IPackageFile(name.empty() ? PartNameDefaultModel : name) {}
 
 ModelFile::ModelFile(std::wstring const& name, ModelFile* parent)
@@ -135,19 +146,22 @@ tSupportedExtension ModelFile::GetSupportedExtension(std::wstring const& uri) co
 
 ModelFile* ModelFile::GetRelatedModelFile(std::wstring const& name) const
 {
-    for (auto const& file : m_modelFiles)
-    {
-        if (file->GetFileNameInPackage() == name)
-        {
-            return file.get();
-        }
-    }
-    return nullptr;
+    auto const found = m_modelFilesByName.find(PartKey(name));
+    return found != m_modelFilesByName.end() ? found->second : nullptr;
 }
 
 ModelFile* ModelFile::AddRelatedModelFile(std::wstring const& name)
 {
-    if (ModelFile* const existing = GetRelatedModelFile(name))
+    // One part, one model: items, components, slice stacks and tool paths of
+    // any part that name the same part reach the same model file, which the
+    // root owns, so that each part is read once, also when parts name each
+    // other or themselves.
+    ModelFile* const root = GetRootModelFile();
+    if (PartKey(root->GetFileNameInPackage()) == PartKey(name))
+    {
+        return root;
+    }
+    if (ModelFile* const existing = root->GetRelatedModelFile(name))
     {
         return existing;
     }
@@ -155,7 +169,8 @@ ModelFile* ModelFile::AddRelatedModelFile(std::wstring const& name)
     file->m_parent = this;
     file->m_package = m_package;
     ModelFile* const related = file.get();
-    m_modelFiles.push_back(std::move(file));
+    root->m_modelFilesByName.emplace(PartKey(name), related);
+    root->m_modelFiles.push_back(std::move(file));
     if (m_package != nullptr)
     {
         m_package->AddPackageFile(related, true, this);

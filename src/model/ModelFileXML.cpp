@@ -14,6 +14,7 @@
 #include "common/IncrementalProgressReporter.h"
 #include "sax/SAXWriter.h"
 
+#include <map>
 #include <memory>
 #include <sstream>
 
@@ -23,6 +24,11 @@ namespace
 {
 constexpr wchar_t kUnsupported[] = L"Unsupported 3mf extension found";
 constexpr wchar_t kPartiallySupported[] = L"Partially supported 3mf extension found";
+
+bool IsCore(std::wstring const& uri)
+{
+    return uri == NamespaceCore2015 || uri == NamespaceCore2013;
+}
 } // namespace
 
 ModelFileRead::ModelFileRead(ModelFile* modelFile, PackageReadContext* context)
@@ -77,6 +83,7 @@ bool ModelFileRead::HandleTag(std::wstring const& tag, MSAXReader& reader)
 void ModelFileRead::_ReadNamespaces(MSAXReader& reader)
 {
     UpdateNamespaces(reader);
+    _ReadMisplacedCore();
     for (auto const& [prefix, uri] : GetNamespaces())
     {
         m_modelFile->AddNamespace(uri, prefix);
@@ -84,6 +91,30 @@ void ModelFileRead::_ReadNamespaces(MSAXReader& reader)
     m_slicePrefix = m_modelFile->GetPrefix(NamespaceSlice);
     m_toolPathPrefix = m_modelFile->GetPrefix(NamespaceToolPath);
     m_ondamxPrefix = m_modelFile->GetPrefix(NamespaceOndAMX);
+}
+
+// Some versions of Cura made their own namespace the default and bound a
+// prefix to the core namespace that they never used, so that every element
+// stands outside the core namespace. Other readers take the geometry all the
+// same; so does this one, and says what it did.
+void ModelFileRead::_ReadMisplacedCore()
+{
+    std::map<std::wstring, std::wstring> const namespaces = GetNamespaces();
+    auto const base = namespaces.find(L"");
+    if (base == namespaces.end() || IsCore(base->second))
+    {
+        return;
+    }
+    for (auto const& [prefix, uri] : namespaces)
+    {
+        if (IsCore(uri))
+        {
+            m_context->m_warnings.push_back(L"The default namespace " + base->second +
+                                            L" stands where the 3MF core namespace belongs; read as " + uri);
+            AddNamespace(L"", uri);
+            return;
+        }
+    }
 }
 
 void ModelFileRead::_ReadRequiredExtensions(MSAXReader& reader)

@@ -26,6 +26,9 @@ public:
 
 private:
     void _ReadNamespaces(MSAXReader& reader);
+    // A default namespace that isn't the core one while a prefix is bound to
+    // the core: the default becomes the core, with a warning.
+    void _ReadMisplacedCore();
     void _ReadRequiredExtensions(MSAXReader& reader);
     void _Unsupported();
     void _ReadBinaryPart(std::wstring const& name);

@@ -3,6 +3,7 @@
 #include "format3mf/ModelFile.h"
 #include "format3mf/SliceStack.h"
 #include "foundation/FormatIdentifiers.h"
+#include "model/ProductionExtension.h"
 
 namespace Format_3MF
 {
@@ -25,6 +26,13 @@ void Object::_OnStartWriting(PackageWriteContext* context)
     if (m_ondamxID.IsDefined())
     {
         m_modelFile->AddNamespace(NamespaceOndAMX, PrefixOndAMX);
+    }
+    for (Component const& component : m_components)
+    {
+        if (component.m_object != nullptr && component.m_object->GetModelFile() != m_modelFile)
+        {
+            DeclareProductionExtension(*m_modelFile);
+        }
     }
     if (m_mesh)
     {
@@ -50,6 +58,17 @@ void Object::_OnStartReading(PackageReadContext* context)
 
 void Object::_OnStopReading(PackageReadContext* context)
 {
+    // Every part is read by now: components into other parts find their
+    // objects. One that finds none stays null, for the flattening to report.
+    for (Component& component : m_components)
+    {
+        if (component.m_object == nullptr && component.m_modelFile != nullptr &&
+            component.m_modelFile != m_modelFile)
+        {
+            component.m_object =
+                dynamic_cast<Object*>(component.m_modelFile->GetReference(component.m_objectID));
+        }
+    }
     if (m_mesh)
     {
         m_mesh->_OnStopReading(context);

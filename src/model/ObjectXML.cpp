@@ -176,21 +176,28 @@ bool ObjectRead::HandleTag(std::wstring const& tag, MSAXReader& reader)
 
 void ObjectRead::_ReadComponent(MSAXReader& reader)
 {
-    tReferenceID id;
-    if (!ReadAttribute(reader, L"objectid", id))
+    Component component;
+    if (!ReadAttribute(reader, L"objectid", component.m_objectID))
     {
         return;
     }
-    // An object is registered before its children are read, so a component
-    // can name its own object; that would place it inside itself forever.
-    IReferenced* const target = m_object->GetModelFile()->GetReference(id);
-    if (target == m_object)
+    ModelFile* const own = m_object->GetModelFile();
+    ComponentRead(&component, own, m_context, m_productionPrefix).HandleAttributes(reader);
+    // An object of another part is found when all parts are read
+    // (Object::_OnStopReading); one of this part must stand before.
+    if (component.m_modelFile == own)
     {
-        throw Exception(L"Object " + std::to_wstring(int(m_object->m_id)) + L" has itself as a component.");
+        // An object is registered before its children are read, so a
+        // component can name its own object; that would place it inside
+        // itself forever.
+        IReferenced* const target = own->GetReference(component.m_objectID);
+        if (target == m_object)
+        {
+            throw Exception(L"Object " + std::to_wstring(int(m_object->m_id)) +
+                            L" has itself as a component.");
+        }
+        component.m_object = dynamic_cast<Object*>(target);
     }
-    Component component;
-    component.m_object = dynamic_cast<Object*>(target);
-    ComponentRead(&component, m_context, m_productionPrefix).HandleAttributes(reader);
     m_object->m_components.push_back(component);
 }
 

@@ -59,7 +59,7 @@ Package::~Package() = default;
 
 void Package::AddPackageFile(IPackageFile* file, bool registerFile, IPackageFile* parent)
 {
-    if (std::find(m_packageFiles.begin(), m_packageFiles.end(), file) == m_packageFiles.end())
+    if (m_listedFiles.insert(file).second)
     {
         m_packageFiles.push_back(file);
     }

@@ -29,14 +29,20 @@ RelsFile::RelsFile(IPackageFile const* owner) : IPackageFile(RelsNameOf(owner)),
 
 void RelsFile::AddRelationship(Relationship const& relationship)
 {
-    for (Relationship const& existing : m_relations)
+    if (m_indexed > m_relations.size())
     {
-        if (existing.m_target == relationship.m_target)
-        {
-            return;
-        }
+        m_targets.clear();
+        m_indexed = 0;
     }
-    m_relations.push_back(relationship);
+    for (; m_indexed < m_relations.size(); ++m_indexed)
+    {
+        m_targets.insert(m_relations[m_indexed].m_target);
+    }
+    if (m_targets.insert(relationship.m_target).second)
+    {
+        m_relations.push_back(relationship);
+        m_indexed = m_relations.size();
+    }
 }
 
 PackageFile RelsFile::GetPackagefile(Relationship const& relationship) const
@@ -71,6 +77,8 @@ bool RelsFile::_GetRelationInfo(std::wstring& type) const
 void RelsFile::_OnRead(PackageReadContext* context)
 {
     m_relations.clear();
+    m_targets.clear();
+    m_indexed = 0;
     RelsFileRead reader(this, context);
     ReadPartXML(*this, context, reader);
 }

@@ -2,6 +2,8 @@
 
 #include "support/PackageTestSupport.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -55,4 +57,50 @@ inline std::vector<std::string> SplitLines(std::string const& text, char separat
         lines.push_back(line);
     }
     return lines;
+}
+
+// Columns 4 to 9 of a line of `ond3mf-info --tsv` are the box in
+// millimetres; the rest must match exactly.
+inline void ExpectSameLine(std::string const& expected, std::string const& actual)
+{
+    std::vector<std::string> const want = SplitLines(expected, '\t');
+    std::vector<std::string> const got = SplitLines(actual, '\t');
+    ASSERT_EQ(want.size(), got.size()) << "expected: " << expected << "\nactual:   " << actual;
+    for (std::size_t i = 0; i < want.size(); ++i)
+    {
+        if (i >= 4 && i <= 9)
+        {
+            EXPECT_NEAR(std::stod(want[i]), std::stod(got[i]), 0.0011) << "column " << i << " of " << actual;
+        }
+        else
+        {
+            EXPECT_EQ(want[i], got[i])
+                << "column " << i << "\nexpected: " << expected << "\nactual:   " << actual;
+        }
+    }
+}
+
+// The files import as tests/import/expected_meshes.py, which reads the XML
+// with Python's standard library alone, says they should: the same meshes
+// with the same counts, boxes, colours and textures.
+inline void ExpectToolMatchesOracle(std::vector<std::string> const& files)
+{
+    std::string names;
+    for (std::string const& file : files)
+    {
+        names += " " + Quoted(file);
+    }
+    CommandOutput const expected =
+        RunCommand("python3 " + Quoted(FORMAT3MF_SOURCE_DIR "/tests/import/expected_meshes.py") + names);
+    ASSERT_EQ(0, expected.status) << expected.text;
+    CommandOutput const actual = RunCommand(Quoted(OND3MF_INFO) + " --tsv" + names);
+    EXPECT_EQ(0, actual.status) << actual.text;
+
+    std::vector<std::string> const want = SplitLines(expected.text);
+    std::vector<std::string> const got = SplitLines(actual.text);
+    ASSERT_EQ(want.size(), got.size()) << actual.text;
+    for (std::size_t i = 0; i < want.size(); ++i)
+    {
+        ExpectSameLine(want[i], got[i]);
+    }
 }

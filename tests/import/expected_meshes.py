@@ -19,9 +19,13 @@ its components merged into one mesh; points are never merged, so every
 vertex element read is a point and every triangle on three distinct points is
 a triangle; elements are matched by the same names and the same attribute
 parsing; an element the reader declines is skipped with all it contains;
-property groups and objects must stand before what refers to them;
-components are looked up in their own model part ("path" on a component is
-not read); a coordinate is rounded to the 0.1 micrometre grid of the mesh in
+property groups and objects must stand before what refers to them, except
+an object that a component names in another model part ("path"), which is
+looked up when all parts are read; each model part is read once, however
+often and from wherever it is named; an item or component that finds no
+object adds nothing, and components that form a cycle fail the read; a
+default namespace that isn't the core one while a prefix is bound to the
+core (old Cura projects) reads as the core; a coordinate is rounded to the 0.1 micrometre grid of the mesh in
 the unit of its own part, while the translation of a build transform is
 converted with the unit of the root part.
 
@@ -259,12 +263,15 @@ class Object(Resource):
         self.mesh = None
         self.group = None
         self.index = -1
-        self.components = []  # (object or None, transform)
+        # (object or None, part name or None, object id, transform); the object
+        # is looked up at once in the object's own part, later in another.
+        self.components = []
 
 
 class Model:
-    def __init__(self, archive):
+    def __init__(self, archive, name):
         self.archive = archive
+        self.name = name
         self.factor = 1.0
         self.namespaces = []  # (prefix, uri) of the root element, first kept
         self.references = {}
@@ -367,6 +374,7 @@ class ModelRead:
                     prefix = name[6:]
                     if not any(known == uri for _, known in model.namespaces):
                         model.namespaces.append((prefix, uri))
+            misplaced_core(model)
             model.factor = UNITS.get(attrs.get("unit", ""), 1.0)
             if "binary" in attrs:
                 entry = archive_name(attrs["binary"])
@@ -380,6 +388,17 @@ class ModelRead:
             reader.push(BuildRead(model))
             return True
         return False
+
+
+def misplaced_core(model):
+    """Cura's own namespace as the default, a prefix bound to the core: the
+    default becomes the core."""
+    cores = (NS_CORE_2015, NS_CORE_2013)
+    default = model.namespace_of("")
+    core = next((uri for prefix, uri in model.namespaces if uri in cores), None)
+    if default and default not in cores and core is not None:
+        kept = [(prefix, uri) for prefix, uri in model.namespaces if prefix and uri != core]
+        model.namespaces = [("", core)] + kept
 
 
 class BuildRead:
@@ -526,9 +545,14 @@ class ObjectRead:
         if name == "component":
             ident = reference_id(attrs.get("objectid"))
             if ident is not None:
-                found = self.obj.model.references.get(ident)
+                model = self.obj.model
+                path = prefixed(attrs, "path", model.prefix_of(NS_PRODUCTION)) or None
+                if path is not None and part_key(path) == part_key(model.name):
+                    path = None
+                found = model.references.get(ident) if path is None else None
                 target = found if isinstance(found, Object) else None
-                self.obj.components.append((target, parse_transform(attrs.get("transform"))))
+                transform = parse_transform(attrs.get("transform"))
+                self.obj.components.append((target, path, ident, transform))
         return False
 
 
@@ -699,7 +723,7 @@ def append(target, source):
         target.textured.setdefault(offset + k, set()).update(v)
 
 
-def flatten(obj, matrix, root_factor, result, path):
+def flatten(obj, matrix, root_factor, result, path, package):
     """One build item: the object's mesh, then its components', in one mesh."""
     if obj is None:
         return result
@@ -713,8 +737,10 @@ def flatten(obj, matrix, root_factor, result, path):
             append(result, copy)
     elif result is None:
         result = Mesh()
-    for child, transform in obj.components:
-        result = flatten(child, compose(matrix, transform), root_factor, result, path + (obj,))
+    for child, part, ident, transform in obj.components:
+        if part is not None:
+            child = package.object(part, ident)
+        result = flatten(child, compose(matrix, transform), root_factor, result, path + (obj,), package)
     return result
 
 
@@ -726,9 +752,14 @@ def archive_name(part):
     return part[1:] if part.startswith("/") else part
 
 
+def part_key(name):
+    """Names of one part, with or without the leading slash, compare equal."""
+    return archive_name(name)
+
+
 def read_model(archive, name):
     """A model part; one that isn't in the archive reads as empty."""
-    model = Model(archive)
+    model = Model(archive, name)
     entry = archive_name(name)
     if entry in archive.namelist():
         Reader(ModelRead(model)).parse(archive.read(entry))
@@ -758,33 +789,56 @@ def root_model_name(archive):
     return relationships.targets[0] if relationships.targets else None
 
 
+class Package:
+    """The model parts: the root and every part that a build item or a
+    component of a part read names, each read once."""
+
+    def __init__(self, archive, root_name):
+        self.parts = {}
+        self.root = self._read(archive, root_name)
+        pending = [self.root]
+        while pending:
+            model = pending.pop(0)
+            named = [part for _, part, _ in model.items]
+            named += [component[1] for obj in model.objects for component in obj.components]
+            for part in named:
+                if part is not None and part_key(part) not in self.parts:
+                    pending.append(self._read(archive, part))
+
+    def _read(self, archive, name):
+        model = read_model(archive, name)
+        self.parts[part_key(name)] = model
+        return model
+
+    def object(self, part, ident):
+        """The object of that id in that part, or None."""
+        model = self.root if part is None else self.parts[part_key(part)]
+        found = model.references.get(ident)
+        return found if isinstance(found, Object) else None
+
+
 def read_package(path):
-    """The root model and the model parts that its build items name."""
+    """The root model and the model parts it leads to."""
     try:
         with zipfile.ZipFile(path) as archive:
             name = root_model_name(archive)
             if name is None:
                 raise ReadFailed("root model not found")
-            root = read_model(archive, name)
-            related = {}
-            for _, part, _ in root.items:
-                if part is not None and part not in related:
-                    related[part] = read_model(archive, part)
-            return root, related
+            return Package(archive, name)
     except (OSError, EOFError, zipfile.BadZipFile, zlib.error) as error:
         raise ReadFailed(str(error)) from error
 
 
 def expected_meshes(path):
-    root, related = read_package(path)
-    for model in [root] + list(related.values()):
+    package = read_package(path)
+    for model in package.parts.values():
         for obj in model.objects:
             if obj.mesh is not None:
                 finish_mesh(obj)
     meshes = []
-    for ident, part, matrix in root.items:
-        found = (root if part is None else related[part]).references.get(ident)
-        mesh = flatten(found if isinstance(found, Object) else None, matrix, root.factor, None, ())
+    for ident, part, matrix in package.root.items:
+        found = package.object(part, ident)
+        mesh = flatten(found, matrix, package.root.factor, None, (), package)
         if mesh is not None and mesh.points:
             meshes.append(mesh)
     return meshes

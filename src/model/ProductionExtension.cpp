@@ -1,0 +1,15 @@
+#include "model/ProductionExtension.h"
+
+#include "format3mf/ModelFile.h"
+#include "foundation/FormatIdentifiers.h"
+
+namespace Format_3MF
+{
+void DeclareProductionExtension(ModelFile& file)
+{
+    file.AddNamespace(NamespaceProduction, PrefixProduction);
+    ModelFile* const root = file.GetRootModelFile();
+    root->AddNamespace(NamespaceProduction, PrefixProduction);
+    root->AddRequiredExtension(PrefixProduction);
+}
+} // namespace Format_3MF

@@ -1,0 +1,124 @@
+// The bounds of flattening: the limit over the whole build checked before
+// anything is copied, copies that add nothing, long chains, and thousands of
+// parts found again at once.
+
+#include "import/ImportSupport.h"
+#include "import/SlicerReadSupport.h"
+
+#include "format3mf/Exception.h"
+#include "stl/BuildFlattening.h"
+
+#include <gtest/gtest.h>
+
+using namespace Format_3MF;
+using namespace slicer;
+
+namespace
+{
+// Each level places the one below `fan` times, side by side.
+std::string FanOut(int levels, int fan)
+{
+    std::string resources = MeshObject(1, BoxMesh(1, 1, 1));
+    for (int level = 2; level <= levels + 1; ++level)
+    {
+        std::string components;
+        for (int copy = 0; copy < fan; ++copy)
+        {
+            components +=
+                ComponentElement(level - 1, "", "1 0 0 0 1 0 0 0 1 " + std::to_string(2 * copy) + " 0 0");
+        }
+        resources += Assembly(level, components);
+    }
+    return Part(resources, Item(levels + 1));
+}
+} // namespace
+
+TEST(FlatteningLimits, FanOutWithinAndAboveTheLimit)
+{
+    PackageScratch scratch;
+    std::wstring const within = scratch.File("within.3mf");
+    WriteModelPackage(within, FanOut(5, 10));
+    StlRead many(within);
+    ASSERT_TRUE(many.ok) << many.Error();
+    ASSERT_EQ(1u, many.meshes.size());
+    EXPECT_EQ(800000u, many.meshes[0]->GetNumberOfPoints());
+    EXPECT_EQ(1200000u, many.meshes[0]->GetNumberOfTriangles());
+
+    std::wstring const above = scratch.File("above.3mf");
+    WriteModelPackage(above, FanOut(9, 10));
+    StlRead refused(above);
+    EXPECT_FALSE(refused.ok);
+    EXPECT_EQ(
+        "The build places its objects more often than can be held: more than 134217728 points, triangles or "
+        "placed objects.",
+        refused.Error());
+    EXPECT_TRUE(refused.meshes.empty());
+
+    // A trillion copies of an object without geometry add nothing and cost
+    // nothing; a million copies of one triangle at the end of a chain of 200
+    // components would cost 200 million steps, and are refused.
+    std::wstring const empty = scratch.File("empty.3mf");
+    std::string nothing = FanOut(12, 10);
+    nothing.replace(nothing.find("<mesh>"), nothing.find("</mesh>") + 7 - nothing.find("<mesh>"), "");
+    WriteModelPackage(empty, nothing);
+    StlRead none(empty);
+    ASSERT_TRUE(none.ok) << none.Error();
+    EXPECT_TRUE(none.meshes.empty());
+    std::string chain =
+        MeshObject(1, "<mesh><vertices><vertex x=\"0\" y=\"0\" z=\"0\"/><vertex x=\"1\" y=\"0\" "
+                      "z=\"0\"/><vertex x=\"0\" y=\"1\" z=\"0\"/></vertices><triangles><triangle "
+                      "v1=\"0\" v2=\"1\" v3=\"2\"/></triangles></mesh>");
+    for (int id = 2; id <= 200; ++id)
+    {
+        chain += Assembly(id, ComponentElement(id - 1));
+    }
+    for (int level = 201; level <= 206; ++level)
+    {
+        std::string components;
+        for (int copy = 0; copy < 10; ++copy)
+        {
+            components += ComponentElement(level - 1);
+        }
+        chain += Assembly(level, components);
+    }
+    std::wstring const deep = scratch.File("deep.3mf");
+    WriteModelPackage(deep, Part(chain, Item(206)));
+    StlRead long_chains(deep);
+    EXPECT_FALSE(long_chains.ok);
+    EXPECT_EQ(refused.Error(), long_chains.Error());
+
+    // Two items of 12,000 triangles each: the limit counts both.
+    std::wstring const two = scratch.File("two.3mf");
+    std::string model = FanOut(3, 10);
+    model.replace(model.find("</build>"), 0, Item(4));
+    WriteModelPackage(two, model);
+    StlRead read(two);
+    ASSERT_TRUE(read.ok) << read.Error();
+    std::vector<std::wstring> warnings;
+    EXPECT_EQ(2u, FlattenBuild(read.model, 24000, warnings).size());
+    EXPECT_THROW(FlattenBuild(read.model, 23999, warnings), Exception);
+    EXPECT_TRUE(warnings.empty());
+}
+
+// Thousands of part names, each named twice: one model file for each part,
+// found again at once rather than by a search through all of them.
+TEST(FlatteningLimits, ManyPartsAreEachMadeOnce)
+{
+    PackageScratch scratch;
+    std::wstring const file = scratch.File("many.3mf");
+    std::string items;
+    for (int round = 0; round < 2; ++round)
+    {
+        for (int part = 0; part < 10000; ++part)
+        {
+            items += Item(1, "p:path=\"/3D/Objects/part_" + std::to_string(part) + ".model\"");
+        }
+    }
+    WriteModelPackage(file, Part("", items));
+    StlRead read(file);
+    ASSERT_TRUE(read.ok) << read.Error();
+    EXPECT_TRUE(read.meshes.empty());
+    EXPECT_EQ(10000u, read.model.GetModelFiles().size());
+    EXPECT_EQ(1u, read.ModelFilesNamed(L"3D/Objects/part_9999.model"));
+    EXPECT_EQ(20000u, read.reader.GetContext().m_warnings.size());
+}
