@@ -2,6 +2,8 @@
 
 #include "support/PackageTestSupport.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -55,4 +57,24 @@ inline std::vector<std::string> SplitLines(std::string const& text, char separat
         lines.push_back(line);
     }
     return lines;
+}
+
+// Columns 4 to 9 are the box in millimetres; the rest must match exactly.
+inline void ExpectSameLine(std::string const& expected, std::string const& actual)
+{
+    std::vector<std::string> const want = SplitLines(expected, '\t');
+    std::vector<std::string> const got = SplitLines(actual, '\t');
+    ASSERT_EQ(want.size(), got.size()) << "expected: " << expected << "\nactual:   " << actual;
+    for (std::size_t i = 0; i < want.size(); ++i)
+    {
+        if (i >= 4 && i <= 9)
+        {
+            EXPECT_NEAR(std::stod(want[i]), std::stod(got[i]), 0.0011) << "column " << i << " of " << actual;
+        }
+        else
+        {
+            EXPECT_EQ(want[i], got[i])
+                << "column " << i << "\nexpected: " << expected << "\nactual:   " << actual;
+        }
+    }
 }
