@@ -59,16 +59,6 @@ private:
     std::size_t m_failAfter;
 };
 
-std::size_t PeakResidentKiB()
-{
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line) && line.rfind("VmHWM:", 0) != 0)
-    {
-    }
-    return line.empty() ? 0 : std::stoul(line.substr(6));
-}
-
 rlimit FileSizeLimit()
 {
     rlimit limit{};
