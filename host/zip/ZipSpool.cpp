@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
+#include <vector>
 
 namespace FileIO::Zip
 {
@@ -16,14 +18,38 @@ namespace
 {
 constexpr std::size_t kBufferSize = std::size_t(1) << 20;
 
-// Reads one entry's range of the spool for libzip.
+// Reads one entry's range of the spool for libzip, which asks for a few KiB
+// at a time: the reads from the file go through a buffer of up to 1 MiB, held
+// only while libzip has the source open.
 struct SpoolSource
 {
     int m_descriptor;
     SpooledEntry m_entry;
     std::uint64_t m_position = 0;
     zip_error_t m_error;
+    std::vector<char> m_buffer;
+    std::size_t m_buffered = 0;
+    std::size_t m_taken = 0;
 };
+
+// Refills the buffer from the spool; false on a failure, which is noted.
+bool Refill(SpoolSource& source)
+{
+    std::uint64_t const left = source.m_entry.m_compressedSize - source.m_position;
+    std::size_t const wanted =
+        static_cast<std::size_t>(std::min<std::uint64_t>(left, source.m_buffer.size()));
+    ssize_t const got = pread(source.m_descriptor, source.m_buffer.data(), wanted,
+                              static_cast<off_t>(source.m_entry.m_offset + source.m_position));
+    // The spool holds every byte it was given: a short file is a failure.
+    if (got <= 0)
+    {
+        zip_error_set(&source.m_error, ZIP_ER_READ, got < 0 ? errno : EIO);
+        return false;
+    }
+    source.m_buffered = static_cast<std::size_t>(got);
+    source.m_taken = 0;
+    return true;
+}
 
 zip_int64_t Serve(void* state, void* data, zip_uint64_t length, zip_source_cmd_t command)
 {
@@ -32,26 +58,29 @@ zip_int64_t Serve(void* state, void* data, zip_uint64_t length, zip_source_cmd_t
     {
     case ZIP_SOURCE_OPEN:
         source.m_position = 0;
+        source.m_buffered = source.m_taken = 0;
+        source.m_buffer.resize(
+            static_cast<std::size_t>(std::min<std::uint64_t>(source.m_entry.m_compressedSize, kBufferSize)));
         return 0;
     case ZIP_SOURCE_READ:
     {
-        length = std::min<zip_uint64_t>(length, source.m_entry.m_compressedSize - source.m_position);
-        if (length == 0)
+        if (source.m_position == source.m_entry.m_compressedSize || length == 0)
         {
             return 0;
         }
-        ssize_t const got = pread(source.m_descriptor, data, static_cast<std::size_t>(length),
-                                  static_cast<off_t>(source.m_entry.m_offset + source.m_position));
-        // The spool holds every byte it was given: a short file is a failure.
-        if (got <= 0)
+        if (source.m_taken == source.m_buffered && !Refill(source))
         {
-            zip_error_set(&source.m_error, ZIP_ER_READ, got < 0 ? errno : EIO);
             return -1;
         }
-        source.m_position += static_cast<std::uint64_t>(got);
-        return got;
+        std::size_t const count =
+            static_cast<std::size_t>(std::min<zip_uint64_t>(length, source.m_buffered - source.m_taken));
+        std::memcpy(data, source.m_buffer.data() + source.m_taken, count);
+        source.m_taken += count;
+        source.m_position += count;
+        return static_cast<zip_int64_t>(count);
     }
     case ZIP_SOURCE_CLOSE:
+        source.m_buffer = std::vector<char>();
         return 0;
     case ZIP_SOURCE_STAT:
     {
@@ -148,7 +177,7 @@ bool ZipSpool::Flush()
 
 zip_source* ZipSpool::CreateSource(zip* archive, SpooledEntry const& entry) const
 {
-    auto* const state = new SpoolSource{fileno(m_file), entry, 0, {}};
+    auto* const state = new SpoolSource{fileno(m_file), entry, 0, {}, {}, 0, 0};
     zip_error_init(&state->m_error);
     zip_source_t* const source = zip_source_function(archive, Serve, state);
     if (source == nullptr)
