@@ -59,8 +59,9 @@ public:
     std::wstring const& GetOpenError() const { return m_openError; }
     // Creates (replaces) the file; false if it can't.
     bool OpenArchiveWrite(wchar_t const* path);
-    // Stores a file from disk, deflated at level (-1 is zlib's default, 0
-    // stores it as it is). False on failure or with a password.
+    // Stores a file from disk, read at once, deflated by ISA-L at the level
+    // nearest zlib's level (-1 is zlib's default; 0 stores it as it is).
+    // False on failure or with a password.
     bool AddFile(wchar_t const* diskPath, wchar_t const* nameInArchive, int level, char const* password);
     // Unpacks one entry into target and nothing else. Throws
     // MZipArchiveError::MGeneric on failure (MFileNotFound for a missing
@@ -68,7 +69,8 @@ public:
     bool ExtractFile(char const* name, wchar_t const* target, char const* password);
     // False if the entry is not in the archive.
     bool GetFileInfo(char const* name, MZipFileInfo& info);
-    // Finishes a written archive; false if anything written failed.
+    // Finishes a written archive: libzip writes it only now. False if
+    // anything written failed; the file is then removed, never left broken.
     bool CloseArchive();
 
 private:

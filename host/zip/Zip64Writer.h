@@ -23,10 +23,12 @@ public:
 
     // Creates (replaces) the file; false if it can't.
     bool OpenArchive(wchar_t const* path);
-    // Stores a file from disk, deflated at level (0 stores it as it is).
+    // Stores a file from disk, read at once, deflated by ISA-L at the level
+    // nearest zlib's level (0 stores it as it is).
     // False on failure or with a password, which is not supported.
     bool AddFile(wchar_t const* diskPath, char const* nameInArchive, int level, char const* password);
-    // Finishes the archive; false if anything written failed.
+    // Finishes the archive: libzip writes it only now. False if anything
+    // written failed; the file is then removed, never left broken.
     bool CloseArchive();
 
 private:
