@@ -4,13 +4,13 @@
 
 #include "common/StringConversion.h"
 #include "zip/MZipArchiveError.h"
+#include "zip/ZipArchiveSink.h"
 #include "zip/ZipDeflater.h"
 #include "zip/ZipSpool.h"
 
 #include <isa-l/crc.h>
 #include <zip.h>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -63,20 +63,6 @@ std::string FolderOf(std::string const& path)
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-// An archive without entries is its end record alone; libzip writes no file
-// for it.
-bool WriteEmptyArchive(std::string const& path)
-{
-    unsigned char const record[kEndRecord] = {'P', 'K', 5, 6};
-    std::FILE* const file = std::fopen(path.c_str(), "wb");
-    if (file == nullptr)
-    {
-        return false;
-    }
-    bool const written = std::fwrite(record, 1, sizeof record, file) == sizeof record;
-    return std::fclose(file) == 0 && written;
-}
-
 struct FileCloser
 {
     void operator()(std::FILE* file) const { std::fclose(file); }
@@ -86,18 +72,18 @@ struct FileCloser
 std::unique_ptr<ZipWriter> ZipWriter::Create(std::wstring const& path, bool zip64)
 {
     std::string const narrow = StringConversion::ConvertNativeToUTF8(path);
-    // libzip touches the file only on closing; making it now lets a path that
-    // can't be written fail here, and replaces what was there.
-    int const descriptor = open(narrow.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (descriptor < 0)
+    zip_source_t* const sink = CreateArchiveSink(narrow);
+    if (sink == nullptr)
     {
         return nullptr;
     }
-    close(descriptor);
-    int error = 0;
-    zip_t* const archive = zip_open(narrow.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &error);
+    zip_error_t error;
+    zip_error_init(&error);
+    zip_t* const archive = zip_open_from_source(sink, ZIP_CREATE | ZIP_TRUNCATE, &error);
+    zip_error_fini(&error);
     if (archive == nullptr)
     {
+        zip_source_free(sink);
         unlink(narrow.c_str());
         return nullptr;
     }
@@ -345,10 +331,6 @@ bool ZipWriter::Close()
     }
     m_archive = nullptr;
     m_spool.reset();
-    if (written && m_entries == 0)
-    {
-        written = WriteEmptyArchive(m_narrowPath);
-    }
     if (!written)
     {
         unlink(m_narrowPath.c_str());
