@@ -11,8 +11,10 @@ namespace FileIO::Zip
 {
 class ZipWriter;
 
-// Writes an archive in zip64 form, for packages beyond the limits of 32-bit
-// archives. Names in the archive are UTF-8.
+// Writes an archive that may pass the limits of 32-bit archives (entries and
+// archives of 4 GiB and more, more than 65534 entries): libzip gives it zip64
+// records where a size, offset or count needs them, so that a small archive
+// keeps the plain form every reader takes. Names in the archive are UTF-8.
 class OND_EXPORT Zip64Writer
 {
 public:
