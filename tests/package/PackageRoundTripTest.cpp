@@ -220,7 +220,8 @@ TEST(PackageRead, FailuresGiveTheirStatusAndMessage)
         {
             ASSERT_EQ(1u, reader.GetContext().m_errors.size());
             // The message may go on with the cause.
-            EXPECT_EQ(0u, reader.GetContext().m_errors[0].rfind(c.error, 0)) << reader.GetContext().m_errors[0];
+            EXPECT_EQ(0u, reader.GetContext().m_errors[0].rfind(c.error, 0))
+                << reader.GetContext().m_errors[0];
         }
     }
 }
