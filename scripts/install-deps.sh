@@ -6,9 +6,9 @@ set -euo pipefail
 packages=(
   build-essential cmake python3
   libboost-filesystem-dev libboost-system-dev libboost-dev
-  libexpat1-dev libminizip-dev zlib1g-dev libisal-dev
+  libexpat1-dev libzip-dev zlib1g-dev libisal-dev
   libpng-dev libjpeg62-turbo-dev
-  libgtest-dev libbenchmark-dev
+  libgtest-dev libbenchmark-dev unzip
 )
 
 missing=()

@@ -5,21 +5,14 @@
 #include "zip/ZipEntryReader.h"
 #include "zip/ZipWriter.h"
 
-#include <minizip/unzip.h>
+#include <zip.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <vector>
 
 namespace
 {
-constexpr std::size_t kLongestName = 0xFFFF;
 constexpr std::size_t kExtractBlock = 1u << 18;
-
-unzFile Handle(void* handle)
-{
-    return static_cast<unzFile>(handle);
-}
 
 std::wstring Wide(std::string const& utf8)
 {
@@ -42,58 +35,51 @@ MZipArchive::~MZipArchive()
 bool MZipArchive::OpenArchiveRead(wchar_t const* path)
 {
     CloseArchive();
+    m_openError.clear();
     if (path == nullptr)
     {
+        m_openError = L"No archive given";
         return false;
     }
     std::string const narrow = StringConversion::ConvertNativeToUTF8(path);
-    unzFile handle = unzOpen64(narrow.c_str());
-    if (handle == nullptr)
+    int code = 0;
+    zip_t* const archive = zip_open(narrow.c_str(), ZIP_RDONLY, &code);
+    if (archive == nullptr)
     {
+        zip_error_t error;
+        zip_error_init_with_code(&error, code);
+        m_openError = Wide(zip_error_strerror(&error)) + L": " + path;
+        zip_error_fini(&error);
         return false;
     }
-    unz_global_info64 global{};
-    int result = unzGetGlobalInfo64(handle, &global);
-    if (result == UNZ_OK && global.number_entry > 0)
+    zip_int64_t const count = zip_get_num_entries(archive, 0);
+    for (zip_int64_t i = 0; i < count; ++i)
     {
-        result = unzGoToFirstFile(handle);
-    }
-    else if (result == UNZ_OK)
-    {
-        result = UNZ_END_OF_LIST_OF_FILE;
-    }
-    std::vector<char> name(kLongestName + 1);
-    while (result == UNZ_OK)
-    {
-        unz_file_info64 info{};
-        unz64_file_pos position{};
-        result = unzGetCurrentFileInfo64(handle, &info, name.data(), name.size(), nullptr, 0, nullptr, 0);
-        if (result != UNZ_OK || unzGetFilePos64(handle, &position) != UNZ_OK)
+        zip_stat_t stat;
+        zip_uint64_t constexpr kNeeded =
+            ZIP_STAT_NAME | ZIP_STAT_SIZE | ZIP_STAT_COMP_SIZE | ZIP_STAT_CRC | ZIP_STAT_COMP_METHOD;
+        if (zip_stat_index(archive, static_cast<zip_uint64_t>(i), 0, &stat) != 0 ||
+            (stat.valid & kNeeded) != kNeeded)
         {
-            result = UNZ_BADZIPFILE;
-            break;
+            m_openError = L"Damaged central directory (" + Wide(zip_strerror(archive)) + L"): " + path;
+            zip_discard(archive);
+            m_entries.clear();
+            return false;
         }
         IndexedEntry entry;
-        entry.m_info.m_name.assign(name.data(), std::min<std::size_t>(info.size_filename, kLongestName));
-        entry.m_info.m_compressedSize = info.compressed_size;
-        entry.m_info.m_uncompressedSize = info.uncompressed_size;
-        entry.m_info.m_crc = static_cast<std::uint32_t>(info.crc);
-        entry.m_info.m_method = static_cast<int>(info.compression_method);
-        entry.m_info.m_flags = static_cast<unsigned>(info.flag);
-        entry.m_directoryOffset = position.pos_in_zip_directory;
-        entry.m_number = position.num_of_file;
+        entry.m_info.m_name = stat.name;
+        entry.m_info.m_compressedSize = stat.comp_size;
+        entry.m_info.m_uncompressedSize = stat.size;
+        entry.m_info.m_crc = stat.crc;
+        entry.m_info.m_method = stat.comp_method;
+        entry.m_info.m_encrypted =
+            (stat.valid & ZIP_STAT_ENCRYPTION_METHOD) != 0 && stat.encryption_method != ZIP_EM_NONE;
+        entry.m_index = static_cast<std::uint64_t>(i);
         // Like other readers, take the first of two entries with one name.
         std::string key = entry.m_info.m_name;
         m_entries.emplace(std::move(key), std::move(entry));
-        result = unzGoToNextFile(handle);
     }
-    if (result != UNZ_END_OF_LIST_OF_FILE)
-    {
-        unzClose(handle);
-        m_entries.clear();
-        return false;
-    }
-    m_reader = handle;
+    m_reader = archive;
     m_path = path;
     return true;
 }
@@ -150,12 +136,8 @@ std::unique_ptr<FileIO::Zip::ZipEntryReader> MZipArchive::OpenEntry(std::string 
     {
         throw MZipArchiveError::MGeneric(L"Another entry of the archive is still open", Wide(name));
     }
-    unz64_file_pos position{found->second.m_directoryOffset, found->second.m_number};
-    if (unzGoToFilePos64(Handle(m_reader), &position) != UNZ_OK)
-    {
-        throw MZipArchiveError::MGeneric(L"Failed to find an entry of the archive", Wide(name));
-    }
-    return std::make_unique<FileIO::Zip::ZipEntryReader>(m_reader, found->second.m_info, m_entryOpen);
+    return std::make_unique<FileIO::Zip::ZipEntryReader>(m_reader, found->second.m_index,
+                                                         found->second.m_info, m_entryOpen);
 }
 
 bool MZipArchive::ExtractFile(char const* name, wchar_t const* target, char const* password)
@@ -213,7 +195,9 @@ bool MZipArchive::CloseArchive()
     bool closed = false;
     if (m_reader != nullptr)
     {
-        closed = unzClose(Handle(m_reader)) == UNZ_OK;
+        // Nothing was changed: there is nothing to write back.
+        zip_discard(m_reader);
+        closed = true;
         m_reader = nullptr;
         m_entries.clear();
     }

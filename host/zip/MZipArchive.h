@@ -7,6 +7,8 @@
 #include <string>
 #include <unordered_map>
 
+struct zip;
+
 namespace FileIO::Zip
 {
 class ZipWriter;
@@ -20,8 +22,12 @@ class WriteBufferToZip32;
 // Names in the archive are UTF-8 and are looked up exactly, case included.
 // Paths on disk are wide and go to the file system as UTF-8.
 //
-// Reading indexes the central directory once on opening, so that looking up
-// an entry doesn't walk the archive. One entry is read at a time: a second
+// Reading is done by libzip, which takes the archive forms of other writers
+// (zip64 records, data descriptors, stored entries); the entries' data is
+// inflated by ISA-L. The central directory is indexed once on opening, so
+// that looking up an entry doesn't walk the archive; of two entries with one
+// name the first counts. Names that aren't UTF-8 and lack the flag that says
+// so are taken as code page 437. One entry is read at a time: a second
 // ReadBufferFromZip or an extraction while a buffer is open throws
 // MZipArchiveError::MGeneric. Buffers must be gone before the archive closes.
 // Passwords (encryption) are not supported: pass null.
@@ -37,8 +43,8 @@ public:
         std::uint32_t m_crc = 0;
         // 0 stored, 8 deflated; other methods can't be read.
         int m_method = 0;
-        // The general purpose bits.
-        unsigned m_flags = 0;
+        // Encrypted entries can't be read.
+        bool m_encrypted = false;
     };
 
     // The flag is part of the family's interface and has no effect here.
@@ -47,12 +53,15 @@ public:
     MZipArchive& operator=(MZipArchive const&) = delete;
     virtual ~MZipArchive();
 
-    // False if the file can't be opened as an archive.
+    // False if the file can't be opened as an archive; GetOpenError then
+    // says why.
     bool OpenArchiveRead(wchar_t const* path);
+    std::wstring const& GetOpenError() const { return m_openError; }
     // Creates (replaces) the file; false if it can't.
     bool OpenArchiveWrite(wchar_t const* path);
-    // Stores a file from disk, deflated at level (-1 is zlib's default, 0
-    // stores it as it is). False on failure or with a password.
+    // Stores a file from disk, read at once, deflated by ISA-L at the level
+    // nearest zlib's level (-1 is zlib's default; 0 stores it as it is).
+    // False on failure or with a password.
     bool AddFile(wchar_t const* diskPath, wchar_t const* nameInArchive, int level, char const* password);
     // Unpacks one entry into target and nothing else. Throws
     // MZipArchiveError::MGeneric on failure (MFileNotFound for a missing
@@ -60,7 +69,8 @@ public:
     bool ExtractFile(char const* name, wchar_t const* target, char const* password);
     // False if the entry is not in the archive.
     bool GetFileInfo(char const* name, MZipFileInfo& info);
-    // Finishes a written archive; false if anything written failed.
+    // Finishes a written archive: libzip writes it only now. False if
+    // anything written failed; the file is then removed, never left broken.
     bool CloseArchive();
 
 private:
@@ -70,16 +80,16 @@ private:
     struct IndexedEntry
     {
         MZipFileInfo m_info;
-        // Where minizip finds the entry again.
-        std::uint64_t m_directoryOffset = 0;
-        std::uint64_t m_number = 0;
+        // libzip's number of the entry.
+        std::uint64_t m_index = 0;
     };
 
     std::unique_ptr<FileIO::Zip::ZipEntryReader> OpenEntry(std::string const& name);
     FileIO::Zip::ZipWriter& Writer();
 
     std::wstring m_path;
-    void* m_reader = nullptr;
+    std::wstring m_openError;
+    zip* m_reader = nullptr;
     std::unordered_map<std::string, IndexedEntry> m_entries;
     bool m_entryOpen = false;
     std::unique_ptr<FileIO::Zip::ZipWriter> m_writer;

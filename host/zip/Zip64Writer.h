@@ -11,8 +11,10 @@ namespace FileIO::Zip
 {
 class ZipWriter;
 
-// Writes an archive in zip64 form, for packages beyond the limits of 32-bit
-// archives. Names in the archive are UTF-8.
+// Writes an archive that may pass the limits of 32-bit archives (entries and
+// archives of 4 GiB and more, more than 65534 entries): libzip gives it zip64
+// records where a size, offset or count needs them, so that a small archive
+// keeps the plain form every reader takes. Names in the archive are UTF-8.
 class OND_EXPORT Zip64Writer
 {
 public:
@@ -23,10 +25,12 @@ public:
 
     // Creates (replaces) the file; false if it can't.
     bool OpenArchive(wchar_t const* path);
-    // Stores a file from disk, deflated at level (0 stores it as it is).
+    // Stores a file from disk, read at once, deflated by ISA-L at the level
+    // nearest zlib's level (0 stores it as it is).
     // False on failure or with a password, which is not supported.
     bool AddFile(wchar_t const* diskPath, char const* nameInArchive, int level, char const* password);
-    // Finishes the archive; false if anything written failed.
+    // Finishes the archive: libzip writes it only now. False if anything
+    // written failed; the file is then removed, never left broken.
     bool CloseArchive();
 
 private:

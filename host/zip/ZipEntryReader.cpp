@@ -5,7 +5,7 @@
 
 #include <isa-l/crc.h>
 #include <isa-l/igzip_lib.h>
-#include <minizip/unzip.h>
+#include <zip.h>
 
 #include <algorithm>
 #include <limits>
@@ -17,20 +17,19 @@ namespace
 constexpr std::size_t kInputSize = 1u << 16;
 constexpr int kStored = 0;
 constexpr int kDeflated = 8;
-constexpr unsigned kEncryptedFlag = 1u;
-// ISA-L and minizip count in 32 bits.
+// ISA-L counts in 32 bits.
 constexpr std::size_t kLargestRead = 1u << 30;
 
-unzFile Handle(void* handle)
+std::wstring Cause(char const* text)
 {
-    return static_cast<unzFile>(handle);
+    return StringConversion::ConvertMultiByteStringToOndString(text);
 }
 } // namespace
 
-ZipEntryReader::ZipEntryReader(void* handle, MZipArchive::MZipFileInfo facts, bool& busy)
-    : m_handle(handle), m_facts(std::move(facts)), m_busy(busy), m_rawLeft(m_facts.m_compressedSize)
+ZipEntryReader::ZipEntryReader(zip* archive, std::uint64_t index, MZipArchive::MZipFileInfo facts, bool& busy)
+    : m_facts(std::move(facts)), m_busy(busy), m_rawLeft(m_facts.m_compressedSize)
 {
-    if ((m_facts.m_flags & kEncryptedFlag) != 0)
+    if (m_facts.m_encrypted)
     {
         Fail(L"Encrypted entries are not supported");
     }
@@ -43,28 +42,32 @@ ZipEntryReader::ZipEntryReader(void* handle, MZipArchive::MZipFileInfo facts, bo
     }
     else if (m_facts.m_method != kStored)
     {
-        Fail(L"Unsupported compression method");
+        Fail(L"Unsupported compression method " + std::to_wstring(m_facts.m_method));
     }
     else if (m_facts.m_compressedSize != m_facts.m_uncompressedSize)
     {
         Fail(L"Stored entry with inconsistent sizes");
     }
-    int method = 0;
-    int level = 0;
-    if (unzOpenCurrentFile2(Handle(m_handle), &method, &level, 1) != UNZ_OK)
+    // The data as it lies in the archive: ISA-L inflates it, and checks
+    // are made here.
+    m_file = zip_fopen_index(archive, index, ZIP_FL_COMPRESSED);
+    if (m_file == nullptr)
     {
-        Fail(L"Failed to open an entry of the archive");
+        Fail(L"Failed to open an entry of the archive (" + Cause(zip_strerror(archive)) + L")");
     }
     m_busy = true;
 }
 
 ZipEntryReader::~ZipEntryReader()
 {
-    unzCloseCurrentFile(Handle(m_handle));
-    m_busy = false;
+    if (m_file != nullptr)
+    {
+        zip_fclose(m_file);
+        m_busy = false;
+    }
 }
 
-void ZipEntryReader::Fail(wchar_t const* message) const
+void ZipEntryReader::Fail(std::wstring const& message) const
 {
     throw MZipArchiveError::MGeneric(message,
                                      StringConversion::ConvertMultiByteStringToOndString(m_facts.m_name));
@@ -83,10 +86,10 @@ std::size_t ZipEntryReader::Read(char* data, std::size_t size)
 std::size_t ZipEntryReader::ReadRaw(std::uint8_t* data, std::size_t size)
 {
     size = static_cast<std::size_t>(std::min<std::uint64_t>(size, m_rawLeft));
-    int const got = unzReadCurrentFile(Handle(m_handle), data, static_cast<unsigned>(size));
+    zip_int64_t const got = zip_fread(m_file, data, size);
     if (got < 0)
     {
-        Fail(L"Failed to read an entry of the archive");
+        Fail(L"Failed to read an entry of the archive (" + Cause(zip_file_strerror(m_file)) + L")");
     }
     if (got == 0 && size > 0)
     {

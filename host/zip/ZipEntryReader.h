@@ -7,19 +7,22 @@
 #include <string>
 
 struct inflate_state;
+struct zip;
+struct zip_file;
 
 namespace FileIO::Zip
 {
-// Gives the bytes of one entry of an open minizip reader: stored entries as
-// they are, deflated ones inflated by ISA-L from the raw entry data. At the
-// end the size and CRC must match those of the central directory. Damaged data throws
-// MZipArchiveError::MGeneric and never produces more bytes than declared.
-// One reader at a time per minizip handle: busy is set while this one lives.
+// Gives the bytes of one entry of an archive open in libzip: stored entries as
+// they are, deflated ones inflated by ISA-L from the raw entry data that
+// libzip reads. At the end the size and CRC must match those of the central
+// directory. Damaged data throws MZipArchiveError::MGeneric, whose message
+// says what is wrong and whose detail is the entry's name, and never
+// produces more bytes than declared. busy is set while this reader lives.
 class ZipEntryReader
 {
 public:
-    // The handle must stand on the entry.
-    ZipEntryReader(void* handle, MZipArchive::MZipFileInfo facts, bool& busy);
+    // index is libzip's number of the entry.
+    ZipEntryReader(zip* archive, std::uint64_t index, MZipArchive::MZipFileInfo facts, bool& busy);
     ZipEntryReader(ZipEntryReader const&) = delete;
     ZipEntryReader& operator=(ZipEntryReader const&) = delete;
     ~ZipEntryReader();
@@ -35,9 +38,9 @@ private:
     std::size_t ReadRaw(std::uint8_t* data, std::size_t size);
     void Account(char const* data, std::size_t size);
     void Finish();
-    [[noreturn]] void Fail(wchar_t const* message) const;
+    [[noreturn]] void Fail(std::wstring const& message) const;
 
-    void* m_handle;
+    zip_file* m_file = nullptr;
     MZipArchive::MZipFileInfo m_facts;
     bool& m_busy;
     std::unique_ptr<inflate_state> m_inflate;

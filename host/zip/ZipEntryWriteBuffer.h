@@ -7,11 +7,10 @@
 #include <memory>
 #include <string>
 
-struct isal_zstream;
-
 namespace FileIO::Zip
 {
 class ZipWriter;
+class ZipDeflater;
 
 // Deflates the bytes of one new archive entry with ISA-L at level 1 and hands
 // the raw deflate data to the archive. Destroying the buffer closes the entry;
@@ -27,15 +26,9 @@ protected:
     ZipEntryWriteBuffer(ZipWriter& archive, char const* name);
 
 private:
-    void Deflate(bool last);
-
     ZipWriter& m_archive;
     std::string m_name;
-    std::unique_ptr<isal_zstream> m_stream;
-    std::unique_ptr<std::uint8_t[]> m_levelBuffer;
-    std::unique_ptr<std::uint8_t[]> m_output;
-    std::uint64_t m_size = 0;
-    std::uint32_t m_crc = 0;
+    std::unique_ptr<ZipDeflater> m_deflater;
     bool m_failed = false;
 };
 } // namespace FileIO::Zip

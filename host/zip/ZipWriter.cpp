@@ -1,34 +1,36 @@
+// Writing archives with libzip: entries are compressed by ISA-L into the
+// spool as they are written and handed to libzip as finished data.
 #include "zip/ZipWriter.h"
 
 #include "common/StringConversion.h"
 #include "zip/MZipArchiveError.h"
+#include "zip/ZipArchiveSink.h"
+#include "zip/ZipDeflater.h"
+#include "zip/ZipSpool.h"
 
-#include <minizip/zip.h>
+#include <isa-l/crc.h>
+#include <zip.h>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
 #include <vector>
 
 namespace FileIO::Zip
 {
 namespace
 {
-// General purpose bit 11: names and comments are UTF-8.
-constexpr uLong kLanguageEncodingFlag = 1u << 11;
-// Made on Unix by a writer of format 6.3, the first with the flag above; the
-// high half of the external attributes is then the Unix mode.
-constexpr uLong kVersionMadeBy = (3u << 8) | 63u;
-constexpr uLong kRegularFileMode = 0100644u;
 constexpr std::uint64_t kZip32Limit = 0xFFFFFFFEu;
-constexpr std::size_t kCopyBlock = 1u << 16;
-
-zipFile Handle(void* handle)
-{
-    return static_cast<zipFile>(handle);
-}
+constexpr std::uint64_t kZip32Entries = 0xFFFEu;
+// The headers libzip writes for an entry: the fixed part, the name, and room
+// for extra fields such as a second copy of a UTF-8 name.
+constexpr std::uint64_t kLocalHeader = 30 + 64;
+constexpr std::uint64_t kDirectoryHeader = 46 + 64;
+constexpr std::uint64_t kEndRecord = 22;
+constexpr zip_uint32_t kRegularFileMode = 0100644u;
+constexpr std::size_t kCopyBlock = 1u << 18;
 
 std::string NameInArchive(std::string name)
 {
@@ -36,19 +38,29 @@ std::string NameInArchive(std::string name)
     return name;
 }
 
-zip_fileinfo FileInfo(std::time_t modified)
+std::wstring Wide(std::string const& utf8)
 {
-    zip_fileinfo info{};
-    std::tm local{};
-    localtime_r(&modified, &local);
-    info.tmz_date.tm_sec = static_cast<uInt>(local.tm_sec);
-    info.tmz_date.tm_min = static_cast<uInt>(local.tm_min);
-    info.tmz_date.tm_hour = static_cast<uInt>(local.tm_hour);
-    info.tmz_date.tm_mday = static_cast<uInt>(local.tm_mday);
-    info.tmz_date.tm_mon = static_cast<uInt>(local.tm_mon);
-    info.tmz_date.tm_year = static_cast<uInt>(local.tm_year + 1900);
-    info.external_fa = kRegularFileMode << 16;
-    return info;
+    return StringConversion::ConvertMultiByteStringToOndString(utf8);
+}
+
+// zlib's levels on ISA-L's three.
+int IsalLevel(int zlibLevel)
+{
+    if (zlibLevel >= 1 && zlibLevel <= 3)
+    {
+        return 1;
+    }
+    return zlibLevel >= 7 ? 3 : 2;
+}
+
+std::string FolderOf(std::string const& path)
+{
+    std::size_t const slash = path.rfind('/');
+    if (slash == std::string::npos)
+    {
+        return ".";
+    }
+    return slash == 0 ? "/" : path.substr(0, slash);
 }
 
 struct FileCloser
@@ -60,22 +72,31 @@ struct FileCloser
 std::unique_ptr<ZipWriter> ZipWriter::Create(std::wstring const& path, bool zip64)
 {
     std::string const narrow = StringConversion::ConvertNativeToUTF8(path);
-    zipFile handle = zipOpen64(narrow.c_str(), APPEND_STATUS_CREATE);
-    if (handle == nullptr)
+    zip_source_t* const sink = CreateArchiveSink(narrow);
+    if (sink == nullptr)
     {
         return nullptr;
     }
-    return std::unique_ptr<ZipWriter>(new ZipWriter(handle, path, zip64));
+    zip_error_t error;
+    zip_error_init(&error);
+    zip_t* const archive = zip_open_from_source(sink, ZIP_CREATE | ZIP_TRUNCATE, &error);
+    zip_error_fini(&error);
+    if (archive == nullptr)
+    {
+        zip_source_free(sink);
+        unlink(narrow.c_str());
+        return nullptr;
+    }
+    return std::unique_ptr<ZipWriter>(new ZipWriter(archive, path, narrow, zip64));
 }
 
-ZipWriter::ZipWriter(void* handle, std::wstring path, bool zip64)
-    : m_handle(handle), m_path(std::move(path)), m_zip64(zip64)
+ZipWriter::ZipWriter(zip* archive, std::wstring path, std::string narrowPath, bool zip64)
+    : m_archive(archive), m_path(std::move(path)), m_narrowPath(std::move(narrowPath)), m_zip64(zip64)
 {
 }
 
 ZipWriter::~ZipWriter()
 {
-    AbandonRawEntry();
     Close();
 }
 
@@ -84,21 +105,131 @@ std::uint64_t ZipWriter::MaxEntrySize() const
     return m_zip64 ? UINT64_MAX : kZip32Limit;
 }
 
-bool ZipWriter::OpenEntry(std::string const& name, std::int64_t modified, int level, bool raw)
+// The size of a 32-bit archive that closes after the open entry, with
+// entryBytes of data in it.
+std::uint64_t ZipWriter::Zip32Need(std::uint64_t entryBytes) const
 {
-    zip_fileinfo const info = FileInfo(static_cast<std::time_t>(modified));
-    int const method = level == 0 ? 0 : Z_DEFLATED;
-    int const result = zipOpenNewFileInZip4_64(Handle(m_handle), NameInArchive(name).c_str(), &info, nullptr,
-                                               0, nullptr, 0, nullptr, method, level, raw ? 1 : 0, -MAX_WBITS,
-                                               DEF_MEM_LEVEL, Z_DEFAULT_STRATEGY, nullptr, 0, kVersionMadeBy,
-                                               kLanguageEncodingFlag, m_zip64 ? 1 : 0);
-    return result == ZIP_OK;
+    std::uint64_t const name = 2 * m_entryName.size();
+    return m_localBytes + kLocalHeader + name + entryBytes + m_directoryBytes + kDirectoryHeader + name +
+           kEndRecord;
+}
+
+void ZipWriter::Fail(wchar_t const* message)
+{
+    std::wstring const name = Wide(m_entryName);
+    AbandonRawEntry();
+    throw MZipArchiveError::MGeneric(message, name);
+}
+
+void ZipWriter::BeginRawEntry(std::string const& name)
+{
+    BeginEntry(name, false);
+}
+
+void ZipWriter::BeginEntry(std::string const& name, bool stored)
+{
+    if (m_archive == nullptr)
+    {
+        throw MZipArchiveError::MGeneric(L"The archive is not open for writing", m_path);
+    }
+    if (name.empty())
+    {
+        throw MZipArchiveError::MGeneric(L"An entry needs a name", m_path);
+    }
+    if (m_entryOpen)
+    {
+        throw MZipArchiveError::MGeneric(L"Another entry of the archive is still open", Wide(name));
+    }
+    if (m_damaged)
+    {
+        throw MZipArchiveError::MGeneric(L"The archive was damaged by an earlier write failure", m_path);
+    }
+    std::string const inArchive = NameInArchive(name);
+    if (zip_name_locate(m_archive, inArchive.c_str(), ZIP_FL_ENC_RAW) >= 0)
+    {
+        throw MZipArchiveError::MGeneric(L"The archive holds an entry of this name already", Wide(name));
+    }
+    if (!m_zip64 && m_entries >= kZip32Entries)
+    {
+        throw MZipArchiveError::MGeneric(L"Too many entries for a 32-bit archive", Wide(name));
+    }
+    if (!m_spool)
+    {
+        m_spool = ZipSpool::Create(FolderOf(m_narrowPath));
+        if (!m_spool)
+        {
+            throw MZipArchiveError::MGeneric(L"Failed to make a temporary file beside the archive", m_path);
+        }
+    }
+    m_entryOpen = true;
+    m_entryName = inArchive;
+    m_entryStored = stored;
+    m_entryStart = m_spool->Size();
+    if (!m_zip64 && Zip32Need(0) > kZip32Limit)
+    {
+        Fail(L"The archive is too large for a 32-bit archive");
+    }
+}
+
+void ZipWriter::WriteRaw(unsigned char const* data, std::size_t size)
+{
+    std::uint64_t const entryBytes = m_spool->Size() - m_entryStart + size;
+    if (!m_zip64 && Zip32Need(entryBytes) > kZip32Limit)
+    {
+        Fail(entryBytes > kZip32Limit ? L"The entry is too large for a 32-bit archive"
+                                      : L"The archive is too large for a 32-bit archive");
+    }
+    if (!m_spool->Append(data, size))
+    {
+        Fail(L"Failed to write to the temporary file of the archive");
+    }
+}
+
+void ZipWriter::EndRawEntry(std::uint64_t uncompressedSize, std::uint32_t crc)
+{
+    EndEntry(uncompressedSize, crc, std::time(nullptr));
+}
+
+void ZipWriter::EndEntry(std::uint64_t size, std::uint32_t crc, std::time_t modified)
+{
+    SpooledEntry const entry{m_entryStart, m_spool->Size() - m_entryStart, size, crc, m_entryStored,
+                             modified};
+    zip_source_t* const source = m_spool->CreateSource(m_archive, entry);
+    zip_int64_t const index =
+        source != nullptr ? zip_file_add(m_archive, m_entryName.c_str(), source, ZIP_FL_ENC_UTF_8) : -1;
+    if (index < 0)
+    {
+        if (source != nullptr)
+        {
+            zip_source_free(source);
+        }
+        Fail(L"Failed to add an entry to the archive");
+    }
+    m_entryOpen = false;
+    auto const at = static_cast<zip_uint64_t>(index);
+    zip_file_set_external_attributes(m_archive, at, 0, ZIP_OPSYS_UNIX, kRegularFileMode << 16);
+    if (m_entryStored)
+    {
+        zip_set_file_compression(m_archive, at, ZIP_CM_STORE, 0);
+    }
+    std::uint64_t const name = 2 * m_entryName.size();
+    m_localBytes += kLocalHeader + name + entry.m_compressedSize;
+    m_directoryBytes += kDirectoryHeader + name;
+    ++m_entries;
+}
+
+void ZipWriter::AbandonRawEntry() noexcept
+{
+    if (m_entryOpen)
+    {
+        m_entryOpen = false;
+        m_damaged = true;
+    }
 }
 
 bool ZipWriter::AddFile(std::wstring const& diskPath, std::string const& name, int level)
 {
-    if (m_handle == nullptr || m_entryOpen || m_damaged || level < Z_DEFAULT_COMPRESSION ||
-        level > Z_BEST_COMPRESSION)
+    if (m_archive == nullptr || m_entryOpen || m_damaged || level < -1 || level > 9)
     {
         return false;
     }
@@ -112,103 +243,98 @@ bool ZipWriter::AddFile(std::wstring const& diskPath, std::string const& name, i
     {
         return false;
     }
-    if (!OpenEntry(name, status.st_mtime, level, false))
+    try
     {
-        m_damaged = true;
+        BeginEntry(name, level == 0);
+    }
+    catch (MZipArchiveError::MGeneric const&)
+    {
         return false;
     }
-    std::vector<char> block(kCopyBlock);
-    bool good = true;
-    std::size_t got;
-    while (good && (got = std::fread(block.data(), 1, block.size(), file.get())) > 0)
+    try
     {
-        good = zipWriteInFileInZip(Handle(m_handle), block.data(), static_cast<unsigned>(got)) == ZIP_OK;
+        if (AddFileData(file.get(), level))
+        {
+            return true;
+        }
     }
-    good = good && !std::ferror(file.get());
-    good = zipCloseFileInZip(Handle(m_handle)) == ZIP_OK && good;
-    // A file that grew while it was read may have passed the 32-bit limit.
-    good = good && static_cast<std::uint64_t>(std::ftell(file.get())) <= MaxEntrySize();
-    m_damaged = !good;
-    return good;
-}
-
-void ZipWriter::Fail(wchar_t const* message)
-{
+    catch (MZipArchiveError::MGeneric const&)
+    {
+    }
     AbandonRawEntry();
-    throw MZipArchiveError::MGeneric(message, m_path);
+    return false;
 }
 
-void ZipWriter::BeginRawEntry(std::string const& name)
+// The file's bytes into the open entry, which it ends; false if the file
+// can't be read whole.
+bool ZipWriter::AddFileData(std::FILE* file, int level)
 {
-    if (m_handle == nullptr)
+    std::vector<unsigned char> block(kCopyBlock);
+    std::unique_ptr<ZipDeflater> deflater;
+    if (level != 0)
     {
-        throw MZipArchiveError::MGeneric(L"The archive is not open for writing", m_path);
+        deflater = std::make_unique<ZipDeflater>(*this, m_entryName, IsalLevel(level));
     }
-    if (name.empty())
+    std::uint64_t size = 0;
+    std::uint32_t crc = 0;
+    while (std::size_t const got = std::fread(block.data(), 1, block.size(), file))
     {
-        throw MZipArchiveError::MGeneric(L"An entry needs a name", m_path);
+        if (deflater)
+        {
+            deflater->Deflate(block.data(), got);
+        }
+        else
+        {
+            crc = crc32_gzip_refl(crc, block.data(), got);
+            size += got;
+            WriteRaw(block.data(), got);
+        }
     }
-    if (m_entryOpen)
+    if (std::ferror(file))
     {
-        throw MZipArchiveError::MGeneric(L"Another entry of the archive is still open",
-                                         StringConversion::ConvertMultiByteStringToOndString(name));
+        return false;
     }
-    if (m_damaged)
+    if (deflater)
     {
-        throw MZipArchiveError::MGeneric(L"The archive was damaged by an earlier write failure", m_path);
+        deflater->Finish();
+        size = deflater->GetSize();
+        crc = deflater->GetCrc();
     }
-    if (!OpenEntry(name, std::time(nullptr), Z_DEFAULT_COMPRESSION, true))
+    // A file that grew while it was read may have passed the 32-bit limit.
+    if (size > MaxEntrySize())
     {
-        m_damaged = true;
-        throw MZipArchiveError::MGeneric(L"Failed to add an entry to the archive",
-                                         StringConversion::ConvertMultiByteStringToOndString(name));
+        return false;
     }
-    m_entryOpen = true;
-    m_rawSize = 0;
-}
-
-void ZipWriter::WriteRaw(unsigned char const* data, std::size_t size)
-{
-    m_rawSize += size;
-    if (m_rawSize > MaxEntrySize())
+    struct stat status
     {
-        Fail(L"The entry is too large for a 32-bit archive");
-    }
-    if (zipWriteInFileInZip(Handle(m_handle), data, static_cast<unsigned>(size)) != ZIP_OK)
-    {
-        Fail(L"Failed to write to the archive");
-    }
-}
-
-void ZipWriter::EndRawEntry(std::uint64_t uncompressedSize, std::uint32_t crc)
-{
-    m_entryOpen = false;
-    if (zipCloseFileInZipRaw64(Handle(m_handle), uncompressedSize, crc) != ZIP_OK)
-    {
-        m_damaged = true;
-        throw MZipArchiveError::MGeneric(L"Failed to write to the archive", m_path);
-    }
-}
-
-void ZipWriter::AbandonRawEntry() noexcept
-{
-    if (m_entryOpen)
-    {
-        m_entryOpen = false;
-        m_damaged = true;
-        zipCloseFileInZipRaw64(Handle(m_handle), 0, 0);
-    }
+    };
+    fstat(fileno(file), &status);
+    EndEntry(size, crc, status.st_mtime);
+    return true;
 }
 
 bool ZipWriter::Close()
 {
-    if (m_handle == nullptr)
+    if (m_archive == nullptr)
     {
         return false;
     }
     AbandonRawEntry();
-    bool const closed = zipClose(Handle(m_handle), nullptr) == ZIP_OK;
-    m_handle = nullptr;
-    return closed && !m_damaged;
+    bool written = !m_damaged && (!m_spool || m_spool->Flush());
+    if (written && zip_close(m_archive) != 0)
+    {
+        written = false;
+    }
+    if (!written)
+    {
+        zip_discard(m_archive);
+    }
+    m_archive = nullptr;
+    m_spool.reset();
+    if (!written)
+    {
+        unlink(m_narrowPath.c_str());
+    }
+    return written;
 }
 } // namespace FileIO::Zip

@@ -1,31 +1,41 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
+#include <ctime>
 #include <memory>
 #include <string>
 
+struct zip;
+
 namespace FileIO::Zip
 {
-// The writing half of both archive kinds, on minizip. Entry names are UTF-8
-// and carry the language encoding flag, so that other readers take them as
-// UTF-8; a backslash in a name becomes "/".
+class ZipSpool;
+
+// The writing half of both archive kinds, on libzip. ISA-L compresses; the
+// compressed bytes wait in a spool file until Close, where libzip writes the
+// archive and copies them as they are. Entry names are UTF-8 (libzip marks
+// those outside ASCII as such); a backslash in a name becomes "/".
 //
-// A 32-bit writer refuses an entry of 4 GiB or more rather than write headers
-// that lie; a zip64 writer gives every entry its zip64 fields. One entry is
-// open at a time. After a failed write the archive is damaged: the writer
-// refuses further entries and Close reports false.
+// libzip gives an archive zip64 records only where a size or offset needs
+// them. A 32-bit writer refuses, with MZipArchiveError::MGeneric, the write
+// that would make the archive need them (an entry or archive of 4 GiB or
+// more, more than 65534 entries), so it never writes a file that lies. One
+// entry is open at a time. After a failed write the archive is damaged: the
+// writer refuses further entries, and Close removes the file and reports
+// false.
 class ZipWriter
 {
 public:
-    // Null when the file can't be created.
+    // Creates (replaces) the file; null when it can't.
     static std::unique_ptr<ZipWriter> Create(std::wstring const& path, bool zip64);
     ZipWriter(ZipWriter const&) = delete;
     ZipWriter& operator=(ZipWriter const&) = delete;
     // Finishes the archive if Close wasn't called.
     ~ZipWriter();
 
-    // Stores a file from disk, deflated by zlib at level (-1 is zlib's
-    // default, 0 stores it as it is).
+    // Stores a file from disk, taken at once, deflated by ISA-L (level 0
+    // stores it as it is; zlib's levels 1 to 9 and -1 choose ISA-L's 1 to 3).
     bool AddFile(std::wstring const& diskPath, std::string const& name, int level);
 
     // An entry whose deflate data the caller makes. Failures throw
@@ -42,15 +52,28 @@ public:
     bool Close();
 
 private:
-    ZipWriter(void* handle, std::wstring path, bool zip64);
-    bool OpenEntry(std::string const& name, std::int64_t modified, int level, bool raw);
+    ZipWriter(zip* archive, std::wstring path, std::string narrowPath, bool zip64);
+    void BeginEntry(std::string const& name, bool stored);
+    void EndEntry(std::uint64_t size, std::uint32_t crc, std::time_t modified);
+    bool AddFileData(std::FILE* file, int level);
+    std::uint64_t Zip32Need(std::uint64_t entryBytes) const;
     [[noreturn]] void Fail(wchar_t const* message);
 
-    void* m_handle;
+    zip* m_archive;
     std::wstring m_path;
+    std::string m_narrowPath;
     bool m_zip64;
-    bool m_entryOpen = false;
+    std::unique_ptr<ZipSpool> m_spool;
+    std::uint64_t m_entries = 0;
     bool m_damaged = false;
-    std::uint64_t m_rawSize = 0;
+    // The entry being written.
+    bool m_entryOpen = false;
+    std::string m_entryName;
+    bool m_entryStored = false;
+    std::uint64_t m_entryStart = 0;
+    // What a 32-bit archive needs so far: local headers with data, and the
+    // central directory, both counted generously.
+    std::uint64_t m_localBytes = 0;
+    std::uint64_t m_directoryBytes = 0;
 };
 } // namespace FileIO::Zip

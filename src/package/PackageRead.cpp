@@ -37,6 +37,32 @@ std::string ArchiveName(std::wstring const& nameInPackage)
     }
     return name;
 }
+
+// An archive failure as the user reads it: what went wrong, and with which
+// entry or file.
+std::wstring Describe(MZipArchiveError::MGeneric const& error)
+{
+    if (error.GetDetail().empty())
+    {
+        return error.GetMessage();
+    }
+    return error.GetMessage() + L": " + error.GetDetail();
+}
+
+// A mandatory part that fails is an error of the read, with status 2; one that
+// isn't mandatory is passed over with a warning.
+void NoteArchiveFailure(PackageReadContext& context, MZipArchiveError::MGeneric const& error, bool mandatory)
+{
+    if (mandatory)
+    {
+        context.m_status = 2;
+        context.m_errors.push_back(Describe(error));
+    }
+    else
+    {
+        context.m_warnings.push_back(Describe(error));
+    }
+}
 } // namespace
 
 PackageRead::PackageRead(Package* package, PackageReadOptions const& options)
@@ -85,7 +111,7 @@ bool PackageRead::Read(std::wstring const& fileName,
         m_archive = std::make_unique<MZipArchive>(false);
         if (!m_archive->OpenArchiveRead(m_fileName.c_str()))
         {
-            throw Exception(L"Could not open 3mf archive");
+            throw Exception(L"Could not open 3mf archive: " + m_archive->GetOpenError());
         }
         if (!_ReadPackageFile(&m_package->GetContent(), true) ||
             !_ReadPackageFile(&m_package->GetRelsFile(), true))
@@ -179,11 +205,11 @@ bool PackageRead::_ReadPackageFile(IPackageFile* file, bool mandatory)
         {
             m_archive->ExtractFile(ArchiveName(file->GetFileNameInPackage()).c_str(), path.c_str(), nullptr);
         }
-        catch (MZipArchiveError::MGeneric const&)
+        catch (MZipArchiveError::MGeneric const& error)
         {
+            NoteArchiveFailure(m_context, error, mandatory);
             if (mandatory)
             {
-                m_context.m_status = 2;
                 return false;
             }
         }
@@ -194,12 +220,9 @@ bool PackageRead::_ReadPackageFile(IPackageFile* file, bool mandatory)
     {
         file->Read(&m_context);
     }
-    catch (MZipArchiveError::MGeneric const&)
+    catch (MZipArchiveError::MGeneric const& error)
     {
-        if (mandatory)
-        {
-            m_context.m_status = 2;
-        }
+        NoteArchiveFailure(m_context, error, mandatory);
         return false;
     }
     if (!file->m_fileNameUnpacked.empty() && !file->KeepFileAfterReading() &&
@@ -257,17 +280,17 @@ bool PackageRead::ExtractPackageFile(std::wstring const& nameInPackage, bool man
     MZipArchive archive(false);
     if (!archive.OpenArchiveRead(m_fileName.c_str()))
     {
-        throw Exception(L"Could not open 3mf archive");
+        throw Exception(L"Could not open 3mf archive: " + archive.GetOpenError());
     }
     try
     {
         archive.ExtractFile(ArchiveName(nameInPackage).c_str(), targetPath.c_str(), nullptr);
     }
-    catch (MZipArchiveError::MGeneric const&)
+    catch (MZipArchiveError::MGeneric const& error)
     {
+        NoteArchiveFailure(m_context, error, mandatory);
         if (mandatory)
         {
-            m_context.m_status = 2;
             return false;
         }
     }

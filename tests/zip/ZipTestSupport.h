@@ -4,12 +4,16 @@
 #include "zip/ReadBufferStream.h"
 
 #include <gtest/gtest.h>
+#include <zip.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <random>
 #include <string>
+#include <vector>
 
 namespace ziptest
 {
@@ -60,5 +64,123 @@ inline std::string MeshLikeText(std::size_t lines, unsigned seed)
         text.append(line, static_cast<std::size_t>(length));
     }
     return text;
+}
+
+// The most memory the process has held, since the last write of 5 to
+// /proc/self/clear_refs.
+inline std::size_t PeakResidentKiB()
+{
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line) && line.rfind("VmHWM:", 0) != 0)
+    {
+    }
+    return line.empty() ? 0 : std::stoul(line.substr(6));
+}
+
+// The output of a shell command and its exit status.
+inline std::pair<int, std::string> RunShell(std::string const& command)
+{
+    std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen((command + " 2>&1").c_str(), "r"), pclose);
+    std::string output;
+    char chunk[4096];
+    while (std::size_t const got = std::fread(chunk, 1, sizeof chunk, pipe.get()))
+    {
+        output.append(chunk, got);
+    }
+    int const status = pclose(pipe.release());
+    return {status, output};
+}
+
+// The entry names in the archive, in order, read by libzip after its
+// consistency check (local headers agree with the central directory); every
+// entry is read to its end, where libzip checks the CRC, except the data of
+// those named in skipData, whose headers alone are checked. Fails the test
+// when something is wrong.
+inline std::vector<std::string> LibzipReadsStrictly(std::filesystem::path const& archive,
+                                                    std::vector<std::string> const& skipData = {})
+{
+    std::vector<std::string> names;
+    int error = 0;
+    zip_t* const handle = zip_open(archive.c_str(), ZIP_RDONLY | ZIP_CHECKCONS, &error);
+    if (handle == nullptr)
+    {
+        ADD_FAILURE() << archive << ": libzip's consistency check fails, error " << error;
+        return names;
+    }
+    std::vector<char> block(1 << 20);
+    for (zip_int64_t i = 0; i < zip_get_num_entries(handle, 0); ++i)
+    {
+        names.push_back(zip_get_name(handle, static_cast<zip_uint64_t>(i), 0));
+        zip_file_t* const entry = zip_fopen_index(handle, static_cast<zip_uint64_t>(i), 0);
+        bool const whole = std::find(skipData.begin(), skipData.end(), names.back()) == skipData.end();
+        zip_int64_t got = entry != nullptr ? 1 : -1;
+        while (got > 0 && whole)
+        {
+            got = zip_fread(entry, block.data(), block.size());
+        }
+        EXPECT_EQ(got, whole ? 0 : 1)
+            << archive << ": libzip fails to read entry " << i << ": " << zip_strerror(handle);
+        if (entry != nullptr)
+        {
+            zip_fclose(entry);
+        }
+    }
+    zip_discard(handle);
+    return names;
+}
+
+// Python's zipfile (CRCs, names decoded as UTF-8 only when flagged) and
+// Info-ZIP's unzip -t accept the archive and see these names; the entries of
+// skipData are listed but not read.
+inline void ExpectOtherReadersAccept(std::filesystem::path const& archive,
+                                     std::vector<std::string> const& names,
+                                     std::vector<std::string> const& skipData = {})
+{
+    std::string expected = "None", skipped = "[", tested;
+    for (std::string const& name : names)
+    {
+        expected += "|" + name;
+        if (std::find(skipData.begin(), skipData.end(), name) == skipData.end())
+        {
+            tested += " '" + name + "'";
+        }
+        else
+        {
+            skipped += "\"" + name + "\",";
+        }
+    }
+    // zipfile's read checks the CRC as testzip does.
+    std::string const python =
+        "python3 -c 'import zipfile,sys; z = zipfile.ZipFile(sys.argv[1]); skip = " + skipped +
+        "]; bad = z.testzip() if not skip else [z.read(n) for n in z.namelist() if n not in skip] and None; "
+        "sys.stdout.buffer.write((str(bad) + \"\".join(\"|\" + n for n in z.namelist())).encode())' '" +
+        archive.string() + "'";
+    if (RunShell("python3 -c 'import zipfile'").first == 0)
+    {
+        EXPECT_EQ(std::make_pair(0, expected), RunShell(python)) << archive;
+    }
+    else
+    {
+        std::printf("[ SKIPPED  ] python3 is missing; %s not checked by zipfile\n", archive.c_str());
+    }
+    if (RunShell("unzip -v").first == 0)
+    {
+        auto const [status, output] =
+            RunShell("unzip -tqq '" + archive.string() + "'" + (skipData.empty() ? std::string() : tested));
+        EXPECT_EQ(0, status) << archive << ": unzip -t says\n" << output;
+    }
+    else
+    {
+        std::printf("[ SKIPPED  ] unzip is missing; %s not checked by unzip -t\n", archive.c_str());
+    }
+}
+
+// Every strict reader at hand accepts the archive; gives its names in order.
+inline std::vector<std::string> ExpectStrictReadersAccept(std::filesystem::path const& archive)
+{
+    std::vector<std::string> const names = LibzipReadsStrictly(archive);
+    ExpectOtherReadersAccept(archive, names);
+    return names;
 }
 } // namespace ziptest

@@ -1,0 +1,165 @@
+// Archives in the zip forms of other writers (zip64 records, data descriptors,
+// stored entries, names outside ASCII, a name twice) import as the same
+// package written plainly, and real files in those forms as an independent
+// reading of their XML says.
+#include "import/ImportSupport.h"
+
+#include "format3mf/Importer.h"
+
+#include "triangles/MStlBase.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/filesystem.hpp>
+
+#include <fstream>
+#include <functional>
+
+namespace
+{
+// What ond3mf-info makes of a file, one line per mesh, without the file name.
+std::vector<std::string> Meshes(boost::filesystem::path const& file)
+{
+    CommandOutput const output = RunCommand(Quoted(OND3MF_INFO) + " --tsv " + Quoted(file.string()));
+    EXPECT_EQ(0, output.status) << output.text;
+    std::vector<std::string> lines;
+    for (std::string const& line : SplitLines(output.text))
+    {
+        lines.push_back(line.substr(line.find('\t') + 1));
+    }
+    return lines;
+}
+
+// The packages of zip_forms.py, in a folder that goes with the test.
+struct Forms
+{
+    PackageScratch scratch;
+    boost::filesystem::path const folder =
+        boost::filesystem::path(StringConversion::ConvertNativeToUTF8(scratch.File("forms")));
+    std::vector<std::string> names;
+
+    Forms()
+    {
+        boost::filesystem::create_directories(folder);
+        CommandOutput const made =
+            RunCommand("python3 " + Quoted(FORMAT3MF_SOURCE_DIR "/tests/import/zip_forms.py") + " " +
+                       Quoted(folder.string()));
+        EXPECT_EQ(0, made.status) << made.text;
+        names = SplitLines(made.text);
+    }
+    ~Forms() { boost::filesystem::remove_all(folder); }
+};
+
+std::string const kModelName = "3D/W\xc3\xbcrfel_\xe6\xa8\xa1\xe5\x9e\x8b.model";
+
+// Where the header of the model entry starts, local (PK 3 4, name at 30) or
+// central (PK 1 2, name at 46).
+std::size_t HeaderOf(std::string const& bytes, char kind)
+{
+    std::string const signature = std::string("PK") + kind + static_cast<char>(kind + 1);
+    std::size_t const nameAt = kind == 3 ? 30 : 46;
+    for (std::size_t at = bytes.find(signature); at != std::string::npos; at = bytes.find(signature, at + 1))
+    {
+        if (bytes.compare(at + nameAt, kModelName.size(), kModelName) == 0)
+        {
+            return at;
+        }
+    }
+    ADD_FAILURE() << "no header of the model entry";
+    return 0;
+}
+} // namespace
+
+TEST(ZipFormsImport, EachFormImportsAsThePlainPackage)
+{
+    Forms const forms;
+    ASSERT_EQ(6u, forms.names.size());
+    std::vector<std::string> const plain = Meshes(forms.folder / "plain.3mf");
+    ASSERT_EQ(1u, plain.size());
+    // One box of 8 points and 12 triangles, from x 2.25 to 12.75 mm.
+    EXPECT_EQ(0u, plain[0].rfind("0\t8\t12\t2.250\t0.000\t0.000\t12.750\t", 0)) << plain[0];
+    for (std::string const& form : forms.names)
+    {
+        EXPECT_EQ(plain, Meshes(forms.folder / form)) << form;
+    }
+}
+
+// A damaged archive fails with a message that says what is wrong and where,
+// in the importer's errors and in what ond3mf-info prints.
+TEST(ZipFormsImport, ArchiveFailuresNameCauseAndEntry)
+{
+    Forms const forms;
+    std::ifstream file((forms.folder / "plain.3mf").string(), std::ios::binary);
+    std::string const plain{std::istreambuf_iterator<char>(file), {}};
+    struct Case
+    {
+        char const* what;
+        std::function<void(std::string&)> damage;
+        std::string message;
+    };
+    std::vector<Case> const cases = {
+        {"crc",
+         [](std::string& b)
+         {
+             b[HeaderOf(b, 3) + 14] ^= 1;
+             b[HeaderOf(b, 1) + 16] ^= 1;
+         },
+         "CRC error in an entry: " + kModelName},
+        {"method",
+         [](std::string& b)
+         {
+             b[HeaderOf(b, 3) + 8] = 12;
+             b[HeaderOf(b, 1) + 10] = 12;
+         },
+         "Unsupported compression method 12: " + kModelName},
+        {"encrypted",
+         [](std::string& b)
+         {
+             b[HeaderOf(b, 3) + 6] |= 1;
+             b[HeaderOf(b, 1) + 8] |= 1;
+         },
+         "Encrypted entries are not supported: " + kModelName},
+        {"truncated", [](std::string& b) { b.resize(b.size() / 2); },
+         "Could not open 3mf archive: Not a zip archive: "},
+        {"no zip", [](std::string& b) { b = "<model/>"; }, "Could not open 3mf archive: Not a zip archive: "},
+    };
+    for (Case const& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        std::string bytes = plain;
+        c.damage(bytes);
+        boost::filesystem::path const path = forms.folder / (std::string(c.what) + ".3mf");
+        std::ofstream(path.string(), std::ios::binary) << bytes;
+
+        std::vector<std::unique_ptr<MStlBase>> meshes;
+        format3mf::import::Importer importer;
+        importer.SetOutputParts(meshes);
+        importer.SetFileName(StringConversion::ConvertMultiByteStringToOndString(path.string()));
+        EXPECT_NE(format3mf::import::Importer::Success, importer.Operate(nullptr));
+        ASSERT_EQ(1u, importer.GetErrors().size());
+        std::string const error = StringConversion::ConvertNativeToUTF8(importer.GetErrors()[0]);
+        EXPECT_EQ(0u, error.rfind(c.message, 0)) << error;
+
+        CommandOutput const printed = RunCommand(Quoted(OND3MF_INFO) + " --tsv " + Quoted(path.string()));
+        EXPECT_NE(std::string::npos, printed.text.find("\terror\t")) << printed.text;
+        EXPECT_NE(std::string::npos, printed.text.find(c.message)) << printed.text;
+    }
+}
+
+// The real files that are in these forms and need nothing else of the reader.
+TEST(ZipFormsImport, RealFilesMatchIndependentExpectations)
+{
+    boost::filesystem::path const folder = boost::filesystem::path(FORMAT3MF_TESTDATA) / "realworld";
+    if (!boost::filesystem::exists(folder))
+    {
+        GTEST_SKIP() << "no real-world files beside the checkout (../shared/testdata/realworld)";
+    }
+    std::vector<std::string> files;
+    for (char const* name : {"3dbuilder-Win10.3mf", "openscad-3d.3mf", "trimesh-pyramids.3mf",
+                             "prusaslicer-seam_test_object.3mf", "cura-UMS5_frame.3mf"})
+    {
+        ASSERT_TRUE(boost::filesystem::exists(folder / name)) << name;
+        files.push_back((folder / name).string());
+    }
+    ExpectToolMatchesOracle(files);
+}
