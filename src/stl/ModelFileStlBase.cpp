@@ -16,7 +16,7 @@ namespace Format_3MF
 {
 namespace
 {
-// What one package may flatten into, points and triangles each. Components
+// What one package may flatten into, points, triangles and beams each. Components
 // may place one object many times over, so a small file can ask for any
 // number of copies; far beyond what a real part has, this still fits in the
 // memory of a workstation.
@@ -26,6 +26,7 @@ struct FlatSize
 {
     std::uint64_t points = 0;
     std::uint64_t triangles = 0;
+    std::uint64_t beams = 0;
 };
 
 MStlBase const* MeshOf(Object const* object)
@@ -83,12 +84,14 @@ public:
             {
                 size.points = mesh->GetNumberOfPoints();
                 size.triangles = mesh->GetNumberOfTriangles();
+                size.beams = mesh->GetFeature().GetNumEdges();
             }
             for (Component const& component : object->m_components)
             {
                 FlatSize const& part = m_states.at(component.m_object).size;
                 size.points = Add(size.points, part.points, object);
                 size.triangles = Add(size.triangles, part.triangles, object);
+                size.beams = Add(size.beams, part.beams, object);
             }
             entry->second.size = size;
             entry->second.open = false;
@@ -186,6 +189,7 @@ void ModelFileStlBase::_OnStopReading(PackageReadContext* context)
         FlatSize const size = sizes.Of(object);
         total.points = FlatSizes::Add(total.points, size.points, object);
         total.triangles = FlatSizes::Add(total.triangles, size.triangles, object);
+        total.beams = FlatSizes::Add(total.beams, size.beams, object);
 
         made.push_back(std::make_unique<MStlBase>());
         _AddObjectToStl(object, item.m_transform, made.back());
