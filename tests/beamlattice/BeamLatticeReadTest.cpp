@@ -4,6 +4,7 @@
 #include "beamlattice/BeamTestSupport.h"
 
 #include "format3mf/BeamLattice.h"
+#include "format3mf/PackageWriteContext.h"
 
 #include <gtest/gtest.h>
 
@@ -213,4 +214,31 @@ TEST(BeamLattice, CreateBeamLatticeAsksForGraphsUnlessForced)
     EXPECT_EQ(mesh.GetStl(false), forced->m_stl);
     read.Stl().GetFeature().AddNewGraph();
     EXPECT_NE(nullptr, mesh.CreateBeamLattice(false));
+}
+
+// Where a host calls the lattice's own start hook, it declares the beam
+// namespace as "lg" for a mesh with edges, and keeps a prefix declared first.
+TEST(BeamLattice, StartWritingDeclaresTheNamespaceOnlyForEdges)
+{
+    for (bool const withEdge : {false, true})
+    {
+        StlMeshModelFile model;
+        MStlBase stl;
+        MStlPoint* const a = stl.AddPoint(0, 0, 0);
+        MStlPoint* const b = stl.AddPoint(1, 0, 0);
+        MStlGraph* const graph = stl.GetFeature().AddNewGraph();
+        if (withEdge)
+        {
+            graph->AddEdge(a, b);
+        }
+        BeamLatticeStlBase lattice(&stl, &model, nullptr);
+        PackageWriteContext context;
+        context.Graphs.BeamNamespace = L"http://schemas.ondsdk.com/3dmanufacturing/beamlattice/2017/02";
+        lattice._OnStartWriting(&context);
+        EXPECT_EQ(withEdge ? L"lg" : L"", model.GetPrefix(context.Graphs.BeamNamespace));
+        model.AddNamespace(L"urn:first", L"bl");
+        context.Graphs.BeamNamespace = L"urn:first";
+        lattice._OnStartWriting(&context);
+        EXPECT_EQ(L"bl", model.GetPrefix(L"urn:first"));
+    }
 }
