@@ -2,6 +2,8 @@
 // 32-bit length can hold. They read in full or clamp; nothing crashes.
 #include "beamlattice/BeamTestSupport.h"
 
+#include "format3mf/Importer.h"
+
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -53,4 +55,44 @@ TEST(BeamLatticeHostile, HugeAndOddRadiiClamp)
     EXPECT_EQ(std::numeric_limits<std::int32_t>::min(), read.Mesh()->m_beamLattice->m_minLength);
     EXPECT_EQ((std::vector<Beam>{{0, 1, kMax, kMax}, {0, 2, kMax, kMax}, {1, 2, 2000, kMax}, {1, 3, 0, 0}}),
               Beams(read.Stl(), false));
+}
+
+// Components that place a lattice over and over would make more beams than
+// memory holds: the import refuses before copying, as it does for points
+// and triangles. Object 1 has 1000 beams; each level above places the one
+// below 16 times, so object 6 would have over a billion.
+TEST(BeamLatticeHostile, ComponentsCantMultiplyBeamsBeyondTheLimit)
+{
+    std::string beams;
+    for (int i = 0; i < 1000; ++i)
+    {
+        beams += "<b:beam v1=\"" + std::to_string(i % 3) + "\" v2=\"3\"/>";
+    }
+    std::string model =
+        LatticeModel("<b:beamlattice radius=\"1\"><b:beams>" + beams + "</b:beams></b:beamlattice>");
+    model.replace(model.find(R"(<object id="10">)"), 16, R"(<object id="1">)");
+    std::string levels;
+    for (int id = 2; id <= 6; ++id)
+    {
+        levels += "<object id=\"" + std::to_string(id) + "\"><components>";
+        for (int copy = 0; copy < 16; ++copy)
+        {
+            levels += "<component objectid=\"" + std::to_string(id - 1) + "\"/>";
+        }
+        levels += "</components></object>";
+    }
+    model.replace(model.find("</resources><build/>"), 20,
+                  levels + R"(</resources><build><item objectid="6"/></build>)");
+
+    PackageScratch scratch;
+    std::wstring const file = scratch.File("placed.3mf");
+    WriteModelPackage(file, model);
+    std::vector<std::unique_ptr<MStlBase>> meshes;
+    format3mf::import::Importer importer;
+    importer.SetOutputParts(meshes);
+    importer.SetFileName(file);
+    EXPECT_NE(format3mf::import::Importer::Success, importer.Operate(nullptr));
+    ASSERT_FALSE(importer.GetErrors().empty());
+    EXPECT_EQ(L"Object 6 places its components more often than can be held.", importer.GetErrors().front());
+    EXPECT_TRUE(meshes.empty());
 }
