@@ -184,3 +184,33 @@ TEST(BeamLatticeWrite, BareEdgesAndMeshesWithoutGraphs)
     Written const none = WriteAndRead(plain.get(), NamespaceBeamLattice);
     EXPECT_EQ(0u, Count(none.xml, "beam")) << none.xml;
 }
+
+// A lattice read and written again in its own package keeps its clipping;
+// "minlength" goes out in internal units, so 0.01 mm read (100 units) comes
+// back as 100 mm, and the beam of 1 mm is gone on the second read.
+TEST(BeamLatticeWrite, ReadLatticeWrittenAgainKeepsClippingAndScalesMinLength)
+{
+    PackageScratch scratch;
+    MeshRead first(LatticeModel(R"(<b:beamlattice radius="0.5" minlength="0.01" clippingmode="inside"
+        clippingmesh="3" cap="butt"><b:beams><b:beam v1="0" v2="1"/></b:beams></b:beamlattice>)"));
+    ASSERT_TRUE(first.ok) << first.Error();
+    std::wstring const file = scratch.File("again.3mf");
+    PackageWriteOptions options;
+    options.Graphs.BeamNamespace = NamespaceBeamLattice;
+    PackageWrite(&first.package, options).Write(file, nullptr);
+
+    StlMeshModelFile model;
+    Package package(&model);
+    PackageRead reader(&package, PackageReadOptions());
+    ASSERT_TRUE(reader.Read(file, nullptr));
+    auto& mesh = dynamic_cast<MeshStlBase&>(*dynamic_cast<Object&>(*model.GetReference(10)).m_mesh);
+    ASSERT_NE(nullptr, mesh.m_beamLattice);
+    EXPECT_EQ(L"inside", mesh.m_beamLattice->GetStringClipMode());
+    EXPECT_EQ(3, int(mesh.m_beamLattice->m_clippingMesh));
+    EXPECT_EQ(1000000, mesh.m_beamLattice->m_minLength);
+    EXPECT_TRUE(Beams(*mesh.GetStl(false)).empty());
+    MStlBaseElementInfo const& info =
+        MStlBaseElementInfoStlDependency::GetDependency(mesh.GetStl(false), false)->GetElementInfo();
+    EXPECT_EQ(10000, info.GetDefaultEdgeDiameter());
+    EXPECT_EQ(eStlGraphEdgeCap::Butt, info.GetDefaultEdgeCap());
+}
