@@ -1,6 +1,7 @@
 // Reads a 3MF file and writes its meshes to another: ond3mf-convert
-// [--binary] [--zip64] IN OUT. Every mesh of IN (one per build item) becomes
-// an object of its own in OUT with its colours and textures. On a terminal a
+// [--binary] [--zip64] [--beams=DIALECT] IN OUT. Every mesh of IN (one per
+// build item) becomes an object of its own in OUT with its colours, textures
+// and beam lattice. On a terminal a
 // progress bar follows the library's progress; Ctrl-C cancels cleanly and
 // leaves no partial file. Exits 0 on success, 1 when reading or writing
 // failed, 2 on a bad argument, 130 when cancelled.
@@ -9,6 +10,7 @@
 #include "format3mf/ModelFileStlBase.h"
 #include "format3mf/Package.h"
 #include "format3mf/PackageWrite.h"
+#include "foundation/FormatIdentifiers.h"
 
 #include "common/BranchingProgressReporter.h"
 #include "common/IProgressDelegate.h"
@@ -31,11 +33,13 @@
 
 namespace
 {
-char const kUsage[] = "usage: ond3mf-convert [--binary] [--zip64] IN OUT\n"
-                      "Reads the 3MF file IN and writes every mesh of it, with its colours and textures,\n"
-                      "as an object of its own into the 3MF file OUT.\n"
-                      "  --binary  mesh data into binary side parts (not supported yet)\n"
-                      "  --zip64   write the archive as zip64\n"
+char const kUsage[] = "usage: ond3mf-convert [--binary] [--zip64] [--beams=DIALECT] IN OUT\n"
+                      "Reads the 3MF file IN and writes every mesh of it, with its colours, textures and\n"
+                      "beam lattice, as an object of its own into the 3MF file OUT.\n"
+                      "  --binary          mesh data into binary side parts (not supported yet)\n"
+                      "  --zip64           write the archive as zip64\n"
+                      "  --beams=DIALECT   beam lattices in the published dialect (the default), the\n"
+                      "                    vendor dialect, or none: published, vendor or none\n"
                       "Exit codes: 0 done, 1 reading or writing failed, 2 bad argument, 130 cancelled.\n";
 
 constexpr int kCancelled = 130;
@@ -100,6 +104,8 @@ struct Arguments
 {
     bool binary = false;
     bool zip64 = false;
+    // Empty: no lattice is written.
+    std::wstring beamNamespace = Format_3MF::NamespaceBeamLattice;
     std::string input;
     std::string output;
 };
@@ -118,6 +124,27 @@ bool Parse(int argc, char** argv, Arguments& arguments, std::string& message)
         else if (argument == "--zip64")
         {
             arguments.zip64 = true;
+        }
+        else if (argument.rfind("--beams=", 0) == 0)
+        {
+            std::string const dialect = argument.substr(8);
+            if (dialect == "published")
+            {
+                arguments.beamNamespace = Format_3MF::NamespaceBeamLattice;
+            }
+            else if (dialect == "vendor")
+            {
+                arguments.beamNamespace = Format_3MF::NamespaceBeamLatticeOndl;
+            }
+            else if (dialect == "none")
+            {
+                arguments.beamNamespace.clear();
+            }
+            else
+            {
+                message = "unknown beam dialect '" + dialect + "'";
+                return false;
+            }
         }
         else if (argument.size() > 1 && argument[0] == '-')
         {
@@ -212,6 +239,7 @@ int Convert(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgres
     Format_3MF::PackageWriteOptions options;
     options.IsBinary = arguments.binary;
     options.Package.m_useZip64 = arguments.zip64;
+    options.Graphs.BeamNamespace = arguments.beamNamespace;
     try
     {
         Format_3MF::PackageWrite writer(&package, options);

@@ -1,7 +1,7 @@
 // Imports each 3MF file named on the command line and prints what came out:
 // per mesh its vertices, triangles, bounding box in millimetres, coloured and
-// textured triangles and textures. With --tsv, one tab-separated line per
-// mesh. Exits 0 when every file imported, 1 otherwise.
+// textured triangles, textures and beams. With --tsv, one tab-separated line
+// per mesh. Exits 0 when every file imported, 1 otherwise.
 
 #include "format3mf/Importer.h"
 
@@ -35,6 +35,7 @@ struct Summary
     std::size_t coloured = 0;
     std::size_t textured = 0;
     std::size_t textures = 0;
+    std::size_t beams = 0;
 };
 
 Summary Summarise(MStlBase const& mesh)
@@ -75,6 +76,7 @@ Summary Summarise(MStlBase const& mesh)
     }
     summary.textured = textured.size();
     summary.textures = mesh.GetTextures().size();
+    summary.beams = mesh.GetFeature().GetNumEdges();
     return summary;
 }
 
@@ -91,6 +93,7 @@ void PrintReadable(std::string const& file, std::vector<std::unique_ptr<MStlBase
                     s.max[0], s.max[1], s.max[2]);
         std::printf("    coloured triangles %zu, textured triangles %zu, textures %zu\n", s.coloured,
                     s.textured, s.textures);
+        std::printf("    beams %zu\n", s.beams);
     }
 }
 
@@ -103,9 +106,9 @@ void PrintTabbed(std::string const& file, std::vector<std::unique_ptr<MStlBase>>
     for (std::size_t i = 0; i < meshes.size(); ++i)
     {
         Summary const s = Summarise(*meshes[i]);
-        std::printf("%s\t%zu\t%zu\t%zu\t%.3f\t%.3f\t%.3f\t%.3f\t%.3f\t%.3f\t%zu\t%zu\n", file.c_str(), i,
+        std::printf("%s\t%zu\t%zu\t%zu\t%.3f\t%.3f\t%.3f\t%.3f\t%.3f\t%.3f\t%zu\t%zu\t%zu\n", file.c_str(), i,
                     s.vertices, s.triangles, s.min[0], s.min[1], s.min[2], s.max[0], s.max[1], s.max[2],
-                    s.coloured, s.textured);
+                    s.coloured, s.textured, s.beams);
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/OndExport.h"
+#include "format3mf/BeamLattice.h"
 #include "format3mf/MeshTetraheders.h"
 #include "format3mf/ModelFileItem.h"
 
@@ -49,5 +50,7 @@ public:
     Object* m_object;
     std::vector<Vertex> m_vertices;
     std::unique_ptr<IMeshTetraheders> m_tetraheders;
+    // The lattice of the "beamlattice" element, if the mesh has one.
+    std::unique_ptr<IBeamLattice> m_beamLattice;
 };
 } // namespace Format_3MF

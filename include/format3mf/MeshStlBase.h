@@ -24,6 +24,16 @@ class IPropertyGroup;
 class Texture2D;
 class Texture2DGroup;
 
+// A displacement map of a mesh, in the vendor's own namespace: a coordinate
+// group and the displacements of white and black, as the file gives them.
+// The library carries them; nothing here applies them to the geometry.
+struct DisplacementMap
+{
+    Texture2DGroup* m_group = nullptr; // not owned
+    double m_white = 0;
+    double m_black = 0;
+};
+
 // Which image and which coordinate group stand for the host's bitmaps and
 // textures while one package is written, so that a bitmap shared by several
 // meshes is stored once. It owns nothing it maps.
@@ -80,6 +90,10 @@ public:
     MStlBase* GetStl(bool release);
     bool GetOwnStl() const { return m_ownStl; }
 
+    // A new lattice on the bound mesh for the caller to store, or null when
+    // the mesh has no graphs and `force` is false.
+    std::unique_ptr<BeamLatticeStlBase> CreateBeamLattice(bool force);
+
     // Makes the per-triangle property references on the bound mesh, once.
     void InitTriangleProperties();
 
@@ -99,6 +113,8 @@ public:
     ISAXWriteHelper*
     _CreateSaxHandlerWrite(PackageWriteContext* context,
                            std::shared_ptr<OndSDK::Common::IProgressDelegate> progress) const override;
+    // Declares the displacement namespace, as a required extension, when the
+    // mesh has displacement maps. The lattice's hooks are not called.
     void _OnStartWriting(PackageWriteContext* context) override;
     void _OnStopWriting(PackageWriteContext* context) override;
     void _OnStartReading(PackageReadContext* context) override;
@@ -113,6 +129,8 @@ public:
     // Null until the first reference is noted; at most one entry a triangle
     // on reading and once prepared for writing.
     std::unique_ptr<TrianglePropertyMask> m_triangleProperties;
+    // In document order; filled by reading only.
+    std::vector<DisplacementMap> m_displacementMaps;
     bool m_ownStl = false;
 
 protected:

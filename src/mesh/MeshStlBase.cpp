@@ -2,6 +2,8 @@
 // and the life-cycle hooks. Reading, preparing and writing live beside it.
 #include "format3mf/MeshStlBase.h"
 
+#include "format3mf/ModelFile.h"
+#include "foundation/FormatIdentifiers.h"
 #include "mesh/MeshStlBaseRead.h"
 #include "mesh/MeshStlBaseWrite.h"
 
@@ -50,6 +52,15 @@ MStlBase* MeshStlBase::GetStl(bool release)
     return m_stl;
 }
 
+std::unique_ptr<BeamLatticeStlBase> MeshStlBase::CreateBeamLattice(bool force)
+{
+    if (!force && m_stl->GetFeature().GetNumGraphs(false) == 0)
+    {
+        return nullptr;
+    }
+    return std::make_unique<BeamLatticeStlBase>(m_stl, m_modelFile, m_object);
+}
+
 void MeshStlBase::InitTriangleProperties()
 {
     if (!m_triangleProperties)
@@ -76,6 +87,11 @@ void MeshStlBase::_OnStartWriting(PackageWriteContext* context)
     if (m_tetraheders)
     {
         m_tetraheders->_OnStartWriting(context);
+    }
+    if (!m_displacementMaps.empty())
+    {
+        m_modelFile->AddNamespace(NamespaceDisplacementTextures, PrefixDisplacementTextures);
+        m_modelFile->AddRequiredExtension(PrefixDisplacementTextures);
     }
 }
 

@@ -106,6 +106,17 @@ void MeshStlBase::AddContentForWriting(PackageWriteContext* context, MeshStlBase
     }
     std::vector<std::pair<MStlTexture*, Texture2DGroup*>> textures;
     _AddTextures(registry, textures);
+    // Any namespace will do here; which dialect it names matters only to
+    // the lattice's own writer.
+    std::wstring const& beamNamespace = context->Graphs.BeamNamespace;
+    if (!beamNamespace.empty())
+    {
+        m_beamLattice = CreateBeamLattice(false);
+        if (m_beamLattice)
+        {
+            m_modelFile->AddNamespace(beamNamespace, PrefixBeamLattice);
+        }
+    }
     _AddTextureCoordinates(textures);
     _FoldIntoMultiProperties();
 }

@@ -80,16 +80,15 @@ bool MeshStlBaseRead::_IsCore(std::wstring const& tag, std::wstring_view& local)
     return m_lastPrefixIsCore;
 }
 
-// Displacement maps, beam lattices and data in the binary part are read by
-// readers of their own; without them, those elements are skipped with their
-// content, as is everything unknown.
+// Data in the binary part is read by a reader of its own; without it, those
+// elements are skipped with their content, as is everything unknown.
 bool MeshStlBaseRead::HandleTag(std::wstring const& tag, MSAXReader& reader)
 {
     _ReportProgress(reader);
     std::wstring_view local;
     if (!_IsCore(tag, local))
     {
-        return false;
+        return _ReadExtension(tag, reader);
     }
     if (local == L"vertex")
     {

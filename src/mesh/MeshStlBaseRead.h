@@ -26,7 +26,12 @@ public:
 
     bool HandleTag(std::wstring const& tag, MSAXReader& reader) override;
 
+    // The points of the file's vertices, by index; beams refer to them too.
+    std::deque<MStlPoint*> const& GetPoints() const { return m_points; }
+
 private:
+    // An element of another namespace: displacement maps and beam lattices.
+    bool _ReadExtension(std::wstring const& tag, MSAXReader& reader);
     // Whether the element is one of the core mesh elements; `local` is its
     // name without prefix.
     bool _IsCore(std::wstring const& tag, std::wstring_view& local);

@@ -59,10 +59,10 @@ bool MeshStlBaseWrite::Write(MSAXWriter& writer) const
                                                        true);
     _WriteVertices(writer, reporter.CreateNestedDelegate(0.2));
     _WriteTriangles(writer, reporter.CreateNestedDelegate(0.35));
-    // Displacement maps and the beam lattice have their weights reserved;
-    // their writers come with their own extensions.
-    reporter.CreateNestedDelegate(0.15);
+    _WriteDisplacementMaps(writer, reporter.CreateNestedDelegate(0.15));
+    // The lattice reports no progress of its own.
     reporter.CreateNestedDelegate(0.1);
+    _WriteBeamLattice(writer);
     _WriteTetraheders(writer, reporter.CreateNestedDelegate(0.2));
     return true;
 }

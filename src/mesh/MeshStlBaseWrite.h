@@ -19,7 +19,8 @@ class IProgressDelegate;
 
 namespace Format_3MF
 {
-// Prints "vertices", then "triangles", then what the tetrahedra item adds.
+// Prints "vertices", "triangles", the displacement maps, the beam lattice,
+// then what the tetrahedra item adds.
 // It creates no property groups: AddContentForWriting made them. A cancel
 // seen by its own reporters ends the lists where they are, quietly; one seen
 // by the context's overall reporter throws PackageWrite::Canceled.
@@ -35,6 +36,10 @@ public:
     // Always true.
     bool Write(MSAXWriter& writer) const override;
 
+    // The index in the file of each point, once the vertices are written;
+    // null before, and for a mesh without a host mesh.
+    VertexIndexMask const* GetVertexIndices() const { return m_vertexIndices.get(); }
+
 private:
     using Delegate = std::shared_ptr<OndSDK::Common::IProgressDelegate>;
 
@@ -42,6 +47,10 @@ private:
     // False when cancelled.
     bool _WriteVerticesXml(VertexIndexMask* indices, MSAXWriter& writer, Delegate const& progress) const;
     void _WriteTriangles(MSAXWriter& writer, Delegate const& progress) const;
+    // The vendor's "textures" list, with the "dt" prefix.
+    void _WriteDisplacementMaps(MSAXWriter& writer, Delegate const& progress) const;
+    // The "beamlattice" element in the dialect of the context's namespace.
+    void _WriteBeamLattice(MSAXWriter& writer) const;
     void _WriteTetraheders(MSAXWriter& writer, Delegate const& progress) const;
     // Throws PackageWrite::Canceled when the overall reporter was cancelled,
     // else counts one element on it.

@@ -156,10 +156,11 @@ public:
             Size const size = _Measure(object);
             total.Add(size, m_maxElements);
             if (total.points > m_maxElements || total.triangles > m_maxElements ||
-                total.placements > m_maxElements)
+                total.beams > m_maxElements || total.placements > m_maxElements)
             {
                 throw Exception(L"The build places its objects more often than can be held: more than " +
-                                std::to_wstring(m_maxElements) + L" points, triangles or placed objects.");
+                                std::to_wstring(m_maxElements) +
+                                L" points, triangles, beams or placed objects.");
             }
             if (!size.IsEmpty())
             {
@@ -179,7 +180,7 @@ public:
     }
 
 private:
-    // Points and triangles, and the objects the copy visits to place them
+    // Points, triangles and beams, and the objects the copy visits to place them
     // (none that add nothing), counted up to just past the limit: so copying
     // costs time in proportion to what it makes, also when a long chain of
     // components leads to each copy.
@@ -187,6 +188,7 @@ private:
     {
         std::uint64_t points = 0;
         std::uint64_t triangles = 0;
+        std::uint64_t beams = 0;
         std::uint64_t placements = 0;
 
         bool IsEmpty() const { return points == 0 && triangles == 0; }
@@ -195,6 +197,7 @@ private:
         {
             points = std::min(points + other.points, limit + 1);
             triangles = std::min(triangles + other.triangles, limit + 1);
+            beams = std::min(beams + other.beams, limit + 1);
             placements = std::min(placements + other.placements, limit + 1);
         }
     };
@@ -257,6 +260,7 @@ private:
             {
                 node.size.points = node.mesh->GetNumberOfPoints();
                 node.size.triangles = node.mesh->GetNumberOfTriangles();
+                node.size.beams = node.mesh->GetFeature().GetNumEdges();
             }
             for (auto const& [child, transform] : node.placed)
             {
@@ -264,7 +268,7 @@ private:
             }
             if (!node.size.IsEmpty())
             {
-                node.size.Add(Size{0, 0, 1}, m_maxElements);
+                node.size.Add(Size{0, 0, 0, 1}, m_maxElements);
             }
             node.open = false;
             node.done = true;

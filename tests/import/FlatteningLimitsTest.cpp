@@ -48,10 +48,10 @@ TEST(FlatteningLimits, FanOutWithinAndAboveTheLimit)
     WriteModelPackage(above, FanOut(9, 10));
     StlRead refused(above);
     EXPECT_FALSE(refused.ok);
-    EXPECT_EQ(
-        "The build places its objects more often than can be held: more than 134217728 points, triangles or "
-        "placed objects.",
-        refused.Error());
+    EXPECT_EQ("The build places its objects more often than can be held: more than 134217728 points, "
+              "triangles, beams "
+              "or placed objects.",
+              refused.Error());
     EXPECT_TRUE(refused.meshes.empty());
 
     // A trillion copies of an object without geometry add nothing and cost

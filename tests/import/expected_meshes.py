@@ -1,17 +1,25 @@
 #!/usr/bin/env python3
 """What the importer is expected to make of 3MF files, worked out without it.
 
-Usage: expected_meshes.py FILE.3mf...
+Usage: expected_meshes.py [--beams] FILE.3mf...
 
 Prints, for each file, one tab-separated line per output mesh:
 
     file  index  vertices  triangles  min-x  min-y  min-z  max-x  max-y  max-z
-    coloured-triangles  textured-triangles
+    coloured-triangles  textured-triangles  beams
 
 with the bounding box in millimetres to three decimals, or "file<TAB>none"
 when the file yields no mesh, or "file<TAB>error" when the read is expected
 to fail. This is the format of `ond3mf-info --tsv`, so the two can be
 compared line by line (the box within 0.001 mm).
+
+With --beams, it prints instead one line per beam of each output mesh:
+
+    file  index  v1  v2  diameter-1  diameter-2  cap-1  cap-2
+
+with the vertex indices of the output mesh, the diameters in internal units
+(0.1 micrometre) and the caps as numbers (1 hemisphere, 2 sphere, 3 butt, 0
+none), the lattice's default cap filled in.
 
 The rules it follows are the importer's, not those of the 3MF standard where
 the two differ: one mesh per build item with geometry, an item's object with
@@ -45,6 +53,9 @@ NS_CORE_2013 = "http://schemas.microsoft.com/3dmanufacturing/2013/01"
 NS_MATERIAL = "http://schemas.microsoft.com/3dmanufacturing/material/2015/02"
 NS_PRODUCTION = "http://schemas.microsoft.com/3dmanufacturing/production/2015/06"
 NS_DISPLACEMENT = "http://schemas.ondsdk.com/3dmanufacturing/displacementtextures/2017/03"
+NS_BEAMS = "http://schemas.microsoft.com/3dmanufacturing/beamlattice/2017/02"
+NS_BEAMS_VENDOR = "http://schemas.ondsdk.com/3dmanufacturing/beamlattice/2017/02"
+CAPS = {"sphere": 2, "butt": 3}  # any other text is a hemisphere, 1
 
 UNITS = {
     "micron": 0.001,
@@ -255,6 +266,10 @@ class Mesh:
         self.textured = {}  # triangle -> set of texture keys
         self.material = material
         self.properties = []  # (triangle, group, corner indices) until the end
+        # (v1, v2, diameter 1, diameter 2, cap 1, cap 2); caps of 0 take the
+        # mesh's default cap when the mesh is finished.
+        self.beams = []
+        self.default_cap = 0
 
 
 class Object(Resource):
@@ -566,11 +581,11 @@ class MeshRead:
         prefix, name = split(tag)
         namespace = self.model.namespace_of(prefix)
         if namespace == NS_DISPLACEMENT:
-            return False  # displacement maps add no geometry
+            return self._read_displacement(name, attrs)
         if namespace not in (NS_CORE_2015, NS_CORE_2013, ""):
-            if name != "beamlattice":
+            if name != "beamlattice" or namespace not in (NS_BEAMS, NS_BEAMS_VENDOR):
                 return False
-            reader.push(BeamsRead(self.mesh))
+            reader.push(BeamsRead(self.model, self.mesh, namespace, attrs))
             return True
         if name in ("vertices", "triangles"):
             return True
@@ -585,6 +600,16 @@ class MeshRead:
         if name == "bin":
             return self._read_bin(attrs, reader.parent())
         return False
+
+    def _read_displacement(self, name, attrs):
+        """Maps add no geometry; the elements that the reader takes let their
+        content through to the mesh reader."""
+        if name == "textures":
+            return True
+        if name != "texture" or None in (strict_float(attrs, "white"), strict_float(attrs, "black")):
+            return False
+        group = self.model.property_group(reference_id(attrs.get("texture2d_id")))
+        return group is not None and group.kind == "texture"
 
     def _vertex(self, x, y, z):
         scale = self.model.factor
@@ -638,17 +663,81 @@ def records(data, pos, count):
 
 
 class BeamsRead:
-    """Beams add no geometry; a beam on a vertex that isn't there fails."""
+    """The beams of one "beamlattice" element, in either dialect. A beam on a
+    vertex that isn't there fails the read; one on a single vertex is not
+    made; the published dialect drops beams shorter than "minlength"."""
 
-    def __init__(self, mesh):
-        self.mesh = mesh
+    def __init__(self, model, mesh, namespace, attrs):
+        self.model, self.mesh = model, mesh
+        self.vendor = namespace == NS_BEAMS_VENDOR
+        self.prefix = model.prefix_of(namespace)
+        self.min_length = 1
+        self.radius = -1.0
+        minimum = self._float(attrs, "minlength")
+        if minimum is not None:
+            self.min_length = self._internal(minimum)
+        if not self.vendor:
+            cap = prefixed(attrs, "cap", self.prefix)
+            if cap is not None:
+                mesh.default_cap = CAPS.get(cap, 1)
+            radius = self._float(attrs, "radius")
+            if radius is not None:
+                self.radius = radius
+
+    def _float(self, attrs, name):
+        value = strict_float(attrs, name)
+        if value is None and self.prefix:
+            value = strict_float(attrs, self.prefix + ":" + name)
+        return value
+
+    def _int(self, attrs, name):
+        value = strict_int(attrs, name)
+        if value is None and self.prefix:
+            value = strict_int(attrs, self.prefix + ":" + name)
+        return value
+
+    def _internal(self, length):
+        return saturate(length * UNITS_PER_MM * self.model.factor)
+
+    def _diameter(self, radius):
+        return max(INT32_MIN, min(INT32_MAX, 2 * self._internal(radius)))
 
     def tag(self, tag, attrs, _reader):
-        if split(tag)[1] == "beam":
-            for key in ("v1", "v2"):
-                index = strict_int(attrs, key)
-                if index is not None and not 0 <= index < len(self.mesh.points):
-                    raise ReadFailed("a beam names vertex %d of %d" % (index, len(self.mesh.points)))
+        name = split(tag)[1]
+        if name == "beamgroup" and self.vendor:
+            radius = self._float(attrs, "radius")
+            self.radius = -1.0 if radius is None else radius
+            return True
+        if name == "beams" and not self.vendor:
+            return True
+        if name != "beam":
+            return False
+        v1, v2 = self._int(attrs, "v1"), self._int(attrs, "v2")
+        if v1 is None or v2 is None:
+            return True
+        points = self.mesh.points
+        for index in (v1, v2):
+            if not 0 <= index < len(points):
+                raise ReadFailed("a beam names vertex %d of %d" % (index, len(points)))
+        if not self.vendor and math.dist(points[v1], points[v2]) < self.min_length:
+            return True
+        if v1 == v2:
+            return True  # the host makes no edge on one point
+        r1 = self._float(attrs, "r1")
+        if r1 is None:
+            d1 = d2 = self._diameter(self.radius)
+        else:
+            d1 = d2 = self._diameter(r1)
+            r2 = self._float(attrs, "r2")
+            if r2 is not None:
+                d2 = self._diameter(r2)
+        caps = [0, 0]
+        if not self.vendor:
+            for end, key in enumerate(("cap1", "cap2")):
+                text = prefixed(attrs, key, self.prefix)
+                if text is not None:
+                    caps[end] = CAPS.get(text, 1)
+        self.mesh.beams.append((v1, v2, d1, d2, caps[0], caps[1]))
         return True
 
 
@@ -664,6 +753,8 @@ def finish_mesh(obj):
     for triangle, group, corners in mesh.properties:
         assign(obj.model, mesh, triangle, group, corners, 0)
     mesh.properties = []
+    default = mesh.default_cap
+    mesh.beams = [(v1, v2, d1, d2, c1 or default, c2 or default) for v1, v2, d1, d2, c1, c2 in mesh.beams]
 
 
 def assign(model, mesh, triangle, group, corners, depth):
@@ -698,6 +789,7 @@ def transformed(mesh, matrix, root_factor):
     copy.triangles = mesh.triangles
     copy.colours = dict(mesh.colours)
     copy.textured = {k: set(v) for k, v in mesh.textured.items()}
+    copy.beams = list(mesh.beams)
     if matrix == IDENTITY:
         copy.points = list(mesh.points)
         return copy
@@ -716,6 +808,8 @@ def append(target, source):
         for triangle in range(source.triangles):
             source.colours.setdefault(triangle, source.material)
     offset = target.triangles
+    first = len(target.points)
+    target.beams.extend((v1 + first, v2 + first) + rest for v1, v2, *rest in source.beams)
     target.points.extend(source.points)
     target.triangles += source.triangles
     target.colours.update((offset + k, v) for k, v in source.colours.items())
@@ -853,19 +947,29 @@ def describe(path, meshes):
         high = [max(p[axis] for p in mesh.points) / UNITS_PER_MM for axis in range(3)]
         fields = [path, str(index), str(len(mesh.points)), str(mesh.triangles)]
         fields += ["%.3f" % value for value in low + high]
-        fields += [str(len(mesh.colours)), str(len(mesh.textured))]
+        fields += [str(len(mesh.colours)), str(len(mesh.textured)), str(len(mesh.beams))]
         lines.append("\t".join(fields))
     return lines
 
 
+def describe_beams(path, meshes):
+    return [
+        "\t".join([path, str(index)] + [str(value) for value in beam])
+        for index, mesh in enumerate(meshes)
+        for beam in mesh.beams
+    ]
+
+
 def main(arguments):
+    beams = arguments[:1] == ["--beams"]
+    arguments = arguments[1:] if beams else arguments
     if not arguments:
         print(__doc__.strip().splitlines()[2], file=sys.stderr)
         return 2
     failed = False
     for path in arguments:
         try:
-            lines = describe(path, expected_meshes(path))
+            lines = (describe_beams if beams else describe)(path, expected_meshes(path))
         except ReadFailed as error:
             print("expected_meshes: %s: read fails: %s" % (path, error), file=sys.stderr)
             lines, failed = [path + "\terror"], True

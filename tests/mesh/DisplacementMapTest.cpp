@@ -1,0 +1,153 @@
+// Displacement maps of the vendor's namespace: which entries are kept on
+// reading, and that they pass through a write and a second read with their
+// groups, values and order.
+#include "import/ImportSupport.h"
+#include "mesh/MeshReadSupport.h"
+
+#include "format3mf/PackageWrite.h"
+#include "format3mf/PropertyValues.h"
+
+#include "common/ImageBitmapIO.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+
+using namespace Format_3MF;
+
+namespace
+{
+std::string const kDisplacement = "http://schemas.ondsdk.com/3dmanufacturing/displacementtextures/2017/03";
+
+std::string Png(PackageScratch const& scratch)
+{
+    OndSDK::Common::ImageBitmap bitmap;
+    bitmap.Create(2, 2, 3);
+    std::wstring const path = scratch.File("texture.png");
+    EXPECT_TRUE(OndSDK::Common::SavePng(bitmap, path));
+    std::ifstream in(StringConversion::ConvertNativeToUTF8(path), std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+// The root model of a written package.
+std::string WrittenModel(std::wstring const& package)
+{
+    return RunCommand("python3 -c \"import sys,zipfile; "
+                      "sys.stdout.write(zipfile.ZipFile(sys.argv[1]).read('3D/3dmodel.model').decode())\" " +
+                      Quoted(StringConversion::ConvertNativeToUTF8(package)))
+        .text;
+}
+
+// A colour group 1, coordinate groups 6 and 8 on texture 5, and object 10
+// with the displacement entries given in a "textures" list; group 9 comes
+// after the object. Without entries, the model has no displacement
+// namespace at all.
+std::string DisplacementModel(std::string const& entries)
+{
+    std::string const declaration =
+        entries.empty() ? "" : " xmlns:dt=\"" + kDisplacement + "\" requiredextensions=\"dt\"";
+    return R"(<model unit="millimeter" xmlns="http://schemas.microsoft.com/3dmanufacturing/core/2015/02"
+        xmlns:m="http://schemas.microsoft.com/3dmanufacturing/material/2015/02")" +
+           declaration + R"(><resources>
+        <m:colorgroup id="1"><m:color color="#FF0000"/></m:colorgroup>
+        <m:texture2d id="5" path="/3D/Textures/tex.png" contenttype="image/png"/>
+        <m:texture2dgroup id="6" texid="5"><m:tex2coord u="0" v="0"/></m:texture2dgroup>
+        <m:texture2dgroup id="8" texid="5"><m:tex2coord u="1" v="1"/></m:texture2dgroup>
+        <object id="10"><mesh><vertices><vertex x="0" y="0" z="0"/><vertex x="1" y="0" z="0"/>
+        <vertex x="0" y="1" z="0"/></vertices><triangles><triangle v1="0" v2="1" v3="2"/></triangles>)" +
+           (entries.empty() ? "" : "<dt:textures>" + entries + "</dt:textures>") + R"(</mesh></object>
+        <m:texture2dgroup id="9" texid="5"><m:tex2coord u="1" v="0"/></m:texture2dgroup>
+        </resources><build><item objectid="10"/></build></model>)";
+}
+
+struct Map
+{
+    int group;
+    double white;
+    double black;
+
+    bool operator==(Map const& other) const
+    {
+        return group == other.group && white == other.white && black == other.black;
+    }
+};
+
+std::ostream& operator<<(std::ostream& out, Map const& map)
+{
+    return out << "{" << map.group << " " << map.white << " " << map.black << "}";
+}
+
+std::vector<Map> Maps(MeshStlBase const& mesh)
+{
+    std::vector<Map> maps;
+    for (DisplacementMap const& map : mesh.m_displacementMaps)
+    {
+        maps.push_back({int(map.m_group->m_id), map.m_white, map.m_black});
+    }
+    return maps;
+}
+} // namespace
+
+// Kept: entries on a coordinate group with "white" and "black". Dropped: a
+// colour group, a missing value or id, and a group defined after the
+// object.
+TEST(DisplacementMapRead, OnlyCompleteEntriesOnCoordinateGroupsAreKept)
+{
+    PackageScratch images;
+    MeshRead read(DisplacementModel(R"(<dt:texture texture2d_id="8" white="1" black="-0.5"/>
+        <dt:texture texture2d_id="1" white="1" black="0"/>
+        <dt:texture texture2d_id="6" white="2"/>
+        <dt:texture white="2" black="3"/>
+        <dt:texture texture2d_id="9" white="2" black="3"/>
+        <dt:texture texture2d_id="6" white="0.25" black="0.125"/>)"),
+                  {}, {{"3D/Textures/tex.png", Png(images)}});
+    ASSERT_TRUE(read.ok) << read.Error();
+    EXPECT_EQ((std::vector<Map>{{8, 1, -0.5}, {6, 0.25, 0.125}}), Maps(*read.Mesh()));
+}
+
+// Read, write, read: the same maps in the same order, under the "dt" prefix
+// that writing declares as a required extension; values with four decimals.
+TEST(DisplacementMapRead, MapsSurviveWritingAndReadingAgain)
+{
+    PackageScratch scratch;
+    MeshRead first(DisplacementModel(R"(<dt:texture texture2d_id="8" white="1" black="-0.5"/>
+        <dt:texture texture2d_id="6" white="0.25" black="3"/>)"),
+                   {}, {{"3D/Textures/tex.png", Png(scratch)}});
+    ASSERT_TRUE(first.ok) << first.Error();
+    std::wstring const written = scratch.File("written.3mf");
+    PackageWrite(&first.package, PackageWriteOptions()).Write(written, nullptr);
+
+    std::string const xml = WrittenModel(written);
+    EXPECT_NE(std::string::npos, xml.find("xmlns:dt=\"" + kDisplacement + "\"")) << xml;
+    EXPECT_NE(std::string::npos, xml.find("requiredextensions=\"dt\"")) << xml;
+    EXPECT_NE(
+        std::string::npos,
+        xml.find(R"(</triangles><dt:textures><dt:texture texture2d_id="8" white="1.0000" black="-0.5000"/>)"
+                 R"(<dt:texture texture2d_id="6" white="0.2500" black="3.0000"/></dt:textures></mesh>)"))
+        << xml;
+
+    StlMeshModelFile model;
+    Package package(&model);
+    PackageRead reader(&package, PackageReadOptions());
+    ASSERT_TRUE(reader.Read(written, nullptr));
+    auto* const object = dynamic_cast<Object*>(model.GetReference(10));
+    ASSERT_NE(nullptr, object);
+    EXPECT_EQ((std::vector<Map>{{8, 1, -0.5}, {6, 0.25, 3}}),
+              Maps(dynamic_cast<MeshStlBase&>(*object->m_mesh)));
+}
+
+TEST(DisplacementMapRead, AMeshWithoutMapsDeclaresNothing)
+{
+    PackageScratch scratch;
+    MeshRead first(DisplacementModel(""), {}, {{"3D/Textures/tex.png", Png(scratch)}});
+    ASSERT_TRUE(first.ok) << first.Error();
+    EXPECT_TRUE(first.Mesh()->m_displacementMaps.empty());
+    EXPECT_EQ(3u, first.Stl().GetNumberOfPoints());
+    std::wstring const written = scratch.File("written.3mf");
+    PackageWrite(&first.package, PackageWriteOptions()).Write(written, nullptr);
+    std::string const xml = WrittenModel(written);
+    EXPECT_EQ(std::string::npos, xml.find("textures")) << xml;
+    EXPECT_EQ(std::string::npos, xml.find(kDisplacement)) << xml;
+    EXPECT_NE(std::string::npos, xml.find("<triangle ")) << xml;
+}
