@@ -3,6 +3,7 @@
 #include <charconv>
 #include <string_view>
 #include <system_error>
+#include <type_traits>
 
 namespace OndSAX
 {
@@ -59,5 +60,28 @@ bool ParseNumber(char const* text, T& value)
         }
     }
     return ParseNumber(std::string_view(text, static_cast<std::size_t>(end - text)), value);
+}
+
+// ParseNumber for the plain decimal forms alone: a digit (or, for the
+// floating types, a point) must follow the optional sign, so that the words
+// that std::from_chars also takes ("inf", "nan") are refused here.
+template <typename T>
+bool ParsePlainNumber(std::string_view text, T& value)
+{
+    std::size_t at = 0;
+    while (at < text.size() && (text[at] == ' ' || text[at] == '\t' || text[at] == '\n' || text[at] == '\r'))
+    {
+        ++at;
+    }
+    if (at < text.size() && (text[at] == '+' || text[at] == '-'))
+    {
+        ++at;
+    }
+    if (at == text.size() ||
+        !((text[at] >= '0' && text[at] <= '9') || (std::is_floating_point_v<T> && text[at] == '.')))
+    {
+        return false;
+    }
+    return ParseNumber(text, value);
 }
 } // namespace OndSAX
