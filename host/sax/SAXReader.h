@@ -123,6 +123,8 @@ public:
     // The same from a buffer, without a stream between: the bytes are
     // handed to the parser, or scanned as plain content, where they lie.
     bool Parse(IReadBuffer& source);
+    // The input bytes that went past the parser as plain content.
+    std::int64_t GetBypassedBytes() const { return m_bypassed; }
 
     void PushHandler(ISAXPersist* child) override;
     void GetText(std::wstring& out) override;
