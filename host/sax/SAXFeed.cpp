@@ -48,13 +48,14 @@ bool SAXFeed::Run()
         {
             if (!ScanRegion())
             {
-                if (m_end - m_fed < kMaxCarry && !m_atEnd)
+                // A token too long to keep back, or cut off by the end of the
+                // input, is the parser's to judge.
+                bool const wait = m_end - m_fed < kMaxCarry && !m_atEnd;
+                if (wait)
                 {
                     m_atEnd = !Fill();
                 }
-                // A token too long to keep back, or cut off by the end of the
-                // input, is the parser's to judge.
-                if (m_end - m_fed >= kMaxCarry || m_atEnd)
+                if (!wait || m_atEnd)
                 {
                     FallBack();
                 }

@@ -219,3 +219,31 @@ TEST(PlainContentReadBasics, ThePlainMeshIsReadAndMostlyBypassesTheParser)
         << "-0.00025 mm is -2.5 internal units, rounded half away from zero";
     EXPECT_GT(reading.bypassed, std::int64_t(xml.size() / 2));
 }
+
+// Big enough for many reads and carried tokens: all of the mesh data goes
+// past the parser, in blocks of any size.
+TEST(PlainContentReadBasics, ABigMeshBypassesTheParserAcrossReads)
+{
+    std::string vertices = "<vertices>";
+    std::string triangles = "<triangles>";
+    for (int i = 0; i < 20000; ++i)
+    {
+        vertices += "\n <vertex x=\"" + std::to_string(i * 0.125) + "\" y=\"-" + std::to_string(i) +
+                    ".5\" z=\"1e-3\"/>";
+        if (i >= 2)
+        {
+            triangles += "\n <triangle v1=\"" + std::to_string(i) + "\" v2=\"" + std::to_string(i - 1) +
+                         "\" v3=\"" + std::to_string(i - 2) + "\"/>";
+        }
+    }
+    std::string const xml = Document(vertices + "</vertices>" + triangles + "</triangles>");
+    std::int64_t const content = std::int64_t(vertices.size() + triangles.size()) - 21;
+    Reading const expected = Read(xml, false, 1 << 20);
+    for (std::size_t const block : {std::size_t(1000), std::size_t(64 * 1024), std::size_t(1 << 20)})
+    {
+        Reading const plain = Read(xml, true, block);
+        EXPECT_EQ(expected.outcome, plain.outcome) << "block size " << block;
+        EXPECT_EQ(content, plain.bypassed) << "block size " << block;
+    }
+    EXPECT_EQ(20000u, expected.outcome.points.size());
+}
