@@ -1,6 +1,7 @@
 #pragma once
 
 #include <charconv>
+#include <limits>
 #include <string_view>
 #include <system_error>
 #include <type_traits>
@@ -64,24 +65,69 @@ bool ParseNumber(char const* text, T& value)
 
 // ParseNumber for the plain decimal forms alone: a digit (or, for the
 // floating types, a point) must follow the optional sign, so that the words
-// that std::from_chars also takes ("inf", "nan") are refused here.
+// that std::from_chars also takes ("inf", "nan") are refused here. Integers,
+// the bulk of mesh data, are parsed here directly, with the same results.
 template <typename T>
 bool ParsePlainNumber(std::string_view text, T& value)
 {
-    std::size_t at = 0;
-    while (at < text.size() && (text[at] == ' ' || text[at] == '\t' || text[at] == '\n' || text[at] == '\r'))
+    auto isSpace = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
+    auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    char const* first = text.data();
+    char const* last = first + text.size();
+    while (first != last && isSpace(*first))
     {
-        ++at;
+        ++first;
     }
-    if (at < text.size() && (text[at] == '+' || text[at] == '-'))
+    while (first != last && isSpace(last[-1]))
     {
-        ++at;
+        --last;
     }
-    if (at == text.size() ||
-        !((text[at] >= '0' && text[at] <= '9') || (std::is_floating_point_v<T> && text[at] == '.')))
+    bool const negative = first != last && *first == '-';
+    if (first != last && (*first == '+' || *first == '-'))
+    {
+        ++first;
+    }
+    if (first == last || !(isDigit(*first) || (std::is_floating_point_v<T> && *first == '.')))
     {
         return false;
     }
-    return ParseNumber(text, value);
+    if constexpr (std::is_floating_point_v<T>)
+    {
+        return ParseNumber(text, value);
+    }
+    else
+    {
+        if (negative && std::is_unsigned_v<T>)
+        {
+            return false;
+        }
+        unsigned long long magnitude = 0;
+        for (; first != last; ++first)
+        {
+            if (!isDigit(*first) || magnitude > (~0ULL - 9) / 10)
+            {
+                return false;
+            }
+            magnitude = magnitude * 10 + static_cast<unsigned long long>(*first - '0');
+        }
+        using Limits = std::numeric_limits<T>;
+        if (negative)
+        {
+            if (magnitude > static_cast<unsigned long long>(Limits::max()) + 1)
+            {
+                return false;
+            }
+            value = magnitude == 0 ? T(0) : static_cast<T>(-static_cast<T>(magnitude - 1) - 1);
+        }
+        else
+        {
+            if (magnitude > static_cast<unsigned long long>(Limits::max()))
+            {
+                return false;
+            }
+            value = static_cast<T>(magnitude);
+        }
+        return true;
+    }
 }
 } // namespace OndSAX

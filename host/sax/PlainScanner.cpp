@@ -9,29 +9,85 @@ namespace OndSAX
 {
 namespace
 {
+// The classes of bytes, looked up in one table: the scanner's inner loops
+// test each byte once.
+enum : unsigned char
+{
+    kSpace = 1,
+    kNameStart = 2,
+    // Names are kept to ASCII without colons: a prefix or a wider character
+    // goes to the parser.
+    kNameChar = 4,
+    // Characters of comments that need no checking by the parser: printable
+    // ASCII and the white space characters.
+    kCommentChar = 8,
+    // The same less '&', which starts a reference, and '<', which is not
+    // allowed in attribute values.
+    kValueChar = 16,
+};
+
+struct CharTable
+{
+    unsigned char m_classes[256] = {};
+
+    constexpr CharTable()
+    {
+        for (int c = 0; c < 256; ++c)
+        {
+            bool const space = c == ' ' || c == '\n' || c == '\r' || c == '\t';
+            bool const nameStart = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+            bool const nameChar = nameStart || (c >= '0' && c <= '9') || c == '-' || c == '.';
+            bool const commentChar = (c >= 0x20 && c < 0x7F) || space;
+            bool const valueChar = commentChar && c != '&' && c != '<';
+            m_classes[c] = static_cast<unsigned char>(
+                (space ? kSpace : 0) | (nameStart ? kNameStart : 0) | (nameChar ? kNameChar : 0) |
+                (commentChar ? kCommentChar : 0) | (valueChar ? kValueChar : 0));
+        }
+    }
+};
+
+constexpr CharTable kTable;
+
+bool Is(char c, unsigned char classes)
+{
+    return (kTable.m_classes[static_cast<unsigned char>(c)] & classes) != 0;
+}
+
 bool IsSpace(char c)
 {
-    return c == ' ' || c == '\n' || c == '\r' || c == '\t';
+    return Is(c, kSpace);
 }
 
 bool IsNameStart(char c)
 {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+    return Is(c, kNameStart);
 }
 
-// Names are kept to ASCII without colons: a prefix or a wider character goes
-// to the parser.
 bool IsNameChar(char c)
 {
-    return IsNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
+    return Is(c, kNameChar);
 }
 
-// Characters of comments and attribute values that need no checking by the
-// parser: printable ASCII and the white space characters.
 bool IsPlainChar(char c)
 {
-    auto const u = static_cast<unsigned char>(c);
-    return (u >= 0x20 && u < 0x7F) || u == '\n' || u == '\r' || u == '\t';
+    return Is(c, kCommentChar);
+}
+
+// Names are short: a plain loop beats a call of memcmp.
+bool Equal(std::string_view a, std::string_view b)
+{
+    if (a.size() != b.size())
+    {
+        return false;
+    }
+    for (std::size_t i = 0; i < a.size(); ++i)
+    {
+        if (a[i] != b[i])
+        {
+            return false;
+        }
+    }
+    return true;
 }
 
 constexpr PlainStep More()
@@ -120,7 +176,7 @@ bool SameName(PlainElement const& element, std::string_view name)
 {
     for (std::size_t i = 0; i < element.m_count; ++i)
     {
-        if (element.m_attributes[i].m_name == name)
+        if (Equal(element.m_attributes[i].m_name, name))
         {
             return true;
         }
@@ -161,8 +217,7 @@ PlainStep Attribute(char const* text, std::size_t size, std::size_t& at, PlainEl
     std::size_t const valueStart = ++at;
     for (; at < size && text[at] != quote; ++at)
     {
-        // '&' starts a reference and '<' is not allowed: both go to the parser.
-        if (!IsPlainChar(text[at]) || text[at] == '&' || text[at] == '<')
+        if (!Is(text[at], kValueChar))
         {
             return Other();
         }
@@ -227,7 +282,7 @@ PlainStep Content(char const* text, std::size_t size, std::size_t at, PlainEleme
         {
             return step;
         }
-        if (end != element.m_name)
+        if (!Equal(end, element.m_name))
         {
             return Other();
         }

@@ -135,7 +135,11 @@ bool MeshStlBaseRead::_ReadPlainVertex(OndSAX::PlainElement const& element, MSAX
     for (std::size_t i = 0; i < element.m_count; ++i)
     {
         std::string_view const name = element.m_attributes[i].m_name;
-        unsigned const index = name == "x" ? 0 : name == "y" ? 1 : name == "z" ? 2 : 3;
+        unsigned const index = name.size() != 1 ? 3
+                               : name[0] == 'x' ? 0
+                               : name[0] == 'y' ? 1
+                               : name[0] == 'z' ? 2
+                                                : 3;
         if (index == 3 || !OndSAX::ParsePlainNumber(element.m_attributes[i].m_value, values[index]))
         {
             return false;
@@ -152,16 +156,22 @@ bool MeshStlBaseRead::_ReadPlainVertex(OndSAX::PlainElement const& element, MSAX
 
 bool MeshStlBaseRead::_ReadPlainTriangle(OndSAX::PlainElement const& element, MSAXReader& reader)
 {
-    static constexpr std::string_view kNames[] = {"v1", "v2", "v3", "pid", "p1", "p2", "p3"};
+    // v1, v2, v3, pid, p1, p2, p3.
     int values[7] = {};
     unsigned given = 0;
     for (std::size_t i = 0; i < element.m_count; ++i)
     {
         std::string_view const name = element.m_attributes[i].m_name;
-        unsigned index = 0;
-        while (index < 7 && kNames[index] != name)
+        unsigned index = 7;
+        if (name.size() == 2 && name[1] >= '1' && name[1] <= '3')
         {
-            ++index;
+            index = name[0] == 'v'   ? unsigned(name[1] - '1')
+                    : name[0] == 'p' ? unsigned(name[1] - '1') + 4
+                                     : 7;
+        }
+        else if (name == "pid")
+        {
+            index = 3;
         }
         if (index == 7 || !OndSAX::ParsePlainNumber(element.m_attributes[i].m_value, values[index]))
         {

@@ -2,9 +2,12 @@
 // are, and that every cut of a token it would take asks for more bytes.
 
 #include "sax/PlainScanner.h"
+#include "sax/NumberParsing.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <limits>
 #include <string>
 
 using OndSAX::PlainElement;
@@ -115,4 +118,74 @@ TEST(PlainScanner, AsksForMoreAtEveryCutOfATakenToken)
                 << text << " cut at " << cut;
         }
     }
+}
+
+namespace
+{
+// Where the plain parse takes a value, it is the value ParseNumber gives; it
+// refuses only the words ParseNumber also takes.
+template <typename T>
+void ExpectPlainAgrees(std::string const& text)
+{
+    T plain = T(7);
+    T general = T(7);
+    bool const plainTaken = OndSAX::ParsePlainNumber(std::string_view(text), plain);
+    bool const generalTaken = OndSAX::ParseNumber(std::string_view(text), general);
+    if (plainTaken)
+    {
+        EXPECT_TRUE(generalTaken) << text;
+        EXPECT_EQ(general, plain) << text;
+    }
+    else
+    {
+        EXPECT_EQ(T(7), plain) << text << ": a refused value is left alone";
+        bool const word = text.find_first_of("iInN") != std::string::npos;
+        EXPECT_TRUE(!generalTaken || word) << text;
+    }
+}
+} // namespace
+
+TEST(PlainScanner, PlainNumbersAgreeWithTheGeneralParse)
+{
+    for (std::string const text : {"0",
+                                   "-0",
+                                   "+7",
+                                   " 12 ",
+                                   "\t-2147483648\n",
+                                   "2147483647",
+                                   "2147483648",
+                                   "-2147483649",
+                                   "0000000000000000000000042",
+                                   "99999999999999999999999",
+                                   "18446744073709551616",
+                                   "1.5",
+                                   "-.5",
+                                   "5.",
+                                   "1e3",
+                                   "1E+05",
+                                   "1e400",
+                                   "+-1",
+                                   "-+1",
+                                   "inf",
+                                   "-INF",
+                                   "NaN",
+                                   "infinity",
+                                   "",
+                                   " ",
+                                   "+",
+                                   "-",
+                                   "1 2",
+                                   "0x10",
+                                   "1,5",
+                                   "4294967295"})
+    {
+        ExpectPlainAgrees<int>(text);
+        ExpectPlainAgrees<double>(text);
+        ExpectPlainAgrees<std::uint64_t>(text);
+    }
+    int value = 0;
+    EXPECT_TRUE(OndSAX::ParsePlainNumber(std::string_view("-2147483648"), value));
+    EXPECT_EQ(std::numeric_limits<int>::min(), value);
+    double real = 0;
+    EXPECT_FALSE(OndSAX::ParsePlainNumber(std::string_view("INF"), real));
 }
