@@ -9,6 +9,11 @@ build="${BUILD_DIR:-$root/build-fuzz-mesh}"
 seconds="${1:-60}"
 shift || true
 
+if ! command -v clang++-14 >/dev/null; then
+    echo "fuzz-mesh-fastpath.sh needs clang-14 with libFuzzer: apt-get install -y clang-14" >&2
+    exit 1
+fi
+
 flags="-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer -g"
 cmake -S "$root/fuzz/mesh_fastpath" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 \
