@@ -100,7 +100,7 @@ bool SAXFeed::Fill()
         std::memmove(m_data.get(), m_data.get() + m_fed, m_end - m_fed);
         m_offset += static_cast<std::int64_t>(m_fed);
         m_end -= m_fed;
-        m_searchFrom -= m_fed;
+        m_searchFrom = m_searchFrom > m_fed ? m_searchFrom - m_fed : 0;
         m_fed = 0;
     }
     std::size_t const got = m_source.Read(m_data.get() + m_end, kBlockSize + kMaxCarry - m_end);
