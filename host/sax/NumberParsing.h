@@ -91,7 +91,43 @@ bool ParsePlainNumber(std::string_view text, T& value)
     {
         return false;
     }
-    if constexpr (std::is_floating_point_v<T>)
+    if constexpr (std::is_same_v<T, double>)
+    {
+        // Up to 15 digits with a point and no exponent, the usual form of a
+        // coordinate: the digits as an integer and one division by an exact
+        // power of ten round correctly, as std::from_chars does.
+        static constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                             1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+        unsigned long long digits = 0;
+        int count = 0;
+        int fraction = -1;
+        char const* at = first;
+        for (; at != last && count <= 15; ++at)
+        {
+            if (isDigit(*at))
+            {
+                digits = digits * 10 + static_cast<unsigned long long>(*at - '0');
+                ++count;
+                fraction += fraction >= 0 ? 1 : 0;
+            }
+            else if (*at == '.' && fraction < 0)
+            {
+                fraction = 0;
+            }
+            else
+            {
+                break;
+            }
+        }
+        if (at == last && count > 0 && count <= 15)
+        {
+            double const magnitude = static_cast<double>(digits) / kPowers[fraction < 0 ? 0 : fraction];
+            value = negative ? -magnitude : magnitude;
+            return true;
+        }
+        return ParseNumber(text, value);
+    }
+    else if constexpr (std::is_floating_point_v<T>)
     {
         return ParseNumber(text, value);
     }

@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
 #include <limits>
+#include <random>
 #include <string>
 
 using OndSAX::PlainElement;
@@ -188,4 +190,35 @@ TEST(PlainScanner, PlainNumbersAgreeWithTheGeneralParse)
     EXPECT_EQ(std::numeric_limits<int>::min(), value);
     double real = 0;
     EXPECT_FALSE(OndSAX::ParsePlainNumber(std::string_view("INF"), real));
+}
+
+// The plain parse of coordinates takes a shortcut for short decimals; it must
+// give the very bits that std::from_chars gives.
+TEST(PlainScanner, PlainDecimalsAreTheBitsOfTheGeneralParse)
+{
+    std::mt19937_64 random(16);
+    for (int i = 0; i < 200000; ++i)
+    {
+        std::string text = random() % 4 == 0 ? "-" : random() % 8 == 0 ? "+" : "";
+        int const whole = static_cast<int>(random() % 18);
+        for (int d = 0; d < whole; ++d)
+        {
+            text += static_cast<char>('0' + random() % 10);
+        }
+        if (random() % 4 != 0)
+        {
+            text += '.';
+            int const fraction = static_cast<int>(random() % 18);
+            for (int d = 0; d < fraction; ++d)
+            {
+                text += static_cast<char>('0' + random() % 10);
+            }
+        }
+        double plain = 7.0;
+        double general = 7.0;
+        bool const plainTaken = OndSAX::ParsePlainNumber(std::string_view(text), plain);
+        bool const generalTaken = OndSAX::ParseNumber(std::string_view(text), general);
+        ASSERT_EQ(generalTaken, plainTaken) << text;
+        ASSERT_EQ(0, std::memcmp(&plain, &general, sizeof plain)) << text;
+    }
 }
