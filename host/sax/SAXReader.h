@@ -17,10 +17,7 @@ struct XML_ParserStruct;
 namespace OndSAX
 {
 class SAXFeed;
-}
 
-namespace OndSAX
-{
 // What a persist object sees of the reader while it handles a start tag.
 // Attribute values are kept as the parser delivers them (UTF-8), as a list
 // of name and value pairs closed by a null name; the typed reads below work
