@@ -1,8 +1,10 @@
 #pragma once
 
 #include <charconv>
+#include <limits>
 #include <string_view>
 #include <system_error>
+#include <type_traits>
 
 namespace OndSAX
 {
@@ -59,5 +61,109 @@ bool ParseNumber(char const* text, T& value)
         }
     }
     return ParseNumber(std::string_view(text, static_cast<std::size_t>(end - text)), value);
+}
+
+// ParseNumber for the plain decimal forms alone: a digit (or, for the
+// floating types, a point) must follow the optional sign, so that the words
+// that std::from_chars also takes ("inf", "nan") are refused here. Integers,
+// the bulk of mesh data, are parsed here directly, with the same results.
+template <typename T>
+bool ParsePlainNumber(std::string_view text, T& value)
+{
+    auto isSpace = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
+    auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    char const* first = text.data();
+    char const* last = first + text.size();
+    while (first != last && isSpace(*first))
+    {
+        ++first;
+    }
+    while (first != last && isSpace(last[-1]))
+    {
+        --last;
+    }
+    bool const negative = first != last && *first == '-';
+    if (first != last && (*first == '+' || *first == '-'))
+    {
+        ++first;
+    }
+    if (first == last || !(isDigit(*first) || (std::is_floating_point_v<T> && *first == '.')))
+    {
+        return false;
+    }
+    if constexpr (std::is_same_v<T, double>)
+    {
+        // Up to 15 digits with a point and no exponent, the usual form of a
+        // coordinate: the digits as an integer and one division by an exact
+        // power of ten round correctly, as std::from_chars does.
+        static constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                             1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+        unsigned long long digits = 0;
+        int count = 0;
+        int fraction = -1;
+        char const* at = first;
+        for (; at != last && count <= 15; ++at)
+        {
+            if (isDigit(*at))
+            {
+                digits = digits * 10 + static_cast<unsigned long long>(*at - '0');
+                ++count;
+                fraction += fraction >= 0 ? 1 : 0;
+            }
+            else if (*at == '.' && fraction < 0)
+            {
+                fraction = 0;
+            }
+            else
+            {
+                break;
+            }
+        }
+        if (at == last && count > 0 && count <= 15)
+        {
+            double const magnitude = static_cast<double>(digits) / kPowers[fraction < 0 ? 0 : fraction];
+            value = negative ? -magnitude : magnitude;
+            return true;
+        }
+        return ParseNumber(text, value);
+    }
+    else if constexpr (std::is_floating_point_v<T>)
+    {
+        return ParseNumber(text, value);
+    }
+    else
+    {
+        if (negative && std::is_unsigned_v<T>)
+        {
+            return false;
+        }
+        unsigned long long magnitude = 0;
+        for (; first != last; ++first)
+        {
+            if (!isDigit(*first) || magnitude > (~0ULL - 9) / 10)
+            {
+                return false;
+            }
+            magnitude = magnitude * 10 + static_cast<unsigned long long>(*first - '0');
+        }
+        using Limits = std::numeric_limits<T>;
+        if (negative)
+        {
+            if (magnitude > static_cast<unsigned long long>(Limits::max()) + 1)
+            {
+                return false;
+            }
+            value = magnitude == 0 ? T(0) : static_cast<T>(-static_cast<T>(magnitude - 1) - 1);
+        }
+        else
+        {
+            if (magnitude > static_cast<unsigned long long>(Limits::max()))
+            {
+                return false;
+            }
+            value = static_cast<T>(magnitude);
+        }
+        return true;
+    }
 }
 } // namespace OndSAX

@@ -1,7 +1,9 @@
 #include "sax/SAXReader.h"
 
 #include "common/StringConversion.h"
+#include "sax/SAXFeed.h"
 #include "sax/SAXPersist.h"
+#include "zip/IReadBuffer.h"
 
 #include <expat.h>
 
@@ -10,9 +12,34 @@
 
 namespace
 {
-// Input is handed to the parser in blocks of this size, straight from the
-// stream into the parser's own buffer.
-constexpr int kBlockSize = 256 * 1024;
+// A failure of the stream, which makes Parse false.
+struct StreamFailure
+{
+};
+
+// The bytes of a stream, for the parse from a buffer.
+class StreamReadBuffer final : public IReadBuffer
+{
+public:
+    explicit StreamReadBuffer(std::istream& stream) : m_stream(stream) {}
+
+    std::size_t Read(char* data, std::size_t size) override
+    {
+        if (!m_stream)
+        {
+            return 0;
+        }
+        m_stream.read(data, static_cast<std::streamsize>(size));
+        if (m_stream.bad())
+        {
+            throw StreamFailure();
+        }
+        return static_cast<std::size_t>(m_stream.gcount());
+    }
+
+private:
+    std::istream& m_stream;
+};
 
 // Converts a tag name into a string that is reused from tag to tag. Names
 // are ASCII in practice; they are widened without the general conversion.
@@ -184,36 +211,31 @@ MSAXReader::~MSAXReader()
 
 bool MSAXReader::Parse(std::istream& stream)
 {
+    StreamReadBuffer source(stream);
+    try
+    {
+        return Parse(source);
+    }
+    catch (StreamFailure const&)
+    {
+        return false;
+    }
+}
+
+bool MSAXReader::Parse(IReadBuffer& source)
+{
     if (m_parser == nullptr)
     {
         return false;
     }
-    for (;;)
+    OndSAX::SAXFeed feed(*this, source);
+    if (!feed.Run())
     {
-        void* const buffer = XML_GetBuffer(m_parser, kBlockSize);
-        if (buffer == nullptr)
+        if (m_error)
         {
-            return false;
+            std::rethrow_exception(m_error);
         }
-        stream.read(static_cast<char*>(buffer), kBlockSize);
-        auto const count = static_cast<int>(stream.gcount());
-        if (stream.bad())
-        {
-            return false;
-        }
-        bool const last = !stream;
-        if (XML_ParseBuffer(m_parser, count, last) != XML_STATUS_OK)
-        {
-            if (m_error)
-            {
-                std::rethrow_exception(m_error);
-            }
-            return false;
-        }
-        if (last)
-        {
-            break;
-        }
+        return false;
     }
     ISAXPersist& root = *m_handlers.front().handler;
     root.ResolveReferences(*this);
@@ -262,8 +284,12 @@ std::map<std::wstring, std::wstring> const& MSAXReader::GetAttributes()
 
 std::int64_t MSAXReader::GetPosition()
 {
+    if (m_position >= 0)
+    {
+        return m_position;
+    }
     std::int64_t const index = XML_GetCurrentByteIndex(m_parser);
-    return index < 0 ? 0 : index + XML_GetCurrentByteCount(m_parser);
+    return index < 0 ? 0 : index + XML_GetCurrentByteCount(m_parser) + m_bypassed;
 }
 
 bool MSAXReader::GetAttributeString(std::wstring& out, std::wstring const& name)
@@ -380,6 +406,9 @@ bool MSAXReader::IsEmptyElementTag() const
 void MSAXReader::HoldStartTag(char const* name, char const** attributes)
 {
     m_holding = true;
+    std::int64_t const index = XML_GetCurrentByteIndex(m_parser);
+    m_heldBegin = index < 0 ? -1 : index + m_bypassed;
+    m_heldEnd = m_heldBegin + XML_GetCurrentByteCount(m_parser);
     m_heldName.assign(name);
     m_text.clear();
     std::size_t storage = 0;
@@ -409,6 +438,22 @@ void MSAXReader::DispatchHeldStartTag()
     XML_SetCharacterDataHandler(m_parser, nullptr);
     SetAttributes(m_heldAttributes.data());
     Dispatch(m_heldName.c_str());
+}
+
+void MSAXReader::DispatchHeldStartTagAt(std::int64_t position)
+{
+    m_text.clear();
+    m_position = position;
+    try
+    {
+        DispatchHeldStartTag();
+    }
+    catch (...)
+    {
+        m_position = -1;
+        throw;
+    }
+    m_position = -1;
 }
 
 void MSAXReader::Dispatch(char const* name)

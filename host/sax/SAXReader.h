@@ -10,11 +10,14 @@
 #include <string>
 #include <vector>
 
+class IReadBuffer;
 class ISAXPersist;
 struct XML_ParserStruct;
 
 namespace OndSAX
 {
+class SAXFeed;
+
 // What a persist object sees of the reader while it handles a start tag.
 // Attribute values are kept as the parser delivers them (UTF-8), as a list
 // of name and value pairs closed by a null name; the typed reads below work
@@ -99,6 +102,8 @@ private:
 //   attacks. No external entity is ever loaded.
 // - An exception thrown by a handler stops the parse and leaves Parse
 //   unchanged once the reader has cleaned up.
+// - Children of an element may bypass the parser in plain form, when the
+//   handler that takes the element asks for it (see PlainContent.h).
 class OND_EXPORT MSAXReader final : public OndSAX::ISAXReader
 {
 public:
@@ -112,6 +117,11 @@ public:
     // ResolveReferences and InitAfterLoading on the root when it succeeds.
     // A reader parses one document only.
     bool Parse(std::istream& stream);
+    // The same from a buffer, without a stream between: the bytes are
+    // handed to the parser, or scanned as plain content, where they lie.
+    bool Parse(IReadBuffer& source);
+    // The input bytes that went past the parser as plain content.
+    std::int64_t GetBypassedBytes() const { return m_bypassed; }
 
     void PushHandler(ISAXPersist* child) override;
     void GetText(std::wstring& out) override;
@@ -121,6 +131,7 @@ public:
 
 private:
     friend struct ExpatEvents;
+    friend class OndSAX::SAXFeed;
 
     struct Handler
     {
@@ -138,6 +149,9 @@ private:
     bool IsEmptyElementTag() const;
     void HoldStartTag(char const* name, char const** attributes);
     void DispatchHeldStartTag();
+    // The same, with the position of the markup that ended its text given,
+    // for a start tag whose content bypasses the parser.
+    void DispatchHeldStartTagAt(std::int64_t position);
     void Dispatch(char const* name);
     void DropHandlersAbove(std::size_t depth);
 
@@ -150,8 +164,18 @@ private:
     bool m_stopped = false;
     std::exception_ptr m_error;
 
-    // The start tag held back until its character data is complete.
+    // Input bytes that bypassed the parser: the parser's offsets are behind
+    // the document's by this much.
+    std::int64_t m_bypassed = 0;
+    // The position GetPosition gives while plain content is handed over;
+    // negative when the parser's is current.
+    std::int64_t m_position = -1;
+
+    // The start tag held back until its character data is complete, and
+    // where it lies in the document.
     bool m_holding = false;
+    std::int64_t m_heldBegin = 0;
+    std::int64_t m_heldEnd = 0;
     std::string m_heldName;
     std::string m_text;
     std::vector<char> m_heldStorage;

@@ -6,6 +6,7 @@
 #include <iosfwd>
 #include <string>
 
+class IReadBuffer;
 class ISAXPersist;
 
 namespace OndAM::SaxUtilities
@@ -32,6 +33,8 @@ struct OND_EXPORT WriteOptions
 // it pushes (see MSAXReader). False if the document is malformed or refused,
 // or the stream fails; exceptions thrown by handlers pass through.
 OND_EXPORT bool ReadStream(std::istream& stream, ISAXPersist& root);
+// The same from a read buffer, block by block, without a stream between.
+OND_EXPORT bool ReadBuffer(IReadBuffer& source, ISAXPersist& root);
 
 // Prints the declaration, opens the document element, calls root.Write and
 // closes the element. False if Write answers false or the stream fails;

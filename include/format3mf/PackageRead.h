@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+class IReadBuffer;
 class MZipArchive;
 
 namespace OndSDK::Common
@@ -53,6 +54,9 @@ public:
     // The stream of a streaming part, or null when the part is not in the
     // archive. The caller owns it.
     std::istream* CreatePartInputStream(IPackageFile const* part);
+    // The same as bytes straight from the archive, without a stream between,
+    // for parts that the XML reader takes block by block.
+    std::unique_ptr<IReadBuffer> CreatePartReadBuffer(IPackageFile const* part);
     MZipArchive* GetArchive() const { return m_archive.get(); }
 
 private:

@@ -105,6 +105,100 @@ bool MeshStlBaseRead::HandleTag(std::wstring const& tag, MSAXReader& reader)
     return false;
 }
 
+bool MeshStlBaseRead::AcceptsPlainContent(std::string_view tag)
+{
+    return m_defaultIsCore && !m_context->IsSkipGeometry && (tag == "vertices" || tag == "triangles");
+}
+
+// Plain children are unprefixed, so in the default namespace, which is core
+// here (AcceptsPlainContent): what HandleTag does with "vertex" and
+// "triangle". Anything beyond plain numbers in known attributes goes back to
+// the parser, and to HandleTag, before anything was done.
+bool MeshStlBaseRead::HandlePlainElement(OndSAX::PlainElement const& element, MSAXReader& reader)
+{
+    if (element.m_name == "vertex")
+    {
+        return _ReadPlainVertex(element, reader);
+    }
+    if (element.m_name == "triangle")
+    {
+        return _ReadPlainTriangle(element, reader);
+    }
+    return false;
+}
+
+bool MeshStlBaseRead::_ReadPlainVertex(OndSAX::PlainElement const& element, MSAXReader& reader)
+{
+    double values[3];
+    unsigned given = 0;
+    for (std::size_t i = 0; i < element.m_count; ++i)
+    {
+        std::string_view const name = element.m_attributes[i].m_name;
+        unsigned const index = name.size() != 1 ? 3
+                               : name[0] == 'x' ? 0
+                               : name[0] == 'y' ? 1
+                               : name[0] == 'z' ? 2
+                                                : 3;
+        if (index == 3 || !OndSAX::ParsePlainNumber(element.m_attributes[i].m_value, values[index]))
+        {
+            return false;
+        }
+        given |= 1u << index;
+    }
+    _ReportProgress(reader);
+    if (given == 7)
+    {
+        _AddVertex(values[0], values[1], values[2]);
+    }
+    return true;
+}
+
+bool MeshStlBaseRead::_ReadPlainTriangle(OndSAX::PlainElement const& element, MSAXReader& reader)
+{
+    // v1, v2, v3, pid, p1, p2, p3.
+    int values[7] = {};
+    unsigned given = 0;
+    for (std::size_t i = 0; i < element.m_count; ++i)
+    {
+        std::string_view const name = element.m_attributes[i].m_name;
+        unsigned index = 7;
+        if (name.size() == 2 && name[1] >= '1' && name[1] <= '3')
+        {
+            index = name[0] == 'v'   ? unsigned(name[1] - '1')
+                    : name[0] == 'p' ? unsigned(name[1] - '1') + 4
+                                     : 7;
+        }
+        else if (name == "pid")
+        {
+            index = 3;
+        }
+        if (index == 7 || !OndSAX::ParsePlainNumber(element.m_attributes[i].m_value, values[index]))
+        {
+            return false;
+        }
+        given |= 1u << index;
+    }
+    _ReportProgress(reader);
+    if ((given & 7) != 7)
+    {
+        return true;
+    }
+    Reference reference;
+    reference.m_hasId = (given & 8) != 0;
+    if (reference.m_hasId)
+    {
+        reference.m_id = values[3];
+    }
+    reference.m_hasP1 = (given & 16) != 0;
+    reference.m_p1 = values[4];
+    reference.m_hasP2 = (given & 32) != 0;
+    reference.m_p2 = values[5];
+    reference.m_hasP3 = (given & 64) != 0;
+    reference.m_p3 = values[6];
+    _AddTriangle(values[0], values[1], values[2], reference);
+    return true;
+}
+
 std::int32_t MeshStlBaseRead::_ToInternal(double value) const
 {
     double const scaled = value * m_unitFactor * OndSDK::Common::MInternalUnits::Get();
@@ -137,8 +231,13 @@ bool MeshStlBaseRead::_ReadVertex(MSAXReader& reader)
     {
         return false;
     }
-    m_points.push_back(m_mesh->m_stl->AddPoint(_ToInternal(x), _ToInternal(y), _ToInternal(z), true));
+    _AddVertex(x, y, z);
     return true;
+}
+
+void MeshStlBaseRead::_AddVertex(double x, double y, double z)
+{
+    m_points.push_back(m_mesh->m_stl->AddPoint(_ToInternal(x), _ToInternal(y), _ToInternal(z), true));
 }
 
 MStlPoint* MeshStlBaseRead::_Point(int index) const
@@ -161,10 +260,6 @@ IPropertyGroup* MeshStlBaseRead::_Group(tReferenceID id)
     return m_lastGroup;
 }
 
-// The property reference is the triangle's "pid" or the object's default
-// group, with "p1" and, where given, "p2" and "p3". Groups are resolved now,
-// so one defined later in the file names nothing and the triangle has no
-// property.
 bool MeshStlBaseRead::_ReadTriangle(MSAXReader& reader)
 {
     int v1;
@@ -174,6 +269,21 @@ bool MeshStlBaseRead::_ReadTriangle(MSAXReader& reader)
     {
         return false;
     }
+    Reference reference;
+    reference.m_hasId = ReadReferenceID(reader, kPid, reference.m_id);
+    reference.m_hasP1 = reader.ReadAttribute(reference.m_p1, kP1);
+    reference.m_hasP2 = reader.ReadAttribute(reference.m_p2, kP2);
+    reference.m_hasP3 = reader.ReadAttribute(reference.m_p3, kP3);
+    _AddTriangle(v1, v2, v3, reference);
+    return true;
+}
+
+// The property reference is the triangle's "pid" or the object's default
+// group, with "p1" and, where given, "p2" and "p3". Groups are resolved now,
+// so one defined later in the file names nothing and the triangle has no
+// property.
+void MeshStlBaseRead::_AddTriangle(int v1, int v2, int v3, Reference const& reference)
+{
     // One at a time, so that a failure names the first bad index.
     MStlPoint const* const first = _Point(v1);
     MStlPoint const* const second = _Point(v2);
@@ -182,37 +292,30 @@ bool MeshStlBaseRead::_ReadTriangle(MSAXReader& reader)
     if (triangle == nullptr)
     {
         // The host refuses a triangle on a point twice; it has nothing to colour.
-        return true;
+        return;
     }
 
-    tReferenceID id;
-    if (!ReadReferenceID(reader, kPid, id) && m_mesh->m_object->m_propertyGroup != nullptr)
+    tReferenceID id = reference.m_id;
+    if (!reference.m_hasId && m_mesh->m_object->m_propertyGroup != nullptr)
     {
         id = m_mesh->m_object->m_propertyGroup->m_id;
     }
-    if (!id.IsDefined())
+    if (!id.IsDefined() || !reference.m_hasP1)
     {
-        return true;
-    }
-    int p1;
-    if (!reader.ReadAttribute(p1, kP1))
-    {
-        return true;
+        return;
     }
     IPropertyGroup* const group = _Group(id);
     if (group == nullptr)
     {
-        return true;
+        return;
     }
-    int p2 = p1;
-    int p3 = p1;
-    reader.ReadAttribute(p2, kP2);
-    reader.ReadAttribute(p3, kP3);
+    int const p1 = reference.m_p1;
+    int const p2 = reference.m_hasP2 ? reference.m_p2 : p1;
+    int const p3 = reference.m_hasP3 ? reference.m_p3 : p1;
 
     m_mesh->InitTriangleProperties();
     m_mesh->m_triangleProperties->GetInfo(*triangle).assign(
         1, MeshStlBase::TriangleProperty{group, static_cast<std::uint32_t>(p1),
                                          static_cast<std::uint32_t>(p2), static_cast<std::uint32_t>(p3)});
-    return true;
 }
 } // namespace Format_3MF

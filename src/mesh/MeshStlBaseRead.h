@@ -4,6 +4,8 @@
 #include "foundation/XMLHandlers.h"
 #include "foundation/XMLPersistHelpers.h"
 
+#include "sax/PlainContent.h"
+
 #include <cstdint>
 #include <deque>
 #include <string>
@@ -17,8 +19,10 @@ class IPropertyGroup;
 
 // The content of a "mesh": points and triangles go straight into the host
 // mesh, and the property reference of each triangle is noted on the binding
-// until the mesh is complete.
-class MeshStlBaseRead : public ISAXReadHelper, public XMLReadHandler
+// until the mesh is complete. Vertices and triangles in plain form come
+// straight from the input bytes (PlainContent.h), with the same results as
+// through HandleTag.
+class MeshStlBaseRead : public ISAXReadHelper, public XMLReadHandler, public OndSAX::IPlainContentReader
 {
 public:
     // `parent` gives the namespace scope and may be null.
@@ -29,14 +33,35 @@ public:
     // The points of the file's vertices, by index; beams refer to them too.
     std::deque<MStlPoint*> const& GetPoints() const { return m_points; }
 
+    bool AcceptsPlainContent(std::string_view tag) override;
+    bool HandlePlainElement(OndSAX::PlainElement const& element, MSAXReader& reader) override;
+
 private:
     // An element of another namespace: displacement maps and beam lattices.
     bool _ReadExtension(std::wstring const& tag, MSAXReader& reader);
+
+    // The property reference that a triangle's attributes give.
+    struct Reference
+    {
+        bool m_hasId = false;
+        tReferenceID m_id;
+        bool m_hasP1 = false;
+        int m_p1 = 0;
+        bool m_hasP2 = false;
+        int m_p2 = 0;
+        bool m_hasP3 = false;
+        int m_p3 = 0;
+    };
+
     // Whether the element is one of the core mesh elements; `local` is its
     // name without prefix.
     bool _IsCore(std::wstring const& tag, std::wstring_view& local);
     bool _ReadVertex(MSAXReader& reader);
     bool _ReadTriangle(MSAXReader& reader);
+    bool _ReadPlainVertex(OndSAX::PlainElement const& element, MSAXReader& reader);
+    bool _ReadPlainTriangle(OndSAX::PlainElement const& element, MSAXReader& reader);
+    void _AddVertex(double x, double y, double z);
+    void _AddTriangle(int v1, int v2, int v3, Reference const& reference);
     // A vertex index of the file; out of range is refused, naming the index.
     MStlPoint* _Point(int index) const;
     // A coordinate of the file in internal units, rounded half away from zero.

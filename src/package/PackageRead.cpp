@@ -259,6 +259,44 @@ void PackageRead::_AddRelatedCustomFile(Relationship const& relationship)
     m_package->AddCustomFile(std::move(file), false, nullptr);
 }
 
+namespace
+{
+// The bytes of a stream that a part makes itself, which it owns.
+class OwnStreamReadBuffer final : public IReadBuffer
+{
+public:
+    explicit OwnStreamReadBuffer(std::istream* stream) : m_stream(stream) {}
+
+    std::size_t Read(char* data, std::size_t size) override
+    {
+        if (!*m_stream)
+        {
+            return 0;
+        }
+        m_stream->read(data, static_cast<std::streamsize>(size));
+        return static_cast<std::size_t>(m_stream->gcount());
+    }
+
+private:
+    std::unique_ptr<std::istream> m_stream;
+};
+} // namespace
+
+std::unique_ptr<IReadBuffer> PackageRead::CreatePartReadBuffer(IPackageFile const* part)
+{
+    MZipArchive::MZipFileInfo info;
+    if (!m_archive->GetFileInfo(ArchiveName(part->GetFileNameInPackage()).c_str(), info))
+    {
+        return nullptr;
+    }
+    if (std::istream* own = part->CreateInputStream(&m_context))
+    {
+        return std::make_unique<OwnStreamReadBuffer>(own);
+    }
+    std::wstring const name = WithForwardSlashes(part->GetFileNameInPackageWithoutLeadingSlash());
+    return std::make_unique<ReadBufferFromZip>(m_archive.get(), name.c_str());
+}
+
 std::istream* PackageRead::CreatePartInputStream(IPackageFile const* part)
 {
     MZipArchive::MZipFileInfo info;

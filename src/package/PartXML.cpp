@@ -4,18 +4,19 @@
 #include "format3mf/PackageWrite.h"
 
 #include "sax/SaxUtilities.h"
+#include "zip/IReadBuffer.h"
 
-#include <istream>
 #include <memory>
+#include <ostream>
 
 namespace Format_3MF
 {
 void ReadPartXML(IPackageFile const& part, PackageReadContext* context, ISAXPersist& root)
 {
-    std::unique_ptr<std::istream> stream(context->m_packageRead->CreatePartInputStream(&part));
-    if (stream)
+    std::unique_ptr<IReadBuffer> const buffer = context->m_packageRead->CreatePartReadBuffer(&part);
+    if (buffer)
     {
-        OndAM::SaxUtilities::ReadStream(*stream, root);
+        OndAM::SaxUtilities::ReadBuffer(*buffer, root);
     }
 }
 

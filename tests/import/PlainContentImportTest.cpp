@@ -1,0 +1,133 @@
+// Every 3MF file beside the checkout imports to the same meshes, colours,
+// textures, status and messages with mesh data in plain form and without.
+
+#include "support/PackageTestSupport.h"
+#include "support/Samples.h"
+
+#include "format3mf/Importer.h"
+
+#include "sax/PlainContent.h"
+#include "triangles/MStlBase.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <memory>
+#include <vector>
+
+namespace
+{
+struct Part
+{
+    std::vector<std::array<int, 3>> points;
+    std::vector<std::array<unsigned, 3>> triangles;
+    std::vector<long long> colors;
+    // Per texture: its name, then the coordinates of each of its triangles,
+    // by triangle index.
+    std::vector<std::pair<std::wstring, std::vector<std::array<float, 7>>>> textures;
+
+    bool operator==(Part const& other) const
+    {
+        return points == other.points && triangles == other.triangles && colors == other.colors &&
+               textures == other.textures;
+    }
+};
+
+struct Imported
+{
+    int status = -1;
+    std::vector<std::wstring> errors;
+    std::vector<Part> parts;
+
+    bool operator==(Imported const& other) const
+    {
+        return status == other.status && errors == other.errors && parts == other.parts;
+    }
+};
+
+Part Describe(MStlBase const& stl)
+{
+    Part part;
+    for (auto point = stl.BeginPoint(); point != stl.EndPoint(); ++point)
+    {
+        part.points.push_back({point->GetX(), point->GetY(), point->GetZ()});
+    }
+    for (auto triangle = stl.BeginTriangle(); triangle != stl.EndTriangle(); ++triangle)
+    {
+        part.triangles.push_back(
+            {triangle->GetPointIndex(0), triangle->GetPointIndex(1), triangle->GetPointIndex(2)});
+        MStlColor const& color = triangle->GetColor();
+        part.colors.push_back(color.IsDefined() ? static_cast<long long>(color.GetRGB()) : -1);
+    }
+    for (MStlTexture const* texture : stl.GetTextures())
+    {
+        std::vector<std::array<float, 7>> corners;
+        for (MStlTriangle const* triangle : texture->GetTriangles())
+        {
+            MStlTextureCoordinates coordinates;
+            texture->GetCoordinates(triangle, coordinates, true);
+            corners.push_back({static_cast<float>(triangle->GetIndex()), coordinates.m_u1, coordinates.m_v1,
+                               coordinates.m_u2, coordinates.m_v2, coordinates.m_u3, coordinates.m_v3});
+        }
+        std::sort(corners.begin(), corners.end());
+        part.textures.emplace_back(texture->GetName(), std::move(corners));
+    }
+    return part;
+}
+
+Imported Import(boost::filesystem::path const& file, bool plain)
+{
+    OndSAX::SetPlainContentEnabled(plain);
+    std::vector<std::unique_ptr<MStlBase>> meshes;
+    format3mf::import::Importer importer;
+    importer.SetOutputParts(meshes);
+    importer.SetFileName(file.wstring());
+    Imported imported;
+    imported.status = static_cast<int>(importer.Operate(nullptr));
+    OndSAX::SetPlainContentEnabled(true);
+    imported.errors = importer.GetErrors();
+    for (auto const& mesh : meshes)
+    {
+        imported.parts.push_back(Describe(*mesh));
+    }
+    return imported;
+}
+
+std::vector<boost::filesystem::path> AllFiles()
+{
+    std::vector<boost::filesystem::path> files = Samples();
+    boost::filesystem::path const realWorld = boost::filesystem::path(FORMAT3MF_TESTDATA) / "realworld";
+    if (boost::filesystem::exists(realWorld))
+    {
+        for (auto const& entry : boost::filesystem::directory_iterator(realWorld))
+        {
+            if (entry.path().extension() == ".3mf")
+            {
+                files.push_back(entry.path());
+            }
+        }
+    }
+    return files;
+}
+} // namespace
+
+TEST(PlainContentImport, EveryFileImportsAlikeBothWays)
+{
+    auto const files = AllFiles();
+    if (files.empty())
+    {
+        GTEST_SKIP() << "no 3MF files beside the checkout (../shared/testdata)";
+    }
+    std::size_t triangles = 0;
+    for (auto const& file : files)
+    {
+        Imported const expected = Import(file, false);
+        Imported const plain = Import(file, true);
+        EXPECT_TRUE(expected == plain) << file;
+        for (Part const& part : plain.parts)
+        {
+            triangles += part.triangles.size();
+        }
+    }
+    EXPECT_GT(triangles, 0u) << "the files hold meshes, so the comparison compared something";
+}
