@@ -34,7 +34,8 @@ namespace
 char const kUsage[] = "usage: ond3mf-convert [--binary] [--zip64] IN OUT\n"
                       "Reads the 3MF file IN and writes every mesh of it, with its colours and textures,\n"
                       "as an object of its own into the 3MF file OUT.\n"
-                      "  --binary  mesh data into binary side parts (not supported yet)\n"
+                      "  --binary  vertices and triangles into the model's binary side part (without\n"
+                      "            triangle colours and textures; coordinates in millimetres)\n"
                       "  --zip64   write the archive as zip64\n"
                       "Exit codes: 0 done, 1 reading or writing failed, 2 bad argument, 130 cancelled.\n";
 

@@ -70,9 +70,10 @@ std::uint32_t Index(int index)
 
 void MeshStlBase::AddContentForWriting(PackageWriteContext* context, MeshStlBaseRegistry& registry)
 {
+    // The part must be listed before writing begins, which fixes the list.
     if (context->IsBinary)
     {
-        throw std::logic_error("Writing mesh data into binary parts is not supported yet.");
+        m_modelFile->EnsureBinary();
     }
     if (m_stl == nullptr)
     {
