@@ -15,6 +15,7 @@ namespace Format_3MF
 {
 class IPropertyGroup;
 struct BinaryRef;
+class ModelFileBinary;
 
 // The content of a "mesh": points and triangles go straight into the host
 // mesh, and the property reference of each triangle is noted on the binding
@@ -55,6 +56,7 @@ private:
     bool _ReadBinary(MSAXReader& reader);
     void _ReadBinaryVertices(BinaryRef const& ref);
     void _ReadBinaryTriangles(BinaryRef const& ref);
+    ModelFileBinary* _BinaryPart() const;
 
     MeshStlBase* m_mesh;
     // Points never move in the host mesh, so their addresses serve as the

@@ -5,6 +5,7 @@
 
 #include "binary/BinaryRefXML.h"
 #include "format3mf/ModelFile.h"
+#include "format3mf/Object.h"
 
 #include "sax/SAXWriter.h"
 #include "triangles/MStlBase.h"
@@ -16,10 +17,11 @@ namespace Format_3MF
 {
 namespace
 {
-// Preparing the mesh made the part; without it the records would be lost.
+// The part of the model part that holds the object; preparing the mesh made
+// it. Without it the records would be lost.
 ModelFileBinary& BinaryPart(MeshStlBase const& mesh)
 {
-    ModelFileBinary* const part = mesh.m_modelFile->GetBinaryFile();
+    ModelFileBinary* const part = mesh.m_object->m_modelFile->GetBinaryFile();
     if (part == nullptr || !part->m_file.IsOpen())
     {
         throw std::logic_error("MeshStlBaseWrite: the model has no binary part open for writing.");

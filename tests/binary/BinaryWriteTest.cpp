@@ -53,7 +53,8 @@ std::unique_ptr<MStlBase> OneTriangle()
 // Writes the meshes as a binary package in the given unit.
 void WriteBinary(std::wstring const& path, std::vector<MStlBase*> const& meshes,
                  std::wstring const& unit = L"millimeter",
-                 std::shared_ptr<OndSDK::Common::IProgressDelegate> const& progress = {})
+                 std::shared_ptr<OndSDK::Common::IProgressDelegate> const& progress = {},
+                 bool separateFiles = false)
 {
     Format_3MF::ModelFileStlBase model;
     model.GetUnits().Init(unit);
@@ -64,6 +65,7 @@ void WriteBinary(std::wstring const& path, std::vector<MStlBase*> const& meshes,
     Format_3MF::Package package(&model);
     Format_3MF::PackageWriteOptions options;
     options.IsBinary = true;
+    options.Objects.m_separateFiles = separateFiles;
     Format_3MF::PackageWrite(&package, options).Write(path, progress);
 }
 
@@ -108,7 +110,7 @@ TEST(BinaryWrite, PackageNamesThePartWhichHoldsFourBlocks)
     WriteBinary(path, {square.get(), triangle.get()}, L"inch");
 
     EXPECT_EQ(
-        "[Content_Types].xml _rels/.rels 3D/3dmodel.model 3D/_rels/3dmodel.model.rels 3D/3dmodel.model.bin\n",
+        "[Content_Types].xml _rels/.rels 3D/3dmodel.model 3D/3dmodel.model.bin 3D/_rels/3dmodel.model.rels\n",
         PythonCheck(path));
     EXPECT_NE(std::string::npos,
               EntryOf(path, L"[Content_Types].xml")
@@ -141,6 +143,26 @@ TEST(BinaryWrite, PackageNamesThePartWhichHoldsFourBlocks)
     EXPECT_EQ((std::vector<float>{0, 0, 0, float(10000 / unit), 0, 0}), Numbers<float>(part, 0, 6));
     EXPECT_EQ((std::vector<std::int32_t>{0, 1, 2, 0, 2, 3}), Numbers<std::int32_t>(part, 48, 6));
     EXPECT_EQ((std::vector<std::int32_t>{0, 1, 2}), Numbers<std::int32_t>(part, 108, 3));
+}
+
+// Each model part has a binary part of its own, related from it.
+TEST(BinaryWrite, ObjectsInPartsOfTheirOwnHaveBinaryPartsOfTheirOwn)
+{
+    PackageScratch scratch;
+    std::wstring const path = scratch.File("separate.3mf");
+    auto const square = SquareAfterAnUnusedPoint();
+    auto const triangle = OneTriangle();
+    WriteBinary(path, {square.get(), triangle.get()}, L"millimeter", {}, true);
+
+    std::string const second = EntryOf(path, L"3D/Objects/Object(2).model");
+    EXPECT_EQ("/3D/Objects/Object(2).model.bin", Elements(second, "model").at(0).at("binary"));
+    EXPECT_NE(std::string::npos, EntryOf(path, L"3D/Objects/_rels/Object(2).model.rels")
+                                     .find(R"(Target="/3D/Objects/Object(2).model.bin")"));
+    EXPECT_EQ(36u + 12u, EntryOf(path, L"3D/Objects/Object(2).model.bin").size());
+    auto const meshes = Import(path);
+    ASSERT_EQ(2u, meshes.size());
+    EXPECT_EQ(2u, meshes[0]->GetNumberOfTriangles());
+    EXPECT_EQ(UsedPoints(*triangle), UsedPoints(*meshes[1]));
 }
 
 // Geometry comes back; the object's colour is kept, triangle colours are
