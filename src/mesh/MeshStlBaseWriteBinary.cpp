@@ -41,6 +41,39 @@ BinaryRef StartBlock(ModelFileBinary const& part, wchar_t const* format)
 {
     throw MZipArchiveError::MGeneric(L"Failed to write the binary part", part.m_temporaryPath);
 }
+
+// Records gathered on the stack and handed to the part's buffer a thousand
+// at a time: a call per record costs as much as the copying itself.
+template <typename Number>
+class RecordBatch
+{
+public:
+    explicit RecordBatch(ModelFileBinary& part) : m_part(part) {}
+
+    void Add(Number a, Number b, Number c)
+    {
+        if (m_size == sizeof m_numbers / sizeof m_numbers[0])
+        {
+            Flush();
+        }
+        m_numbers[m_size++] = a;
+        m_numbers[m_size++] = b;
+        m_numbers[m_size++] = c;
+    }
+    void Flush()
+    {
+        if (m_part.m_file.WRITE(m_numbers, m_size) != m_size)
+        {
+            WriteFailed(m_part);
+        }
+        m_size = 0;
+    }
+
+private:
+    ModelFileBinary& m_part;
+    Number m_numbers[3 * 1024];
+    std::size_t m_size = 0;
+};
 } // namespace
 
 void MeshStlBaseWrite::_WriteVerticesBinary(VertexIndexMask* indices, MSAXWriter& writer,
@@ -58,6 +91,7 @@ void MeshStlBaseWrite::_WriteVerticesBinary(VertexIndexMask* indices, MSAXWriter
     ModelFileBinary& part = BinaryPart(*mp_data);
     BinaryRef ref = StartBlock(part, BinaryFormatFloat3);
     MStlBase const& stl = *mp_data->m_stl;
+    RecordBatch<float> records(part);
     std::int32_t index = 0;
     for (auto point = stl.BeginPoint(), end = stl.EndPoint(); point != end; ++point)
     {
@@ -66,12 +100,9 @@ void MeshStlBaseWrite::_WriteVerticesBinary(VertexIndexMask* indices, MSAXWriter
             continue;
         }
         indices->GetInfo(*point) = index++;
-        float const xyz[3] = {point->GetXMMf(), point->GetYMMf(), point->GetZMMf()};
-        if (part.m_file.WRITE(xyz, 3) != 3)
-        {
-            WriteFailed(part);
-        }
+        records.Add(point->GetXMMf(), point->GetYMMf(), point->GetZMMf());
     }
+    records.Flush();
     ref.m_count = static_cast<std::uint64_t>(index);
     MSAXTagWriter bin(writer, "bin");
     BinaryRefWrite(&ref, m_context).Write(writer);
@@ -83,16 +114,13 @@ void MeshStlBaseWrite::_WriteTrianglesBinary(MSAXWriter& writer) const
     BinaryRef ref = StartBlock(part, BinaryFormatInt32x3);
     MStlBase const& stl = *mp_data->m_stl;
     VertexIndexMask const& indices = *m_vertexIndices;
+    RecordBatch<std::int32_t> records(part);
     for (auto triangle = stl.BeginTriangle(), end = stl.EndTriangle(); triangle != end; ++triangle)
     {
-        std::int32_t corners[3] = {indices.GetInfo(triangle->GetPointIndex(0)),
-                                   indices.GetInfo(triangle->GetPointIndex(1)),
-                                   indices.GetInfo(triangle->GetPointIndex(2))};
-        if (part.m_file.WRITE(corners, 3) != 3)
-        {
-            WriteFailed(part);
-        }
+        records.Add(indices.GetInfo(triangle->GetPointIndex(0)), indices.GetInfo(triangle->GetPointIndex(1)),
+                    indices.GetInfo(triangle->GetPointIndex(2)));
     }
+    records.Flush();
     ref.m_count = stl.GetNumberOfTriangles();
     MSAXTagWriter bin(writer, "bin");
     BinaryRefWrite(&ref, m_context).Write(writer);
