@@ -101,8 +101,8 @@ public:
     // property groups, images and relationships of the model, sets the
     // object's type and default property, and leaves each triangle with at
     // most one property reference for the writer to print. Runs once,
-    // before writing starts. Binary mesh data is not supported yet: with
-    // that option it throws std::logic_error before changing anything.
+    // before writing starts. With the binary option it first makes the
+    // model's binary part, which the writer fills.
     void AddContentForWriting(PackageWriteContext* context, MeshStlBaseRegistry& registry);
 
     // The host texture that stands for a coordinate group, made with

@@ -1,3 +1,4 @@
+// The binary side part of a model: bulk mesh records outside the XML.
 #pragma once
 
 #include "common/MFile.h"
@@ -11,8 +12,9 @@ namespace Format_3MF
 class ModelFile;
 
 // A binary side part: bulk mesh records in a file of its own, with no XML.
-// The bytes are on disk before the package is written, so writing only adds
-// the file; reading keeps the unpacked file for the meshes to seek in.
+// Writing, the records go to that file while the model is printed, and the
+// part then streams the file into the package; reading keeps the unpacked
+// file for the meshes to seek in.
 class OND_EXPORT PackageFileBinary : public IPackageFile
 {
 public:
@@ -24,11 +26,11 @@ public:
 protected:
     bool _GetContentInfo(std::wstring& contentType, std::wstring& extension) const override;
     bool _GetRelationInfo(std::wstring& type) const override;
-    bool _OnFileIsPredefined(std::wstring* path) const override;
     void _OnRead(PackageReadContext* context) override;
     void _OnWrite(PackageWriteContext* context,
                   std::shared_ptr<OndSDK::Common::IProgressDelegate> progress) override;
     bool _OnKeepFileAfterReading() const override { return true; }
+    bool _OnCanStreamWrite() const override { return true; }
 };
 
 // The binary side part of one model part.

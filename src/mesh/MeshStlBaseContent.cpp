@@ -70,9 +70,12 @@ std::uint32_t Index(int index)
 
 void MeshStlBase::AddContentForWriting(PackageWriteContext* context, MeshStlBaseRegistry& registry)
 {
+    // The part must be listed before writing begins, which fixes the list.
+    // It belongs to the part that holds the object, whose "binary" attribute
+    // a reader follows, and so comes after it in the list.
     if (context->IsBinary)
     {
-        throw std::logic_error("Writing mesh data into binary parts is not supported yet.");
+        m_object->m_modelFile->EnsureBinary();
     }
     if (m_stl == nullptr)
     {

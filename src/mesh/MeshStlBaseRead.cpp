@@ -80,8 +80,9 @@ bool MeshStlBaseRead::_IsCore(std::wstring const& tag, std::wstring_view& local)
     return m_lastPrefixIsCore;
 }
 
-// Data in the binary part is read by a reader of its own; without it, those
-// elements are skipped with their content, as is everything unknown.
+// Displacement maps, beam lattices and data in the binary part are read by
+// readers of their own; without them, those elements are skipped with their
+// content, as is everything unknown.
 bool MeshStlBaseRead::HandleTag(std::wstring const& tag, MSAXReader& reader)
 {
     _ReportProgress(reader);
@@ -100,7 +101,16 @@ bool MeshStlBaseRead::HandleTag(std::wstring const& tag, MSAXReader& reader)
     }
     if (local == L"vertices" || local == L"triangles")
     {
-        return !m_context->IsSkipGeometry;
+        if (m_context->IsSkipGeometry)
+        {
+            return false;
+        }
+        m_block = local == L"vertices" ? Block::Vertices : Block::Triangles;
+        return true;
+    }
+    if (local == L"bin")
+    {
+        return _ReadBinary(reader);
     }
     return false;
 }

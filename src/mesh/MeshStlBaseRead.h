@@ -16,6 +16,8 @@ class MStlPoint;
 namespace Format_3MF
 {
 class IPropertyGroup;
+struct BinaryRef;
+class ModelFileBinary;
 
 // The content of a "mesh": points and triangles go straight into the host
 // mesh, and the property reference of each triangle is noted on the binding
@@ -29,6 +31,8 @@ public:
     MeshStlBaseRead(PackageReadContext* context, MeshStlBase* mesh, ISAXReadHelper* parent);
 
     bool HandleTag(std::wstring const& tag, MSAXReader& reader) override;
+    // Notes the end of "vertices" and "triangles", which "bin" depends on.
+    void HandleEndTag(std::wstring const& tag) override;
 
     // The points of the file's vertices, by index; beams refer to them too.
     std::deque<MStlPoint*> const& GetPoints() const { return m_points; }
@@ -53,6 +57,14 @@ private:
         int m_p3 = 0;
     };
 
+    // The element whose start was taken last, for what a "bin" holds.
+    enum class Block
+    {
+        None,
+        Vertices,
+        Triangles
+    };
+
     // Whether the element is one of the core mesh elements; `local` is its
     // name without prefix.
     bool _IsCore(std::wstring const& tag, std::wstring_view& local);
@@ -68,6 +80,13 @@ private:
     std::int32_t _ToInternal(double value) const;
     // The property group of an identifier, or null.
     IPropertyGroup* _Group(tReferenceID id);
+    // "bin": the records of its parent from the model's binary part. False
+    // under another parent or without "pos" and "count"; an unknown format
+    // reads nothing. A block outside the part fails the read.
+    bool _ReadBinary(MSAXReader& reader);
+    void _ReadBinaryVertices(BinaryRef const& ref);
+    void _ReadBinaryTriangles(BinaryRef const& ref);
+    ModelFileBinary* _BinaryPart() const;
 
     MeshStlBase* m_mesh;
     // Points never move in the host mesh, so their addresses serve as the
@@ -83,5 +102,6 @@ private:
     // Triangles mostly name the group of the triangle before them.
     tReferenceID m_lastGroupId;
     IPropertyGroup* m_lastGroup = nullptr;
+    Block m_block = Block::None;
 };
 } // namespace Format_3MF

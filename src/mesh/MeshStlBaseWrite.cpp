@@ -101,9 +101,12 @@ void MeshStlBaseWrite::_WriteVertices(MSAXWriter& writer, Delegate const& progre
     m_vertexIndices = std::make_unique<VertexIndexMask>(&stl->GetPointMaskOwner(), -1);
     if (m_context->IsBinary)
     {
-        throw std::logic_error("Writing mesh data into binary parts is not supported yet.");
+        _WriteVerticesBinary(m_vertexIndices.get(), writer, progress);
     }
-    _WriteVerticesXml(m_vertexIndices.get(), writer, progress);
+    else
+    {
+        _WriteVerticesXml(m_vertexIndices.get(), writer, progress);
+    }
 }
 
 bool MeshStlBaseWrite::_WriteVerticesXml(VertexIndexMask* indices, MSAXWriter& writer,
@@ -183,6 +186,11 @@ void MeshStlBaseWrite::_WriteTriangles(MSAXWriter& writer, Delegate const& progr
     MStlBase const* const stl = mp_data->m_stl;
     if (stl == nullptr)
     {
+        return;
+    }
+    if (m_context->IsBinary)
+    {
+        _WriteTrianglesBinary(writer);
         return;
     }
     OndSDK::Common::IncrementalProgressReporter counter(

@@ -10,6 +10,7 @@
 #include "model/ReadBufferModelFileAnalyzeOnly.h"
 #include "package/PartXML.h"
 
+#include "zip/MZipArchiveError.h"
 #include "zip/ReadBufferFromZip.h"
 #include "zip/ReadBufferStream.h"
 
@@ -385,9 +386,11 @@ void ModelFile::_OnWrite(PackageWriteContext* context,
                          std::shared_ptr<OndSDK::Common::IProgressDelegate> progress)
 {
     WritePartXML(*this, context, ModelFileWrite(this, context, progress), L"model");
-    if (m_binary)
+    // The binary part is complete; records that could not reach the disk
+    // would leave blocks that the XML names but the part lacks.
+    if (m_binary && !m_binary->m_file.Close())
     {
-        m_binary->m_file.Close();
+        throw MZipArchiveError::MGeneric(L"Failed to write the binary part", m_binary->m_temporaryPath);
     }
 }
 

@@ -203,7 +203,6 @@ TEST(ConvertTool, HelpBadArgumentsAndFailures)
         {"one file", Quoted(torus), 2, "expected IN and OUT"},
         {"missing input", Quoted(folder + "/none.3mf") + " " + Quoted(out), 1, "cannot read"},
         {"not a 3MF file", Quoted(FORMAT3MF_SOURCE_DIR "/README.md") + " " + Quoted(out), 1, "cannot read"},
-        {"binary", "--binary " + Quoted(torus) + " " + Quoted(out), 1, "not supported yet"},
         {"unwritable output", Quoted(torus) + " " + Quoted(folder + "/no/such/folder.3mf"), 1,
          "cannot write"},
     };

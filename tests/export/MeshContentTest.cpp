@@ -236,17 +236,3 @@ TEST(MeshContent, ObjectTypesFromThePartFlags)
             << entry.support << entry.solid;
     }
 }
-
-TEST(MeshContent, BinaryMeshDataIsRefusedBeforeAnythingChanges)
-{
-    auto mesh = MakeSquare();
-    PackageWriteOptions options;
-    options.IsBinary = true;
-    ModelFileStlBase model;
-    model.AddStl(mesh.get());
-    Package package(&model);
-    PackageWriteContext context(options);
-    context.m_package = &package;
-    EXPECT_THROW(package._OnStartWriting(&context), std::logic_error);
-    EXPECT_TRUE(model.GetResources().m_materials.m_colorGroups.empty());
-}

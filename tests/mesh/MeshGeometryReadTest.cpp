@@ -77,7 +77,7 @@ TEST(MeshGeometryRead, CoreElementsMayCarryAPrefixAndOtherNamespacesAreSkipped)
         <object id="10"><mesh><c:vertices><c:vertex x="0" y="0" z="0"/><vertex x="1" y="0" z="0"/>
         <x:vertex x="5" y="5" z="5"/><c:vertex x="0" y="1" z="0"/></c:vertices>
         <x:triangles><triangle v1="0" v2="1" v3="2"/></x:triangles>
-        <triangles><bin format="long3" pos="0" count="1"/><c:triangle v1="2" v2="1" v3="0"/></triangles>
+        <triangles><c:triangle v1="2" v2="1" v3="0"/></triangles>
         <b:beamlattice radius="1"><b:beams><b:beam v1="0" v2="1"/></b:beams></b:beamlattice>
         </mesh></object></resources><build/></model>)");
     ASSERT_TRUE(read.ok) << read.Error();

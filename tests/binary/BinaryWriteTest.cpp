@@ -1,0 +1,296 @@
+// Writing meshes into the model's binary part: what the package names and
+// holds, a coloured mesh back through the importer, cancelling, and
+// ond3mf-convert's --binary there and back.
+#include "binary/BinaryTestSupport.h"
+#include "export/ExportSupport.h"
+#include "import/ImportSupport.h"
+#include "support/Samples.h"
+
+#include "format3mf/Importer.h"
+#include "format3mf/PackageWrite.h"
+
+#include "common/IProgressDelegate.h"
+#include "common/MInternalUnits.h"
+#include "triangles/MStlPoint.h"
+
+#include <boost/filesystem.hpp>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+// Cancels at the first report of progress, in the middle of a write.
+class CancelOnProgress : public OndSDK::Common::IProgressDelegate
+{
+protected:
+    void OnProgress(double) override { Cancel(); }
+};
+
+// A square of side 1 mm whose first point no triangle uses.
+std::unique_ptr<MStlBase> SquareAfterAnUnusedPoint()
+{
+    auto mesh = std::make_unique<MStlBase>();
+    mesh->AddPoint(70000, 70000, 70000);
+    MStlPoint* const a = mesh->AddPoint(0, 0, 0);
+    MStlPoint* const b = mesh->AddPoint(10000, 0, 0);
+    MStlPoint* const c = mesh->AddPoint(10000, 10000, 0);
+    MStlPoint* const d = mesh->AddPoint(0, 10000, 0);
+    mesh->AddTriangle(a, b, c);
+    mesh->AddTriangle(a, c, d);
+    return mesh;
+}
+
+std::unique_ptr<MStlBase> OneTriangle()
+{
+    auto mesh = std::make_unique<MStlBase>();
+    MStlPoint* const a = mesh->AddPoint(50000, 0, 0);
+    MStlPoint* const b = mesh->AddPoint(60000, 0, 0);
+    MStlPoint* const c = mesh->AddPoint(50000, 10000, 0);
+    mesh->AddTriangle(a, b, c);
+    return mesh;
+}
+
+// Writes the meshes as a binary package in the given unit.
+void WriteBinary(std::wstring const& path, std::vector<MStlBase*> const& meshes,
+                 std::wstring const& unit = L"millimeter",
+                 std::shared_ptr<OndSDK::Common::IProgressDelegate> const& progress = {},
+                 bool separateFiles = false)
+{
+    Format_3MF::ModelFileStlBase model;
+    model.GetUnits().Init(unit);
+    for (MStlBase* mesh : meshes)
+    {
+        model.AddStl(mesh);
+    }
+    Format_3MF::Package package(&model);
+    Format_3MF::PackageWriteOptions options;
+    options.IsBinary = true;
+    options.Objects.m_separateFiles = separateFiles;
+    Format_3MF::PackageWrite(&package, options).Write(path, progress);
+}
+
+std::vector<std::unique_ptr<MStlBase>> Import(std::wstring const& path)
+{
+    std::vector<std::unique_ptr<MStlBase>> meshes;
+    format3mf::import::Importer importer;
+    importer.SetOutputParts(meshes);
+    importer.SetFileName(path);
+    EXPECT_EQ(format3mf::import::Importer::Success, importer.Operate(nullptr));
+    return meshes;
+}
+
+std::vector<std::array<std::int32_t, 3>> UsedPoints(MStlBase const& mesh)
+{
+    std::vector<std::array<std::int32_t, 3>> points;
+    for (auto point = mesh.BeginPoint(); point != mesh.EndPoint(); ++point)
+    {
+        if (point->GetUseCount() != 0)
+        {
+            points.push_back({point->GetX(), point->GetY(), point->GetZ()});
+        }
+    }
+    return points;
+}
+
+std::wstring Wide(std::string const& text)
+{
+    return StringConversion::ConvertUTF8ToNative(text.data(), text.size());
+}
+} // namespace
+
+// The model names its part, which has its content type and a relationship
+// from the model; the part holds four blocks, unused points left out,
+// indices from 0 and millimetres although the model is in inches.
+TEST(BinaryWrite, PackageNamesThePartWhichHoldsFourBlocks)
+{
+    PackageScratch scratch;
+    std::wstring const path = scratch.File("binary.3mf");
+    auto const square = SquareAfterAnUnusedPoint();
+    auto const triangle = OneTriangle();
+    WriteBinary(path, {square.get(), triangle.get()}, L"inch");
+
+    EXPECT_EQ(
+        "[Content_Types].xml _rels/.rels 3D/3dmodel.model 3D/3dmodel.model.bin 3D/_rels/3dmodel.model.rels\n",
+        PythonCheck(path));
+    EXPECT_NE(std::string::npos,
+              EntryOf(path, L"[Content_Types].xml")
+                  .find(R"(Extension="bin" ContentType="application/BinaryModelFileTemporaryContentType")"));
+    std::string const rels = EntryOf(path, L"3D/_rels/3dmodel.model.rels");
+    EXPECT_NE(std::string::npos, rels.find(R"(Target="/3D/3dmodel.model.bin")")) << rels;
+    EXPECT_NE(std::string::npos, rels.find(R"(Type="BinaryModelFileTemporaryRelationType")")) << rels;
+
+    std::string const model = EntryOf(path, L"3D/3dmodel.model");
+    EXPECT_EQ("/3D/3dmodel.model.bin", Elements(model, "model").at(0).at("binary"));
+    EXPECT_TRUE(Elements(model, "vertex").empty());
+    EXPECT_TRUE(Elements(model, "triangle").empty());
+    EXPECT_NE(std::string::npos,
+              model.find(R"(<bin ref="/3D/3dmodel.model.bin" format="float3" pos="0" count="4"/>)"))
+        << model;
+    std::vector<Attributes> const bins = Elements(model, "bin");
+    ASSERT_EQ(4u, bins.size());
+    char const* const expected[4][3] = {
+        {"float3", "0", "4"}, {"int32_3", "48", "2"}, {"float3", "72", "3"}, {"int32_3", "108", "1"}};
+    for (std::size_t i = 0; i < 4; ++i)
+    {
+        EXPECT_EQ(expected[i][0], bins[i].at("format")) << i;
+        EXPECT_EQ(expected[i][1], bins[i].at("pos")) << i;
+        EXPECT_EQ(expected[i][2], bins[i].at("count")) << i;
+    }
+
+    std::string const part = EntryOf(path, L"3D/3dmodel.model.bin");
+    ASSERT_EQ(120u, part.size());
+    double const unit = OndSDK::Common::MInternalUnits::Get();
+    EXPECT_EQ((std::vector<float>{0, 0, 0, float(10000 / unit), 0, 0}), Numbers<float>(part, 0, 6));
+    EXPECT_EQ((std::vector<std::int32_t>{0, 1, 2, 0, 2, 3}), Numbers<std::int32_t>(part, 48, 6));
+    EXPECT_EQ((std::vector<std::int32_t>{0, 1, 2}), Numbers<std::int32_t>(part, 108, 3));
+}
+
+// Each model part has a binary part of its own, related from it.
+TEST(BinaryWrite, ObjectsInPartsOfTheirOwnHaveBinaryPartsOfTheirOwn)
+{
+    PackageScratch scratch;
+    std::wstring const path = scratch.File("separate.3mf");
+    auto const square = SquareAfterAnUnusedPoint();
+    auto const triangle = OneTriangle();
+    WriteBinary(path, {square.get(), triangle.get()}, L"millimeter", {}, true);
+
+    std::string const second = EntryOf(path, L"3D/Objects/Object(2).model");
+    EXPECT_EQ("/3D/Objects/Object(2).model.bin", Elements(second, "model").at(0).at("binary"));
+    EXPECT_NE(std::string::npos, EntryOf(path, L"3D/Objects/_rels/Object(2).model.rels")
+                                     .find(R"(Target="/3D/Objects/Object(2).model.bin")"));
+    EXPECT_EQ(36u + 12u, EntryOf(path, L"3D/Objects/Object(2).model.bin").size());
+    auto const meshes = Import(path);
+    ASSERT_EQ(2u, meshes.size());
+    EXPECT_EQ(2u, meshes[0]->GetNumberOfTriangles());
+    EXPECT_EQ(UsedPoints(*triangle), UsedPoints(*meshes[1]));
+}
+
+// Geometry comes back; the object's colour is kept, triangle colours are
+// not, since the binary form has no property references.
+TEST(BinaryWrite, ColouredMeshReadsBackWithItsGeometryAndObjectColour)
+{
+    PackageScratch scratch;
+    std::wstring const path = scratch.File("coloured.3mf");
+    auto const square = SquareAfterAnUnusedPoint();
+    square->GetMaterial().SetRGB(0x3366cc);
+    square->TriangleAt(1).SetColor(MStlColor(0xff0000));
+    WriteBinary(path, {square.get()});
+
+    auto const meshes = Import(path);
+    ASSERT_EQ(1u, meshes.size());
+    EXPECT_EQ(UsedPoints(*square), UsedPoints(*meshes[0]));
+    EXPECT_EQ(4u, meshes[0]->GetNumberOfPoints());
+    ASSERT_EQ(2u, meshes[0]->GetNumberOfTriangles());
+    for (std::uint32_t t = 0; t < 2; ++t)
+    {
+        for (unsigned corner = 0; corner < 3; ++corner)
+        {
+            EXPECT_EQ(square->TriangleAt(t).GetPointIndex(corner) - 1,
+                      meshes[0]->TriangleAt(t).GetPointIndex(corner));
+        }
+        EXPECT_FALSE(meshes[0]->TriangleAt(t).GetColor().IsDefined());
+    }
+    EXPECT_EQ(0x3366ccu, meshes[0]->GetMaterial().GetRGB());
+}
+
+// A cancel while the package is written leaves neither the package nor the
+// temporary file of the binary part.
+TEST(BinaryWrite, CancelLeavesNoFiles)
+{
+    PackageScratch scratch;
+    std::wstring const path = scratch.File("cancelled.3mf");
+    std::set<std::string> const before = scratch.Files();
+    auto const square = SquareAfterAnUnusedPoint();
+    EXPECT_THROW(WriteBinary(path, {square.get()}, L"millimeter", std::make_shared<CancelOnProgress>()),
+                 Format_3MF::PackageWrite::Canceled);
+    EXPECT_EQ(before, scratch.Files());
+    // Written again without a cancel, the same mesh makes a whole package.
+    WriteBinary(path, {square.get()});
+    EXPECT_EQ(2u, Import(path).at(0)->GetNumberOfTriangles());
+}
+
+// --binary writes the binary form; converting that again without it gives
+// XML with the same meshes.
+TEST(BinaryWrite, ConvertToBinaryAndBack)
+{
+    PackageScratch scratch;
+    std::string const torus = StringConversion::ConvertNativeToUTF8(scratch.File("torus.3mf"));
+    std::string const binary = StringConversion::ConvertNativeToUTF8(scratch.File("torus-binary.3mf"));
+    std::string const xml = StringConversion::ConvertNativeToUTF8(scratch.File("torus-xml.3mf"));
+    ASSERT_EQ(0, RunCommand(Quoted(OND3MF_TORUS) + " " + Quoted(torus) + " 12 9").status);
+    // As zip64, while the other tests write 32-bit archives.
+    CommandOutput const toBinary = RunCommand(Quoted(OND3MF_CONVERT) + " --binary --zip64 " + Quoted(torus) +
+                                              " " + Quoted(binary) + " 2>&1");
+    ASSERT_EQ(0, toBinary.status) << toBinary.text;
+    CommandOutput const back =
+        RunCommand(Quoted(OND3MF_CONVERT) + " " + Quoted(binary) + " " + Quoted(xml) + " 2>&1");
+    ASSERT_EQ(0, back.status) << back.text;
+
+    std::string const binaryModel = EntryOf(Wide(binary), L"3D/3dmodel.model");
+    EXPECT_EQ(2u, Elements(binaryModel, "bin").size());
+    std::string const xmlModel = EntryOf(Wide(xml), L"3D/3dmodel.model");
+    EXPECT_TRUE(Elements(xmlModel, "bin").empty());
+    EXPECT_EQ(0u, Elements(xmlModel, "model").at(0).count("binary"));
+    EXPECT_EQ(12u * 9u * 2u, Elements(xmlModel, "triangle").size());
+
+    auto const original = Import(Wide(torus));
+    auto const viaBinary = Import(Wide(binary));
+    auto const again = Import(Wide(xml));
+    ASSERT_EQ(1u, viaBinary.size());
+    ASSERT_EQ(1u, again.size());
+    // Floats of millimetres carry the internal grid of a torus this size.
+    EXPECT_EQ(UsedPoints(*original[0]), UsedPoints(*viaBinary[0]));
+    EXPECT_EQ(UsedPoints(*viaBinary[0]), UsedPoints(*again[0]));
+    EXPECT_EQ(original[0]->GetNumberOfTriangles(), again[0]->GetNumberOfTriangles());
+    for (std::uint32_t t = 0; t < again[0]->GetNumberOfTriangles(); ++t)
+    {
+        for (unsigned corner = 0; corner < 3; ++corner)
+        {
+            ASSERT_EQ(viaBinary[0]->TriangleAt(t).GetPointIndex(corner),
+                      again[0]->TriangleAt(t).GetPointIndex(corner));
+        }
+    }
+}
+
+// A coloured sample written by others: through --binary its geometry stays,
+// every object keeps its colour and triangle colours go.
+TEST(BinaryWrite, ColouredSampleThroughBinaryForm)
+{
+    auto const samples = Samples();
+    auto const sample =
+        std::find_if(samples.begin(), samples.end(),
+                     [](auto const& file) { return file.filename() == "dodeca_chain_loop_color.3mf"; });
+    if (sample == samples.end())
+    {
+        GTEST_SKIP() << "dodeca_chain_loop_color.3mf is not beside the checkout (../shared/testdata)";
+    }
+    PackageScratch scratch;
+    std::string const binary = StringConversion::ConvertNativeToUTF8(scratch.File("dodeca-binary.3mf"));
+    CommandOutput const toBinary = RunCommand(Quoted(OND3MF_CONVERT) + " --binary " +
+                                              Quoted(sample->string()) + " " + Quoted(binary) + " 2>&1");
+    ASSERT_EQ(0, toBinary.status) << toBinary.text;
+    auto const before = Import(Wide(sample->string()));
+    auto const after = Import(Wide(binary));
+    ASSERT_EQ(before.size(), after.size());
+    // Float millimetres round back onto the same internal grid point or the next.
+    for (std::size_t i = 0; i < before.size(); ++i)
+    {
+        SCOPED_TRACE(i);
+        auto const a = UsedPoints(*before[i]);
+        auto const b = UsedPoints(*after[i]);
+        ASSERT_EQ(a.size(), b.size());
+        for (std::size_t p = 0; p < a.size(); ++p)
+        {
+            for (int axis = 0; axis < 3; ++axis)
+            {
+                ASSERT_NEAR(a[p][axis], b[p][axis], 1) << "point " << p;
+            }
+        }
+        EXPECT_EQ(before[i]->GetNumberOfTriangles(), after[i]->GetNumberOfTriangles());
+        EXPECT_EQ(before[i]->GetMaterial().GetRGB(), after[i]->GetMaterial().GetRGB());
+        for (auto triangle = after[i]->BeginTriangle(); triangle != after[i]->EndTriangle(); ++triangle)
+        {
+            ASSERT_FALSE(triangle->GetColor().IsDefined());
+        }
+    }
+}
