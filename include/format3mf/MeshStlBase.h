@@ -108,5 +108,6 @@ protected:
 private:
     void _AssignMultiProperty(MStlTriangle& triangle, TriangleProperty const& property);
     void _AssignTextureCoordinates(MStlTriangle& triangle, TriangleProperty const& property);
+    void _DecodeShownImages(PackageReadContext* context);
 };
 } // namespace Format_3MF
