@@ -39,6 +39,8 @@ protected:
     // image leaves the bitmap as it was.
     void _OnRead(PackageReadContext* context) override;
     bool _OnKeepFileAfterReading() const override { return m_decodePending; }
+    // An image never decoded is written as the file it came in, unchanged.
+    bool _OnFileIsPredefined(std::wstring* path) const override;
     void _OnWrite(PackageWriteContext* context,
                   std::shared_ptr<OndSDK::Common::IProgressDelegate> progress) override;
 

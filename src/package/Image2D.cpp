@@ -72,9 +72,21 @@ void Image2D::Decode(PackageReadContext* context)
     m_fileNameUnpacked.clear();
 }
 
+bool Image2D::_OnFileIsPredefined(std::wstring* path) const
+{
+    if (m_decodePending && path != nullptr)
+    {
+        *path = m_fileNameUnpacked;
+    }
+    return false;
+}
+
 void Image2D::_OnWrite(PackageWriteContext* context, std::shared_ptr<OndSDK::Common::IProgressDelegate>)
 {
-    OndSDK::Common::SavePng(*m_bitmap, m_fileNameUnpacked);
+    if (!m_decodePending)
+    {
+        OndSDK::Common::SavePng(*m_bitmap, m_fileNameUnpacked);
+    }
     if (context->m_stepProgress)
     {
         if (context->m_stepProgress->m_reporter->IsCancelled())

@@ -4,10 +4,14 @@
 #include "support/BlankPng.h"
 
 #include "format3mf/Image2D.h"
+#include "format3mf/PackageWrite.h"
 
 #include "triangles/MStlTexture.h"
 
 #include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
 
 using Format_3MF::Image2D;
 
@@ -111,4 +115,29 @@ TEST(TextureDecode, TheTexturesOfAPackageShareOnePixelBudget)
     // The host texture is there, with its coordinates, but without pixels.
     ASSERT_EQ(3u, read.Stl().GetTextures().size());
     EXPECT_EQ(1u, read.Stl().GetTextures()[0]->GetNumTriangles());
+}
+
+// A package read and written again carries an image that nothing decoded as
+// the bytes it came in, since there are no pixels to write it from.
+TEST(TextureDecode, AnImageNeverDecodedIsWrittenAsItCame)
+{
+    PackageScratch scratch;
+    std::string const png = BlankPng::Make(3, 5, true);
+    std::wstring const original = scratch.File("original.3mf");
+    WriteModelPackage(original, MeshModel(Textures({"/3D/Textures/a.png"})), {{"3D/Textures/a.png", png}});
+    std::wstring const written = scratch.File("written.3mf");
+    {
+        TestModelFile model;
+        Format_3MF::Package package(&model);
+        Format_3MF::PackageRead reader(&package, {});
+        ASSERT_TRUE(reader.Read(original, nullptr));
+        Format_3MF::PackageWrite writer(&package, {});
+        ASSERT_TRUE(writer.Write(written, nullptr));
+    }
+    MZipArchive archive(false);
+    ASSERT_TRUE(archive.OpenArchiveRead(written.c_str()));
+    std::wstring const extracted = scratch.File("a.png");
+    archive.ExtractFile("3D/Textures/a.png", extracted.c_str(), nullptr);
+    std::ifstream in(StringConversion::ConvertNativeToUTF8(extracted), std::ios::binary);
+    EXPECT_EQ(png, std::string(std::istreambuf_iterator<char>(in), {}));
 }
