@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the build needs, and only those that are missing.
+# Installs the Debian packages the build, the tests and the fuzzers (clang) need,
+# and only those that are missing.
 # Runs "apt-get update" only when something has to be installed.
 set -euo pipefail
 
@@ -9,6 +10,7 @@ packages=(
   libexpat1-dev libzip-dev zlib1g-dev libisal-dev
   libpng-dev libjpeg62-turbo-dev
   libgtest-dev libbenchmark-dev unzip
+  clang-14 libclang-rt-14-dev
 )
 
 missing=()

@@ -3,6 +3,7 @@
 #include "common/ImageBitmap.h"
 #include "common/OndExport.h"
 
+#include <cstdint>
 #include <string>
 
 // Image files to and from ImageBitmap. Every function answers false, leaving
@@ -22,6 +23,12 @@ OND_EXPORT bool LoadPng(ImageBitmap& bitmap, std::wstring const& path);
 // the files of Adobe's applications are. Data ending before the image does
 // counts as truncation, not as a grey remainder.
 OND_EXPORT bool LoadJpeg(ImageBitmap& bitmap, std::wstring const& path);
+
+// The size of the image from the file's header alone, so that a caller can
+// weigh an image before paying for its pixels; false where the Load function
+// would fail before allocating.
+OND_EXPORT bool ReadPngSize(std::wstring const& path, std::uint32_t& width, std::uint32_t& height);
+OND_EXPORT bool ReadJpegSize(std::wstring const& path, std::uint32_t& width, std::uint32_t& height);
 
 // Writes an 8-bit PNG with the channels of the bitmap; false for an empty
 // bitmap or when the file can't be written (no partial file is left then).

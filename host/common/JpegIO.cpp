@@ -51,6 +51,7 @@ void OnJpegProgress(j_common_ptr info)
 // What a decode builds, outside the function that libjpeg jumps back to.
 struct JpegReadState
 {
+    bool headerOnly = false;
     jpeg_decompress_struct info{};
     JpegErrorManager error{};
     jpeg_progress_mgr progress{};
@@ -94,6 +95,10 @@ bool DecodeJpeg(std::FILE* file, JpegReadState* state)
     info->progress = &state->progress;
     jpeg_stdio_src(info, file);
     jpeg_read_header(info, TRUE);
+    if (state->headerOnly)
+    {
+        return true;
+    }
     if (std::uint64_t(info->image_width) * info->image_height > ImageBitmap::kMaxPixels)
     {
         return false;
@@ -141,9 +146,10 @@ bool DecodeJpeg(std::FILE* file, JpegReadState* state)
     jpeg_finish_decompress(info);
     return true;
 }
-} // namespace
 
-bool LoadJpeg(ImageBitmap& bitmap, std::wstring const& path)
+// Reads the header, and the pixels too unless the state asks for the header
+// alone.
+bool ReadJpeg(std::wstring const& path, JpegReadState* state)
 {
     StdioFile const file = OpenStdioFile(path, "rb");
     unsigned char signature[3];
@@ -153,13 +159,33 @@ bool LoadJpeg(ImageBitmap& bitmap, std::wstring const& path)
         return false;
     }
     std::rewind(file.get());
+    bool const read = DecodeJpeg(file.get(), state);
+    jpeg_destroy_decompress(&state->info);
+    return read;
+}
+} // namespace
+
+bool LoadJpeg(ImageBitmap& bitmap, std::wstring const& path)
+{
     JpegReadState state;
-    bool const decoded = DecodeJpeg(file.get(), &state);
-    jpeg_destroy_decompress(&state.info);
-    if (decoded)
+    if (!ReadJpeg(path, &state))
     {
-        bitmap = std::move(state.bitmap);
+        return false;
     }
-    return decoded;
+    bitmap = std::move(state.bitmap);
+    return true;
+}
+
+bool ReadJpegSize(std::wstring const& path, std::uint32_t& width, std::uint32_t& height)
+{
+    JpegReadState state;
+    state.headerOnly = true;
+    if (!ReadJpeg(path, &state))
+    {
+        return false;
+    }
+    width = state.info.image_width;
+    height = state.info.image_height;
+    return true;
 }
 } // namespace OndSDK::Common

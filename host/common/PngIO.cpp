@@ -16,6 +16,9 @@ constexpr std::size_t kSignatureSize = 8;
 // to, so that a jump never skips a destructor.
 struct PngReadState
 {
+    bool headerOnly = false;
+    png_uint_32 width = 0;
+    png_uint_32 height = 0;
     ImageBitmap bitmap;
     std::vector<png_bytep> rows;
 };
@@ -41,6 +44,12 @@ bool DecodePng(png_structp png, png_infop info, std::FILE* file, PngReadState* s
     png_read_info(png, info);
     png_uint_32 const width = png_get_image_width(png, info);
     png_uint_32 const height = png_get_image_height(png, info);
+    state->width = width;
+    state->height = height;
+    if (state->headerOnly)
+    {
+        return true;
+    }
     if (std::uint64_t(width) * height > ImageBitmap::kMaxPixels)
     {
         return false;
@@ -63,9 +72,10 @@ bool DecodePng(png_structp png, png_infop info, std::FILE* file, PngReadState* s
     png_read_end(png, nullptr);
     return true;
 }
-} // namespace
 
-bool LoadPng(ImageBitmap& bitmap, std::wstring const& path)
+// Reads the header, and the pixels too unless the state asks for the header
+// alone.
+bool ReadPng(std::wstring const& path, PngReadState* state)
 {
     StdioFile const file = OpenStdioFile(path, "rb");
     png_byte signature[kSignatureSize];
@@ -80,14 +90,34 @@ bool LoadPng(ImageBitmap& bitmap, std::wstring const& path)
         return false;
     }
     png_infop info = png_create_info_struct(png);
-    PngReadState state;
-    bool const decoded = info != nullptr && DecodePng(png, info, file.get(), &state);
+    bool const read = info != nullptr && DecodePng(png, info, file.get(), state);
     png_destroy_read_struct(&png, &info, nullptr);
-    if (decoded)
+    return read;
+}
+} // namespace
+
+bool LoadPng(ImageBitmap& bitmap, std::wstring const& path)
+{
+    PngReadState state;
+    if (!ReadPng(path, &state))
     {
-        bitmap = std::move(state.bitmap);
+        return false;
     }
-    return decoded;
+    bitmap = std::move(state.bitmap);
+    return true;
+}
+
+bool ReadPngSize(std::wstring const& path, std::uint32_t& width, std::uint32_t& height)
+{
+    PngReadState state;
+    state.headerOnly = true;
+    if (!ReadPng(path, &state))
+    {
+        return false;
+    }
+    width = state.width;
+    height = state.height;
+    return true;
 }
 
 bool SavePng(ImageBitmap const& bitmap, std::wstring const& path)

@@ -4,16 +4,28 @@
 #include "common/OndExport.h"
 #include "format3mf/IPackageFile.h"
 
+#include <cstdint>
 #include <memory>
 
 namespace Format_3MF
 {
 // A texture image part. It goes through a file in both directions and is
-// always written as PNG.
+// always written as PNG. A read leaves the file undecoded until a triangle
+// asks for the image, so that images nothing shows cost no memory.
 class OND_EXPORT Image2D : public IPackageFile
 {
 public:
+    // The decoded textures of one package read hold at most this many pixels
+    // together: at most 256 MiB, as a pixel takes at most four bytes. A small
+    // file can name images of any size, and only the sum bounds the memory.
+    static constexpr std::uint64_t kMaxPixelsPerPackage = std::uint64_t(1) << 26;
+
     explicit Image2D(std::wstring const& nameInPackage);
+
+    // Decodes the image that the read left, once; later calls do nothing. An
+    // image that would take the package past kMaxPixelsPerPackage stays
+    // without pixels, with a warning naming the part, like an unreadable one.
+    void Decode(PackageReadContext* context);
 
     double GetWriteProgressWeight() const override { return 0.2; }
 
@@ -23,9 +35,16 @@ public:
 protected:
     bool _GetContentInfo(std::wstring& contentType, std::wstring& extension) const override;
     bool _GetRelationInfo(std::wstring& type) const override;
-    // PNG first, then JPEG; an unreadable image leaves the bitmap as it was.
+    // Only keeps the file for Decode: PNG first, then JPEG; an unreadable
+    // image leaves the bitmap as it was.
     void _OnRead(PackageReadContext* context) override;
+    bool _OnKeepFileAfterReading() const override { return m_decodePending; }
+    // An image never decoded is written as the file it came in, unchanged.
+    bool _OnFileIsPredefined(std::wstring* path) const override;
     void _OnWrite(PackageWriteContext* context,
                   std::shared_ptr<OndSDK::Common::IProgressDelegate> progress) override;
+
+private:
+    bool m_decodePending = false;
 };
 } // namespace Format_3MF

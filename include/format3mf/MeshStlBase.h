@@ -147,5 +147,6 @@ private:
 
     void _AssignMultiProperty(MStlTriangle& triangle, TriangleProperty const& property);
     void _AssignTextureCoordinates(MStlTriangle& triangle, TriangleProperty const& property);
+    void _DecodeShownImages(PackageReadContext* context);
 };
 } // namespace Format_3MF

@@ -27,6 +27,9 @@ struct PackageReadContext : PackageReadOptions
     std::int32_t m_status = 0;
     std::vector<std::wstring> m_errors;
     std::vector<std::wstring> m_warnings;
+    // Pixels of the textures decoded so far, held under
+    // Image2D::kMaxPixelsPerPackage.
+    std::uint64_t m_decodedTexturePixels = 0;
     // Counts bytes of the archive; owned by the context's owner.
     OndSDK::Common::IncrementalProgressReporter* m_progress = nullptr;
 

@@ -96,6 +96,7 @@ void MeshStlBase::_OnStopReading(PackageReadContext* context)
                 _AssignProperty(*triangle, entry.front());
             }
         }
+        _DecodeShownImages(context);
     }
     if (m_tetraheders)
     {
@@ -184,6 +185,25 @@ void MeshStlBase::_AssignTextureCoordinates(MStlTriangle& triangle, TriangleProp
     coordinates.m_u3 = third.m_u;
     coordinates.m_v3 = third.m_v;
     GetTexture(group, true)->AddTriangle(&triangle, coordinates, true);
+}
+
+// Only the images that triangles show are decoded, in the order of their
+// coordinate groups in the file, so that the package's pixel budget goes to
+// the same images on every read.
+void MeshStlBase::_DecodeShownImages(PackageReadContext* context)
+{
+    for (auto const& group : m_modelFile->GetResources().m_materials.m_texture2DGroups)
+    {
+        if (m_texturesOfGroups.count(group.get()) == 0)
+        {
+            continue;
+        }
+        auto* const texture = dynamic_cast<Texture2D*>(m_modelFile->GetReference(group->m_texid));
+        if (texture != nullptr && texture->m_image != nullptr)
+        {
+            texture->m_image->Decode(context);
+        }
+    }
 }
 
 // Every triangle of one group lands in one host texture; two groups on one

@@ -1,13 +1,18 @@
-// A texture image part: read from PNG or JPEG, always written as PNG.
+// A texture image part: read from PNG or JPEG, decoded on first use within a
+// pixel budget per package, written as PNG.
 #include "format3mf/Image2D.h"
 
 #include "format3mf/Exception.h"
+#include "format3mf/PackageReadContext.h"
 #include "format3mf/PackageWrite.h"
 #include "format3mf/PackageWriteContext.h"
 #include "foundation/FormatIdentifiers.h"
+#include "foundation/PartNames.h"
 
 #include "common/ImageBitmapIO.h"
 #include "common/IncrementalProgressReporter.h"
+
+#include <boost/filesystem/operations.hpp>
 
 namespace Format_3MF
 {
@@ -31,17 +36,57 @@ bool Image2D::_GetRelationInfo(std::wstring& type) const
 
 void Image2D::_OnRead(PackageReadContext*)
 {
-    if (!OndSDK::Common::LoadPng(*m_bitmap, m_fileNameUnpacked))
+    m_decodePending = !m_fileNameUnpacked.empty();
+}
+
+// The size is taken from the header first, so that an image over the budget
+// costs nothing but its header. The extracted file goes once decoded; one
+// that is never decoded goes with the part.
+void Image2D::Decode(PackageReadContext* context)
+{
+    if (!m_decodePending)
     {
-        OndSDK::Common::LoadJpeg(*m_bitmap, m_fileNameUnpacked);
+        return;
     }
+    m_decodePending = false;
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    if (OndSDK::Common::ReadPngSize(m_fileNameUnpacked, width, height) ||
+        OndSDK::Common::ReadJpegSize(m_fileNameUnpacked, width, height))
+    {
+        std::uint64_t const pixels = std::uint64_t(width) * height;
+        if (pixels > kMaxPixelsPerPackage - context->m_decodedTexturePixels)
+        {
+            context->m_warnings.push_back(L"The texture " + GetFileNameInPackage() + L" of " +
+                                          std::to_wstring(width) + L" x " + std::to_wstring(height) +
+                                          L" pixels is not decoded: the textures of a package may hold " +
+                                          std::to_wstring(kMaxPixelsPerPackage) + L" pixels in all.");
+        }
+        else if (OndSDK::Common::LoadPng(*m_bitmap, m_fileNameUnpacked) ||
+                 OndSDK::Common::LoadJpeg(*m_bitmap, m_fileNameUnpacked))
+        {
+            context->m_decodedTexturePixels += pixels;
+        }
+    }
+    boost::system::error_code error;
+    boost::filesystem::remove(ToPath(m_fileNameUnpacked), error);
+    m_fileNameUnpacked.clear();
+}
+
+bool Image2D::_OnFileIsPredefined(std::wstring* path) const
+{
+    if (m_decodePending && path != nullptr)
+    {
+        *path = m_fileNameUnpacked;
+    }
+    return false;
 }
 
 // An image that can't be saved would leave the model naming a part that the
 // archive lacks, a file that no reader takes: the write fails instead.
 void Image2D::_OnWrite(PackageWriteContext* context, std::shared_ptr<OndSDK::Common::IProgressDelegate>)
 {
-    if (!OndSDK::Common::SavePng(*m_bitmap, m_fileNameUnpacked))
+    if (!m_decodePending && !OndSDK::Common::SavePng(*m_bitmap, m_fileNameUnpacked))
     {
         throw Exception(L"The texture image " + GetFileNameInPackage() +
                         (m_bitmap->IsEmpty() ? L" has no pixels to write." : L" could not be saved as PNG."));

@@ -215,4 +215,18 @@ TEST(ImageBitmapIO, OversizedHeadersAreRefused)
     EXPECT_FALSE(LoadPng(bitmap, pngPath));
     EXPECT_FALSE(LoadJpeg(bitmap, jpegPath));
     EXPECT_TRUE(bitmap.IsEmpty());
+
+    // The headers alone can still be weighed, and each reader knows only its
+    // own format.
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    ASSERT_TRUE(ReadPngSize(pngPath, width, height));
+    EXPECT_EQ(100000u, width);
+    EXPECT_EQ(100000u, height);
+    ASSERT_TRUE(ReadJpegSize(jpegPath, width, height));
+    EXPECT_EQ(60000u, width);
+    EXPECT_EQ(60000u, height);
+    EXPECT_FALSE(ReadPngSize(jpegPath, width, height));
+    EXPECT_FALSE(ReadJpegSize(pngPath, width, height));
+    EXPECT_FALSE(ReadPngSize(folder.File("missing.png"), width, height));
 }

@@ -1,7 +1,7 @@
 // libFuzzer target: reads one input as a model document both ways, with mesh
 // data in plain form and through expat alone, and stops on any difference in
 // what the reading gave (points, triangles, property references, error,
-// progress). Built by scripts/fuzz-mesh-fastpath.sh, not by the default build.
+// progress). Built by scripts/fuzz.sh, not by the default build.
 
 #include "support/MeshReadComparison.h"
 
