@@ -153,7 +153,7 @@ TEST(BinaryMeshRead, HostileBlocksFailTheRead)
         {"no binary attribute on the model", BinaryModel(BinObject(10, goodVertices, goodTriangles), ""),
          true, 0, "the model names no binary part"},
         {"binary part missing from the archive", BinaryModel(BinObject(10, goodVertices, goodTriangles)),
-         false, 2, "The binary part /3D/3dmodel.model.bin could not be read."},
+         false, 2, "File not found in archive: 3D/3dmodel.model.bin"},
     };
     for (Case const& entry : cases)
     {

@@ -93,27 +93,11 @@ Imported Import(boost::filesystem::path const& file, bool plain)
     return imported;
 }
 
-std::vector<boost::filesystem::path> AllFiles()
-{
-    std::vector<boost::filesystem::path> files = Samples();
-    boost::filesystem::path const realWorld = boost::filesystem::path(FORMAT3MF_TESTDATA) / "realworld";
-    if (boost::filesystem::exists(realWorld))
-    {
-        for (auto const& entry : boost::filesystem::directory_iterator(realWorld))
-        {
-            if (entry.path().extension() == ".3mf")
-            {
-                files.push_back(entry.path());
-            }
-        }
-    }
-    return files;
-}
 } // namespace
 
 TEST(PlainContentImport, EveryFileImportsAlikeBothWays)
 {
-    auto const files = AllFiles();
+    auto const files = AllTestFiles();
     if (files.empty())
     {
         GTEST_SKIP() << "no 3MF files beside the checkout (../shared/testdata)";

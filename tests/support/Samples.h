@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 // The 3MF files written by others beside the checkout, sorted, below the
@@ -28,5 +29,37 @@ inline std::vector<boost::filesystem::path> Samples(std::string const& folder = 
         }
     }
     std::sort(files.begin(), files.end());
+    return files;
+}
+
+// The 3MF files of today's slicers and tools beside the checkout, sorted;
+// empty when they are not there.
+inline std::vector<boost::filesystem::path> RealWorldFiles()
+{
+    std::vector<boost::filesystem::path> files;
+    boost::filesystem::path const root = boost::filesystem::path(FORMAT3MF_TESTDATA) / "realworld";
+    if (!boost::filesystem::exists(root))
+    {
+        return files;
+    }
+    for (auto const& entry : boost::filesystem::directory_iterator(root))
+    {
+        if (entry.path().extension() == ".3mf")
+        {
+            files.push_back(entry.path());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+// The samples and then the real-world files.
+inline std::vector<boost::filesystem::path> AllTestFiles()
+{
+    std::vector<boost::filesystem::path> files = Samples();
+    for (auto& file : RealWorldFiles())
+    {
+        files.push_back(std::move(file));
+    }
     return files;
 }
