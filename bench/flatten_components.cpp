@@ -4,6 +4,8 @@
 // floor of copying the same bytes into fresh memory. Processor seconds, best
 // of three runs; freeing what a run made is not timed.
 
+#include "Measure.h"
+
 #include "format3mf/Importer.h"
 
 #include "triangles/MStlBase.h"
@@ -27,7 +29,6 @@
 
 namespace
 {
-constexpr int kRuns = 3;
 constexpr int kLevels = 6;
 constexpr int kFan = 10;
 constexpr std::size_t kCubePoints = 8;
@@ -86,35 +87,24 @@ void WritePackage(std::filesystem::path const& path)
     archive.CloseArchive();
 }
 
-// Processor time of the process (user and system, page faults included),
-// so that other work on a shared machine does not count.
-struct Clock
+// Processor time (user and system, page faults included), so that other
+// work on a shared machine does not count.
+double Since(double start)
 {
-    using time_point = double;
-    static double now()
-    {
-        timespec time{};
-        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-        return double(time.tv_sec) + double(time.tv_nsec) * 1e-9;
-    }
-};
+    return measure::ProcessCpuSeconds() - start;
+}
 
-// The best of kRuns runs of `work`, which returns the seconds of the part
-// it measures: what it made is freed after the clock stopped.
+// The best of the runs of `work`, which returns the seconds of the part it
+// measures: what it made is freed after the clock stopped.
 template <typename Work>
 double Best(Work&& work)
 {
     double best = std::numeric_limits<double>::infinity();
-    for (int run = 0; run < kRuns; ++run)
+    for (int run = 0; run < measure::kRuns; ++run)
     {
         best = std::min(best, work());
     }
     return best;
-}
-
-double Since(double start)
-{
-    return Clock::now() - start;
 }
 
 // The floor: every copy's points and triangles copied into memory that is
@@ -123,7 +113,7 @@ double CopyFloor(std::size_t copies)
 {
     std::vector<char> const points(kCubePoints * kPointBytes, 1);
     std::vector<char> const triangles(kCubeTriangles * kTriangleBytes, 2);
-    auto const start = Clock::now();
+    auto const start = measure::ProcessCpuSeconds();
     std::unique_ptr<char[]> pointStore(new char[copies * points.size()]);
     std::unique_ptr<char[]> triangleStore(new char[copies * triangles.size()]);
     for (std::size_t copy = 0; copy < copies; ++copy)
@@ -140,29 +130,14 @@ double CopyFloor(std::size_t copies)
     return seconds;
 }
 
-struct ScratchFolder
-{
-    std::filesystem::path m_path;
-    explicit ScratchFolder(std::filesystem::path path) : m_path(std::move(path))
-    {
-        std::filesystem::create_directories(m_path);
-    }
-    ScratchFolder(ScratchFolder const&) = delete;
-    ScratchFolder& operator=(ScratchFolder const&) = delete;
-    ~ScratchFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-};
 } // namespace
 
 int main()
 {
     try
     {
-        ScratchFolder const scratch(std::filesystem::temp_directory_path() /
-                                    ("ond_bench_flatten_" + std::to_string(getpid())));
+        measure::ScratchFolder const scratch(std::filesystem::temp_directory_path() /
+                                             ("ond_bench_flatten_" + std::to_string(getpid())));
         std::filesystem::path const package = scratch.m_path / "fan.3mf";
         WritePackage(package);
         std::size_t copies = 1;
@@ -179,7 +154,7 @@ int main()
                 format3mf::import::Importer importer;
                 importer.SetOutputParts(meshes);
                 importer.SetFileName(package.wstring());
-                auto const start = Clock::now();
+                auto const start = measure::ProcessCpuSeconds();
                 if (importer.Operate(nullptr) != format3mf::import::Importer::Success || meshes.size() != 1)
                 {
                     throw std::runtime_error("the importer refused the generated package");
@@ -197,7 +172,8 @@ int main()
         double const bytes = double(copies) * (kCubePoints * kPointBytes + kCubeTriangles * kTriangleBytes);
         std::printf(
             "%d levels of %d components: %zu cube copies, %zu triangles, package %ju bytes; best of %d\n",
-            kLevels, kFan, copies, triangles, std::uintmax_t(std::filesystem::file_size(package)), kRuns);
+            kLevels, kFan, copies, triangles, std::uintmax_t(std::filesystem::file_size(package)),
+            measure::kRuns);
         std::printf("%-30s %8.3f s %8.1f ns per triangle\n", "import (read and flatten), cpu", import,
                     import / double(triangles) * 1e9);
         std::printf("%-30s %8.3f s %8.1f ns per triangle (%.0f MB)\n", "floor: copy into new memory, cpu",
