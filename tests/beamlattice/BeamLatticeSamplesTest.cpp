@@ -15,16 +15,6 @@
 
 namespace
 {
-std::vector<std::unique_ptr<MStlBase>> Import(std::string const& path)
-{
-    std::vector<std::unique_ptr<MStlBase>> meshes;
-    format3mf::import::Importer importer;
-    importer.SetOutputParts(meshes);
-    importer.SetFileName(StringConversion::ConvertUTF8ToNative(path.data(), path.size()));
-    EXPECT_EQ(format3mf::import::Importer::Success, importer.Operate(nullptr)) << path;
-    return meshes;
-}
-
 std::vector<std::vector<Beam>> BeamsOf(std::vector<std::unique_ptr<MStlBase>> const& meshes)
 {
     std::vector<std::vector<Beam>> beams;
@@ -102,7 +92,7 @@ TEST(BeamLatticeSamples, BeamsMatchIndependentExpectations)
             RunCommand("python3 " + Quoted(FORMAT3MF_SOURCE_DIR "/tests/import/expected_meshes.py") +
                        " --beams " + Quoted(file.string()));
         ASSERT_EQ(0, expected.status) << expected.text;
-        auto const meshes = Import(file.string());
+        auto const meshes = ImportMeshes(file.string());
         std::ostringstream actual;
         std::size_t total = 0;
         for (std::size_t i = 0; i < meshes.size(); ++i)
@@ -140,7 +130,7 @@ TEST(BeamLatticeSamples, RoundTripsInEachDialectAndAcross)
     for (auto const& file : files)
     {
         SCOPED_TRACE(file.string());
-        auto const original = Import(file.string());
+        auto const original = ImportMeshes(file.string());
         std::string const published = Convert(file.string(), path("published.3mf"), "published");
         std::string const vendor = Convert(file.string(), path("vendor.3mf"), "vendor");
         std::string const across = Convert(vendor, path("across.3mf"), "published");
@@ -159,10 +149,10 @@ TEST(BeamLatticeSamples, RoundTripsInEachDialectAndAcross)
             // Published out writes the unset default cap as a hemisphere.
             viaBoth.push_back(AsVendor(AtLeastAMillimetre(*mesh, all), 1));
         }
-        EXPECT_EQ(viaPublished, BeamsOf(Import(published)));
-        EXPECT_EQ(viaVendor, BeamsOf(Import(vendor)));
-        EXPECT_EQ(viaBoth, BeamsOf(Import(across)));
-        auto const plain = Import(none);
+        EXPECT_EQ(viaPublished, BeamsOf(ImportMeshes(published)));
+        EXPECT_EQ(viaVendor, BeamsOf(ImportMeshes(vendor)));
+        EXPECT_EQ(viaBoth, BeamsOf(ImportMeshes(across)));
+        auto const plain = ImportMeshes(none);
         ASSERT_EQ(original.size(), plain.size());
         for (std::size_t i = 0; i < plain.size(); ++i)
         {

@@ -85,16 +85,6 @@ Written WriteAndRead(MStlBase* stl, std::wstring const& beamNamespace)
     return written;
 }
 
-std::size_t Count(std::string const& text, std::string const& part)
-{
-    std::size_t count = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-    {
-        ++count;
-    }
-    return count;
-}
-
 void ExpectContains(std::string const& xml, std::vector<std::string> const& parts)
 {
     for (std::string const& part : parts)
@@ -120,9 +110,9 @@ TEST(BeamLatticeWrite, PublishedDialect)
          R"(<bl:beam v1="1" v2="2" r1="0.5" r2="0.3" cap1="butt" cap2="sphere")",
          R"(<bl:beam v1="2" v2="3" r1="0.15" cap1="sphere" cap2="sphere")",
          R"(<bl:beam v1="2" v2="0" r1="0.2" cap1="sphere" cap2="sphere")"});
-    EXPECT_EQ(4u, Count(written.xml, "<bl:beam "));
-    EXPECT_EQ(0u, Count(written.xml, "clippingmesh"));
-    EXPECT_EQ(0u, Count(written.xml, "beamgroup"));
+    EXPECT_EQ(4u, Occurrences(written.xml, "<bl:beam "));
+    EXPECT_EQ(0u, Occurrences(written.xml, "clippingmesh"));
+    EXPECT_EQ(0u, Occurrences(written.xml, "beamgroup"));
     int const s = 2;
     int const b = 3;
     EXPECT_EQ((std::vector<Beam>{{0, 1, 10000, 10000, s, s},
@@ -146,9 +136,9 @@ TEST(BeamLatticeWrite, VendorDialect)
          R"(<bl:beam v1="1" v2="2"/><bl:beam v1="0" v2="3"/><bl:beam v1="2" v2="3" r1="0.15"/>)"
          R"(</bl:beamgroup><bl:beamgroup name="empty"/>)"
          R"(<bl:beamgroup radius="0.2" name="second"><bl:beam v1="2" v2="0"/></bl:beamgroup></bl:beamlattice>)"});
-    EXPECT_EQ(0u, Count(written.xml, "r2="));
-    EXPECT_EQ(0u, Count(written.xml, "cap"));
-    EXPECT_EQ(0u, Count(written.xml, "hintaccurcay")) << "the host's edges are exact";
+    EXPECT_EQ(0u, Occurrences(written.xml, "r2="));
+    EXPECT_EQ(0u, Occurrences(written.xml, "cap"));
+    EXPECT_EQ(0u, Occurrences(written.xml, "hintaccurcay")) << "the host's edges are exact";
     EXPECT_EQ((std::vector<Beam>{{0, 1, 10000, 10000},
                                  {1, 2, 10000, 10000},
                                  {0, 3, 10000, 10000},
@@ -161,9 +151,9 @@ TEST(BeamLatticeWrite, NoNamespaceNoLattice)
 {
     auto const stl = LatticeMesh();
     Written const written = WriteAndRead(stl.get(), L"");
-    EXPECT_EQ(0u, Count(written.xml, "beam")) << written.xml;
+    EXPECT_EQ(0u, Occurrences(written.xml, "beam")) << written.xml;
     EXPECT_TRUE(written.beams.empty());
-    EXPECT_EQ(4u, Count(written.xml, "<vertex ")) << written.xml;
+    EXPECT_EQ(4u, Occurrences(written.xml, "<vertex ")) << written.xml;
 }
 
 // Beams without element information have their ends only; a mesh without
@@ -182,7 +172,7 @@ TEST(BeamLatticeWrite, BareEdgesAndMeshesWithoutGraphs)
     auto plain = std::make_unique<MStlBase>();
     plain->AddPoint(0, 0, 0);
     Written const none = WriteAndRead(plain.get(), NamespaceBeamLattice);
-    EXPECT_EQ(0u, Count(none.xml, "beam")) << none.xml;
+    EXPECT_EQ(0u, Occurrences(none.xml, "beam")) << none.xml;
 }
 
 // A lattice read and written again in its own package keeps its clipping;

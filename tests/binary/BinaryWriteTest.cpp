@@ -69,16 +69,6 @@ void WriteBinary(std::wstring const& path, std::vector<MStlBase*> const& meshes,
     Format_3MF::PackageWrite(&package, options).Write(path, progress);
 }
 
-std::vector<std::unique_ptr<MStlBase>> Import(std::wstring const& path)
-{
-    std::vector<std::unique_ptr<MStlBase>> meshes;
-    format3mf::import::Importer importer;
-    importer.SetOutputParts(meshes);
-    importer.SetFileName(path);
-    EXPECT_EQ(format3mf::import::Importer::Success, importer.Operate(nullptr));
-    return meshes;
-}
-
 std::vector<std::array<std::int32_t, 3>> UsedPoints(MStlBase const& mesh)
 {
     std::vector<std::array<std::int32_t, 3>> points;
@@ -159,7 +149,7 @@ TEST(BinaryWrite, ObjectsInPartsOfTheirOwnHaveBinaryPartsOfTheirOwn)
     EXPECT_NE(std::string::npos, EntryOf(path, L"3D/Objects/_rels/Object(2).model.rels")
                                      .find(R"(Target="/3D/Objects/Object(2).model.bin")"));
     EXPECT_EQ(36u + 12u, EntryOf(path, L"3D/Objects/Object(2).model.bin").size());
-    auto const meshes = Import(path);
+    auto const meshes = ImportMeshes(path);
     ASSERT_EQ(2u, meshes.size());
     EXPECT_EQ(2u, meshes[0]->GetNumberOfTriangles());
     EXPECT_EQ(UsedPoints(*triangle), UsedPoints(*meshes[1]));
@@ -176,7 +166,7 @@ TEST(BinaryWrite, ColouredMeshReadsBackWithItsGeometryAndObjectColour)
     square->TriangleAt(1).SetColor(MStlColor(0xff0000));
     WriteBinary(path, {square.get()});
 
-    auto const meshes = Import(path);
+    auto const meshes = ImportMeshes(path);
     ASSERT_EQ(1u, meshes.size());
     EXPECT_EQ(UsedPoints(*square), UsedPoints(*meshes[0]));
     EXPECT_EQ(4u, meshes[0]->GetNumberOfPoints());
@@ -206,7 +196,7 @@ TEST(BinaryWrite, CancelLeavesNoFiles)
     EXPECT_EQ(before, scratch.Files());
     // Written again without a cancel, the same mesh makes a whole package.
     WriteBinary(path, {square.get()});
-    EXPECT_EQ(2u, Import(path).at(0)->GetNumberOfTriangles());
+    EXPECT_EQ(2u, ImportMeshes(path).at(0)->GetNumberOfTriangles());
 }
 
 // --binary writes the binary form; converting that again without it gives
@@ -233,9 +223,9 @@ TEST(BinaryWrite, ConvertToBinaryAndBack)
     EXPECT_EQ(0u, Elements(xmlModel, "model").at(0).count("binary"));
     EXPECT_EQ(12u * 9u * 2u, Elements(xmlModel, "triangle").size());
 
-    auto const original = Import(Wide(torus));
-    auto const viaBinary = Import(Wide(binary));
-    auto const again = Import(Wide(xml));
+    auto const original = ImportMeshes(Wide(torus));
+    auto const viaBinary = ImportMeshes(Wide(binary));
+    auto const again = ImportMeshes(Wide(xml));
     ASSERT_EQ(1u, viaBinary.size());
     ASSERT_EQ(1u, again.size());
     // Floats of millimetres carry the internal grid of a torus this size.
@@ -269,8 +259,8 @@ TEST(BinaryWrite, ColouredSampleThroughBinaryForm)
     CommandOutput const toBinary = RunCommand(Quoted(OND3MF_CONVERT) + " --binary " +
                                               Quoted(sample->string()) + " " + Quoted(binary) + " 2>&1");
     ASSERT_EQ(0, toBinary.status) << toBinary.text;
-    auto const before = Import(Wide(sample->string()));
-    auto const after = Import(Wide(binary));
+    auto const before = ImportMeshes(Wide(sample->string()));
+    auto const after = ImportMeshes(Wide(binary));
     ASSERT_EQ(before.size(), after.size());
     // Float millimetres round back onto the same internal grid point or the next.
     for (std::size_t i = 0; i < before.size(); ++i)

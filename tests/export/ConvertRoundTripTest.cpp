@@ -20,16 +20,6 @@
 
 namespace
 {
-std::vector<std::unique_ptr<MStlBase>> Import(std::string const& path)
-{
-    std::vector<std::unique_ptr<MStlBase>> meshes;
-    format3mf::import::Importer importer;
-    importer.SetOutputParts(meshes);
-    importer.SetFileName(StringConversion::ConvertUTF8ToNative(path.data(), path.size()));
-    EXPECT_EQ(format3mf::import::Importer::Success, importer.Operate(nullptr)) << path;
-    return meshes;
-}
-
 struct Box
 {
     std::int32_t low[3];
@@ -144,8 +134,8 @@ TEST(ConvertRoundTrip, EveryTestFileComesBackWithTheSameMeshes)
         int status = -1;
         std::string const output = Convert(Quoted(file.string()) + " " + Quoted(converted), status);
         ASSERT_EQ(0, status) << output;
-        auto const before = Import(file.string());
-        auto const after = Import(converted);
+        auto const before = ImportMeshes(file.string());
+        auto const after = ImportMeshes(converted);
         ASSERT_EQ(before.size(), after.size());
 
         CommandOutput const counts =

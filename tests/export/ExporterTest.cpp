@@ -2,7 +2,7 @@
 // and mask as they were on every way out, no file left by a cancel, and what
 // the importer reads back.
 #include "export/ExportSupport.h"
-#include "support/PackageTestSupport.h"
+#include "import/ImportSupport.h"
 #include "triangles/MeshTestSupport.h"
 
 #include "format3mf/Exception.h"
@@ -43,15 +43,6 @@ MMTransformMatrix Translation(double x, double y, double z)
     return matrix;
 }
 
-std::vector<std::unique_ptr<MStlBase>> Import(std::wstring const& path)
-{
-    std::vector<std::unique_ptr<MStlBase>> meshes;
-    format3mf::import::Importer importer;
-    importer.SetOutputParts(meshes);
-    importer.SetFileName(path);
-    EXPECT_EQ(format3mf::import::Importer::Success, importer.Operate(nullptr));
-    return meshes;
-}
 } // namespace
 
 TEST(Exporter, WithoutMeshOrPathNothingIsTouched)
@@ -153,7 +144,7 @@ TEST(Exporter, CornerColoursAndTwoTexturesReadBack)
     exporter.SetFilePath(path);
     ASSERT_EQ(format3mf::Export::Success, exporter.Operate());
 
-    auto const meshes = Import(path);
+    auto const meshes = ImportMeshes(path);
     ASSERT_EQ(1u, meshes.size());
     MStlBase& back = *meshes[0];
     ASSERT_EQ(3u, back.GetNumberOfTriangles());
@@ -203,7 +194,7 @@ TEST(Exporter, ATextureReadFromAPngPartWritesBackWithTheExtensionTwice)
         exporter.SetFilePath(path);
         ASSERT_EQ(format3mf::Export::Success, exporter.Operate());
         listings.push_back(PythonCheck(path));
-        auto meshes = Import(path);
+        auto meshes = ImportMeshes(path);
         ASSERT_EQ(1u, meshes.size());
         current = std::move(meshes[0]);
     }
@@ -223,7 +214,7 @@ TEST(Exporter, AMeshWithoutTrianglesStillWritesAPackage)
     exporter.SetFilePath(path);
     ASSERT_EQ(format3mf::Export::Success, exporter.Operate());
     EXPECT_EQ(std::string::npos, PythonCheck(path).find("python failed"));
-    EXPECT_TRUE(Import(path).empty());
+    EXPECT_TRUE(ImportMeshes(path).empty());
 }
 
 // A texture without pixels can't become an image part; the write fails with

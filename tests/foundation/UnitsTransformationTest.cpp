@@ -1,4 +1,3 @@
-#include "format3mf/ReferenceID.h"
 #include "format3mf/Transformation.h"
 #include "format3mf/Units.h"
 
@@ -7,22 +6,6 @@
 #include <gtest/gtest.h>
 
 using namespace Format_3MF;
-
-TEST(ReferenceID, OnlyMinusOneIsUndefined)
-{
-    tReferenceID id;
-    EXPECT_FALSE(id.IsDefined());
-    id = 0;
-    EXPECT_TRUE(id.IsDefined());
-    id = -2;
-    EXPECT_TRUE(id.IsDefined());
-    EXPECT_EQ(-2, int(id));
-    IReferenced a;
-    EXPECT_FALSE(a.m_id.IsDefined());
-    a.m_id = 7;
-    IReferenced b(a);
-    EXPECT_EQ(7, int(b.m_id));
-}
 
 TEST(Units, KnownNamesAndFallBack)
 {

@@ -1,34 +1,34 @@
 #pragma once
 
+#include "support/Command.h"
 #include "support/PackageTestSupport.h"
+
+#include "format3mf/Importer.h"
+
+#include "triangles/MStlBase.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
-// Standard output of a command, and whether it exited with 0.
-struct CommandOutput
+// The meshes the importer makes of a file, which it must read.
+inline std::vector<std::unique_ptr<MStlBase>> ImportMeshes(std::wstring const& path)
 {
-    std::string text;
-    int status = -1;
-};
+    std::vector<std::unique_ptr<MStlBase>> meshes;
+    format3mf::import::Importer importer;
+    importer.SetOutputParts(meshes);
+    importer.SetFileName(path);
+    EXPECT_EQ(format3mf::import::Importer::Success, importer.Operate(nullptr))
+        << StringConversion::ConvertNativeToUTF8(path);
+    return meshes;
+}
 
-inline CommandOutput RunCommand(std::string const& command)
+inline std::vector<std::unique_ptr<MStlBase>> ImportMeshes(std::string const& path)
 {
-    CommandOutput output;
-    if (FILE* pipe = popen(command.c_str(), "r"))
-    {
-        char buffer[4096];
-        std::size_t count;
-        while ((count = fread(buffer, 1, sizeof buffer, pipe)) > 0)
-        {
-            output.text.append(buffer, count);
-        }
-        output.status = pclose(pipe);
-    }
-    return output;
+    return ImportMeshes(StringConversion::ConvertUTF8ToNative(path.data(), path.size()));
 }
 
 inline std::string Quoted(std::string const& text)

@@ -34,13 +34,6 @@ TEST(PropertyGroup, UncheckedAddsKeepEveryValueAndStayInvisibleToChecks)
     EXPECT_EQ(3u, group.m_values.size());
 }
 
-TEST(PropertyGroup, CheckedAfterUncheckedGetsTheNextIndex)
-{
-    ColorGroup group;
-    group.AddValue(Color(1), false);
-    EXPECT_EQ(1, group.AddValue(Color(1), true));
-}
-
 TEST(PropertyGroup, GetValueOutOfRangeNamesIndexAndGroup)
 {
     ColorGroup group;
@@ -62,43 +55,29 @@ TEST(PropertyGroup, GetValueOutOfRangeNamesIndexAndGroup)
     }
 }
 
-TEST(PropertyValues, BaseMaterialsDifferByNameOrColour)
+// Checked adds merge equal values: base materials differ by name or colour,
+// NaN texture coordinates must not break the check, multi properties of
+// different lengths differ.
+TEST(PropertyValues, CheckedAddsMergeOnlyEqualValues)
 {
-    BaseMaterialGroup group;
-    EXPECT_EQ(0, group.AddValue(BaseMaterial(L"PLA", 0xFF), true));
-    EXPECT_EQ(1, group.AddValue(BaseMaterial(L"PLA", 0xFE), true));
-    EXPECT_EQ(2, group.AddValue(BaseMaterial(L"ABS", 0xFF), true));
-    EXPECT_EQ(0, group.AddValue(BaseMaterial(L"PLA", 0xFF), true));
-    EXPECT_TRUE(BaseMaterial(L"A", 9) < BaseMaterial(L"B", 1));
-}
+    BaseMaterialGroup materials;
+    EXPECT_EQ(0, materials.AddValue(BaseMaterial(L"PLA", 0xFF), true));
+    EXPECT_EQ(1, materials.AddValue(BaseMaterial(L"PLA", 0xFE), true));
+    EXPECT_EQ(2, materials.AddValue(BaseMaterial(L"ABS", 0xFF), true));
+    EXPECT_EQ(0, materials.AddValue(BaseMaterial(L"PLA", 0xFF), true));
 
-TEST(PropertyValues, TextureCoordinatesOrderByUThenV)
-{
-    EXPECT_TRUE(Texture2DCoord(0.1f, 0.9f) < Texture2DCoord(0.2f, 0.0f));
-    EXPECT_TRUE(Texture2DCoord(0.1f, 0.1f) < Texture2DCoord(0.1f, 0.2f));
-    EXPECT_FALSE(Texture2DCoord(0.1f, 0.2f) < Texture2DCoord(0.1f, 0.2f));
-
-    // NaN coordinates must not break the duplicate check.
     float const nan = std::numeric_limits<float>::quiet_NaN();
-    Texture2DGroup group;
-    EXPECT_EQ(-1, int(group.m_texid));
-    EXPECT_EQ(0, group.AddValue(Texture2DCoord(nan, 0.5f), true));
-    EXPECT_EQ(1, group.AddValue(Texture2DCoord(0.5f, 0.5f), true));
-    EXPECT_EQ(0, group.AddValue(Texture2DCoord(nan, 0.5f), true));
-    EXPECT_EQ(2, group.AddValue(Texture2DCoord(nan, nan), true));
-    EXPECT_EQ(2, group.AddValue(Texture2DCoord(nan, nan), true));
-}
+    Texture2DGroup coordinates;
+    EXPECT_EQ(0, coordinates.AddValue(Texture2DCoord(nan, 0.5f), true));
+    EXPECT_EQ(1, coordinates.AddValue(Texture2DCoord(0.5f, 0.5f), true));
+    EXPECT_EQ(0, coordinates.AddValue(Texture2DCoord(nan, 0.5f), true));
+    EXPECT_EQ(2, coordinates.AddValue(Texture2DCoord(nan, nan), true));
+    EXPECT_EQ(2, coordinates.AddValue(Texture2DCoord(nan, nan), true));
 
-TEST(PropertyValues, MultiPropertiesOrderByLengthFirst)
-{
-    EXPECT_TRUE(MultiProperty({9, 9}) < MultiProperty({0, 0, 0}));
-    EXPECT_TRUE(MultiProperty({-1, 5}) < MultiProperty({0, 0}));
-    EXPECT_FALSE(MultiProperty({1, 2}) < MultiProperty({1, 2}));
-    MultiPropertyGroup group;
-    EXPECT_TRUE(group.m_pids.empty());
-    EXPECT_EQ(0, group.AddValue(MultiProperty({1, 2}), true));
-    EXPECT_EQ(1, group.AddValue(MultiProperty({1, 2, 0}), true));
-    EXPECT_EQ(0, group.AddValue(MultiProperty({1, 2}), true));
+    MultiPropertyGroup multi;
+    EXPECT_EQ(0, multi.AddValue(MultiProperty({1, 2}), true));
+    EXPECT_EQ(1, multi.AddValue(MultiProperty({1, 2, 0}), true));
+    EXPECT_EQ(0, multi.AddValue(MultiProperty({1, 2}), true));
 }
 
 TEST(ColorText, EncodeWritesLowBytesLowestFirstInLowerCase)
@@ -108,32 +87,24 @@ TEST(ColorText, EncodeWritesLowBytesLowestFirstInLowerCase)
     EXPECT_EQ(L"#0a0bff", EncodeColor(0x00FF0B0A));
 }
 
-TEST(ColorText, DecodeAcceptsBothLengthsAndCases)
+// Both lengths and cases; the alpha pair is not looked at; text without a
+// leading "#" gives zero whatever its length; bad pairs read leniently.
+TEST(ColorText, Decode)
 {
-    EXPECT_EQ(0x00332211u, DecodeColor(L"#112233"));
-    EXPECT_EQ(0x00332211u, DecodeColor(L"#11223344"));
-    // The alpha pair is not even looked at.
-    EXPECT_EQ(0x00332211u, DecodeColor(L"#112233zz"));
-    EXPECT_EQ(DecodeColor(L"#aabbcc"), DecodeColor(L"#AABBCC"));
-    EXPECT_EQ(L"#aabbcc", EncodeColor(DecodeColor(L"#AABBCC")));
-    for (unsigned int value : {0u, 0x00FFFFFFu, 0x00123456u, 0x00FEDCBAu})
+    struct Row
     {
-        EXPECT_EQ(value, DecodeColor(EncodeColor(value)));
+        wchar_t const* text;
+        unsigned int rgb;
+    };
+    for (Row const& row :
+         {Row{L"#112233", 0x00332211u}, Row{L"#11223344", 0x00332211u}, Row{L"#112233zz", 0x00332211u},
+          Row{L"#AABBCC", 0x00CCBBAAu}, Row{L"", 0u}, Row{L"112233", 0u}, Row{L" #112233", 0u},
+          Row{L"1#12233", 0u}, Row{L"12", 0u}, Row{L"#gg0000", 0u}, Row{L"#a-0000", 0x0Au},
+          Row{L"# f0000", 0u}, Row{L"#-10000", 0u}, Row{L"#0x00ff", 0x00FF0000u}})
+    {
+        EXPECT_EQ(row.rgb, DecodeColor(row.text)) << row.text;
     }
-}
-
-TEST(ColorText, DecodeGivesZeroForTextWithoutLeadingHash)
-{
-    EXPECT_EQ(0u, DecodeColor(L""));
-    EXPECT_EQ(0u, DecodeColor(L"112233"));
-    EXPECT_EQ(0u, DecodeColor(L" #112233"));
-    EXPECT_EQ(0u, DecodeColor(L"1#12233"));
-    // Without a leading "#" the length doesn't matter.
-    EXPECT_EQ(0u, DecodeColor(L"12"));
-}
-
-TEST(ColorText, DecodeThrowsTheBareIntForWrongLengths)
-{
+    // Wrong lengths throw the bare int.
     for (std::wstring text : {L"#", L"#1122", L"#11223", L"#1122334", L"#1122334455"})
     {
         try
@@ -146,15 +117,4 @@ TEST(ColorText, DecodeThrowsTheBareIntForWrongLengths)
             EXPECT_EQ(0, value);
         }
     }
-}
-
-TEST(ColorText, DecodeReadsBadPairsLeniently)
-{
-    EXPECT_EQ(0u, DecodeColor(L"#gg0000"));
-    // One good digit followed by something else reads as that digit.
-    EXPECT_EQ(0x0000000Au, DecodeColor(L"#a-0000"));
-    // A blank or a sign does not start a number.
-    EXPECT_EQ(0x00000000u, DecodeColor(L"# f0000"));
-    EXPECT_EQ(0x00000000u, DecodeColor(L"#-10000"));
-    EXPECT_EQ(0x00FF0000u, DecodeColor(L"#0x00ff"));
 }

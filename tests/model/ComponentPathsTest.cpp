@@ -17,29 +17,6 @@ using namespace Format_3MF;
 
 namespace
 {
-Object* NewObject(ModelFile& file, int id)
-{
-    auto* object = new Object(&file);
-    file.GetResources().m_objects.emplace_back(object);
-    file.Register(*object, id);
-    return object;
-}
-
-Object* ObjectOf(ModelFile const* file, int id)
-{
-    return file != nullptr ? dynamic_cast<Object*>(file->GetReference(id)) : nullptr;
-}
-
-std::size_t Count(std::string const& text, std::string const& part)
-{
-    std::size_t count = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-    {
-        ++count;
-    }
-    return count;
-}
-
 std::string ReadError(PackageRead const& reader)
 {
     auto const& errors = reader.GetContext().m_errors;
@@ -89,12 +66,12 @@ TEST(ComponentPaths, WrittenWithPathAndReadBackToTheSameObjects)
     }
     EXPECT_EQ(std::string::npos, PythonCheck(file).find("python failed"));
     std::vector<std::string> const written = PartTexts(scratch, file);
-    EXPECT_EQ(2u, Count(written[0], R"(p:path="/3D/Objects/object_2.model")")) << written[0];
-    EXPECT_EQ(2u, Count(written[0], "p:path=")) << written[0];
-    EXPECT_EQ(1u, Count(written[0], R"(requiredextensions="p")")) << written[0];
-    EXPECT_EQ(1u, Count(written[2], R"(p:path="/3D/Objects/object_1.model")")) << written[2];
-    EXPECT_EQ(1u, Count(written[2], "xmlns:p=\"" + slicer::kProduction + "\"")) << written[2];
-    EXPECT_EQ(0u, Count(written[1], "p:path=")) << written[1];
+    EXPECT_EQ(2u, Occurrences(written[0], R"(p:path="/3D/Objects/object_2.model")")) << written[0];
+    EXPECT_EQ(2u, Occurrences(written[0], "p:path=")) << written[0];
+    EXPECT_EQ(1u, Occurrences(written[0], R"(requiredextensions="p")")) << written[0];
+    EXPECT_EQ(1u, Occurrences(written[2], R"(p:path="/3D/Objects/object_1.model")")) << written[2];
+    EXPECT_EQ(1u, Occurrences(written[2], "xmlns:p=\"" + slicer::kProduction + "\"")) << written[2];
+    EXPECT_EQ(0u, Occurrences(written[1], "p:path=")) << written[1];
 
     TestModelFile model;
     Package package(&model);

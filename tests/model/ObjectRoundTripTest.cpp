@@ -14,23 +14,10 @@ using namespace Format_3MF;
 
 namespace
 {
-Object* NewObject(ModelFile& file, int id)
-{
-    auto* object = new Object(&file);
-    file.GetResources().m_objects.emplace_back(object);
-    file.Register(*object, id);
-    return object;
-}
-
 struct BuildingModel : TestModelFile
 {
     using TestModelFile::_MakeDummyBuild;
 };
-
-Object* ObjectOf(ModelFile const& file, int id)
-{
-    return dynamic_cast<Object*>(file.GetReference(id));
-}
 
 MMTransformMatrix Translation(double x, double y, double z)
 {
@@ -102,9 +89,9 @@ TEST(ObjectRoundTrip, StructureIdentifiersAndReferencesSurvive)
     EXPECT_EQ(3, objects[1]->m_id);
     EXPECT_EQ(12, objects[2]->m_id);
 
-    Object* leaf = ObjectOf(model, 7);
-    Object* middle = ObjectOf(model, 3);
-    Object* top = ObjectOf(model, 12);
+    Object* leaf = ObjectOf(&model, 7);
+    Object* middle = ObjectOf(&model, 3);
+    Object* top = ObjectOf(&model, 12);
     ASSERT_TRUE(leaf && middle && top);
     EXPECT_EQ(L"leaf \u00e9", leaf->m_name);
     EXPECT_EQ(1, leaf->m_type);
@@ -136,7 +123,7 @@ TEST(ObjectRoundTrip, StructureIdentifiersAndReferencesSurvive)
     EXPECT_EQ(10.0, items[0].m_transform.GetElement(0, 3, false));
     EXPECT_EQ(L"first", items[0].m_metaData.at(L"note").m_value);
     ASSERT_NE(nullptr, items[1].m_modelFile);
-    Object* remote = ObjectOf(*items[1].m_modelFile, 2);
+    Object* remote = ObjectOf(items[1].m_modelFile, 2);
     ASSERT_NE(nullptr, remote);
     EXPECT_EQ(L"elsewhere", remote->m_name);
     EXPECT_EQ(items[1].m_modelFile, remote->GetModelFile());

@@ -5,10 +5,6 @@
 #include "format3mf/PackageRead.h"
 #include "format3mf/PackageWrite.h"
 
-#include "zip/MZipArchive.h"
-#include "zip/WriteBufferStream.h"
-#include "zip/WriteBufferToZip.h"
-
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -27,14 +23,7 @@ std::wstring Archive(PackageScratch const& scratch,
                      std::vector<std::pair<std::string, std::string>> const& entries)
 {
     std::wstring const path = scratch.File("hostile.3mf");
-    MZipArchive archive(false);
-    archive.OpenArchiveWrite(path.c_str());
-    for (auto const& [name, content] : entries)
-    {
-        WriteBufferStream stream(new WriteBufferToZip32(&archive, name.c_str()));
-        stream << content;
-    }
-    archive.CloseArchive();
+    WriteArchive(path, entries);
     return path;
 }
 

@@ -7,10 +7,6 @@
 #include "foundation/FormatIdentifiers.h"
 #include "model/ReadBufferModelFileAnalyzeOnly.h"
 
-#include "zip/MZipArchive.h"
-#include "zip/WriteBufferStream.h"
-#include "zip/WriteBufferToZip.h"
-
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -19,13 +15,6 @@ using namespace Format_3MF;
 
 namespace
 {
-std::wstring ModelPackage(PackageScratch const& scratch, std::string const& model)
-{
-    std::wstring const path = scratch.File("model.3mf");
-    WriteModelPackage(path, model);
-    return path;
-}
-
 struct Probe
 {
     std::vector<std::wstring> warnings;
@@ -39,8 +28,10 @@ Probe ReadModel(std::string const& xml, PackageReadOptions const& options = Pack
     TestModelFile model;
     Package package(&model);
     PackageRead reader(&package, options);
+    std::wstring const path = scratch.File("model.3mf");
+    WriteModelPackage(path, xml);
     Probe probe;
-    probe.ok = reader.Read(ModelPackage(scratch, xml), nullptr);
+    probe.ok = reader.Read(path, nullptr);
     probe.warnings = reader.GetContext().m_warnings;
     probe.errors = reader.GetContext().m_errors;
     return probe;

@@ -1,5 +1,6 @@
 #include "support/PackageTestSupport.h"
 #include "support/TestModelFile.h"
+#include "zip/ZipTestSupport.h"
 
 #include "format3mf/Package.h"
 #include "format3mf/PackageRead.h"
@@ -16,6 +17,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 
 using namespace Format_3MF;
@@ -25,19 +27,6 @@ namespace
 void WriteText(std::wstring const& path, std::string const& text)
 {
     std::ofstream(StringConversion::ConvertNativeToUTF8(path), std::ios::binary) << text;
-}
-
-// An archive with the given entries, written by our own zip layer.
-void WriteArchive(std::wstring const& path, std::vector<std::pair<std::string, std::string>> const& entries)
-{
-    MZipArchive archive(false);
-    ASSERT_TRUE(archive.OpenArchiveWrite(path.c_str()));
-    for (auto const& [name, content] : entries)
-    {
-        WriteBufferStream stream(new WriteBufferToZip32(&archive, name.c_str()));
-        stream << content;
-    }
-    archive.CloseArchive();
 }
 } // namespace
 
@@ -102,44 +91,53 @@ TEST(PackageRoundTrip, CustomFilesTicketsThumbnailAndInvalidation)
     OndSDK::Common::ImageBitmap image;
     image.Create(4, 3, 3);
     ASSERT_TRUE(OndSDK::Common::SavePng(image, picture));
-    std::wstring const file = scratch.File("extras.3mf");
+    // Both archive forms, checked by libzip, Python's zipfile and unzip -t.
+    for (bool zip64 : {false, true})
     {
+        SCOPED_TRACE(zip64 ? "zip64" : "32-bit");
+        std::wstring const file = scratch.File(zip64 ? "extras64.3mf" : "extras.3mf");
+        {
+            TestModelFile model;
+            Package package(&model);
+            package.GetInvalidation().GetPart(PackageFile(L"/3D/3dmodel.model"), true);
+            PackageWriteOptions options;
+            options.Package.m_useZip64 = zip64;
+            options.m_printTicket = CreateCustomFileOndrelBuildTicket(ticket);
+            options.m_customFiles.push_back(CreateCustomFileOndrelBuildParameters(parameters));
+            options.Thumbnails.m_path = picture;
+            EXPECT_TRUE(PackageWrite(&package, options).Write(file, nullptr));
+        }
+        std::vector<std::string> const names =
+            ziptest::ExpectStrictReadersAccept(StringConversion::ConvertNativeToUTF8(file));
+        for (char const* part :
+             {"[Content_Types].xml", "3D/Metadata/ticket.obt", "Metadata/parameters.xml",
+              "Metadata/thumbnail.png", "Metadata/InvalidationParts.xml", "3D/_rels/3dmodel.model.rels"})
+        {
+            EXPECT_NE(std::find(names.begin(), names.end(), part), names.end()) << part;
+        }
+
         TestModelFile model;
         Package package(&model);
-        package.GetInvalidation().GetPart(PackageFile(L"/3D/3dmodel.model"), true);
-        PackageWriteOptions options;
-        options.m_printTicket = CreateCustomFileOndrelBuildTicket(ticket);
-        options.m_customFiles.push_back(CreateCustomFileOndrelBuildParameters(parameters));
-        options.Thumbnails.m_path = picture;
-        PackageWrite writer(&package, options);
-        EXPECT_TRUE(writer.Write(file, nullptr));
+        PackageRead reader(&package, PackageReadOptions());
+        ASSERT_TRUE(reader.Read(file, nullptr));
+        ASSERT_NE(nullptr, reader.GetThumbnail());
+        EXPECT_EQ(L"/Metadata/thumbnail.png", reader.GetThumbnail()->GetFileNameInPackage());
+        std::vector<CustomFile const*> custom;
+        package.GetCustomFiles(custom);
+        std::vector<std::wstring> customNames;
+        for (CustomFile const* part : custom)
+        {
+            customNames.push_back(part->GetFileNameInPackage());
+            std::ifstream in(StringConversion::ConvertNativeToUTF8(part->GetPath()));
+            EXPECT_TRUE(in.good()) << "content of "
+                                   << StringConversion::ConvertNativeToUTF8(part->GetFileNameInPackage());
+        }
+        EXPECT_NE(customNames.end(),
+                  std::find(customNames.begin(), customNames.end(), L"/Metadata/parameters.xml"));
+        EXPECT_NE(customNames.end(),
+                  std::find(customNames.begin(), customNames.end(), L"/Metadata/InvalidationParts.xml"));
+        EXPECT_NE(nullptr, model.GetPrintTicket());
     }
-    std::string const names = PythonCheck(file);
-    for (char const* part : {"3D/Metadata/ticket.obt", "Metadata/parameters.xml", "Metadata/thumbnail.png",
-                             "Metadata/InvalidationParts.xml", "3D/_rels/3dmodel.model.rels"})
-    {
-        EXPECT_NE(std::string::npos, names.find(part)) << part << " in " << names;
-    }
-
-    TestModelFile model;
-    Package package(&model);
-    PackageRead reader(&package, PackageReadOptions());
-    ASSERT_TRUE(reader.Read(file, nullptr));
-    ASSERT_NE(nullptr, reader.GetThumbnail());
-    EXPECT_EQ(L"/Metadata/thumbnail.png", reader.GetThumbnail()->GetFileNameInPackage());
-    std::vector<CustomFile const*> custom;
-    package.GetCustomFiles(custom);
-    std::vector<std::wstring> names2;
-    for (CustomFile const* part : custom)
-    {
-        names2.push_back(part->GetFileNameInPackage());
-        std::ifstream in(StringConversion::ConvertNativeToUTF8(part->GetPath()));
-        EXPECT_TRUE(in.good()) << "content of "
-                               << StringConversion::ConvertNativeToUTF8(part->GetFileNameInPackage());
-    }
-    EXPECT_NE(names2.end(), std::find(names2.begin(), names2.end(), L"/Metadata/parameters.xml"));
-    EXPECT_NE(names2.end(), std::find(names2.begin(), names2.end(), L"/Metadata/InvalidationParts.xml"));
-    EXPECT_NE(nullptr, model.GetPrintTicket());
     boost::filesystem::remove_all(StringConversion::ConvertNativeToUTF8(folder));
 }
 

@@ -1,4 +1,5 @@
 #include "SaxTestSupport.h"
+#include "support/SaxProbe.h"
 
 #include "sax/SAXWriter.h"
 
@@ -9,29 +10,10 @@
 
 namespace
 {
-// Runs `check` inside HandleTag of the document element.
-void WithAttributes(std::string const& attributes, std::function<void(MSAXReader&)> const& check)
-{
-    struct Root : ISAXPersistHelper
-    {
-        std::function<void(MSAXReader&)> check;
-        bool called = false;
-        bool HandleTag(std::wstring const&, MSAXReader& reader) override
-        {
-            check(reader);
-            called = true;
-            return true;
-        }
-    } root;
-    root.check = check;
-    ASSERT_TRUE(Read("<e " + attributes + "/>", root)) << attributes;
-    ASSERT_TRUE(root.called);
-}
-
 template <typename T>
 void ExpectNumber(std::string const& text, T expected)
 {
-    WithAttributes("v=\"" + text + "\"",
+    AtRootStartTag("<e v=\"" + text + "\"/>",
                    [&](MSAXReader& reader)
                    {
                        T value{};
@@ -43,7 +25,7 @@ void ExpectNumber(std::string const& text, T expected)
 template <typename T>
 void ExpectNoNumber(std::string const& text)
 {
-    WithAttributes("v=\"" + text + "\"",
+    AtRootStartTag("<e v=\"" + text + "\"/>",
                    [&](MSAXReader& reader)
                    {
                        T value = T(7);
@@ -80,7 +62,7 @@ TEST(SaxAttributes, TextThatIsNoNumberReadsAsAbsent)
 
 TEST(SaxAttributes, MissingAttributesAndStrings)
 {
-    WithAttributes("a=\"1\" p:b=\"Grüße 😀 &amp; &quot;\" größe=\"3\"",
+    AtRootStartTag("<e a=\"1\" p:b=\"Grüße 😀 &amp; &quot;\" größe=\"3\"/>",
                    [](MSAXReader& reader)
                    {
                        int value = 9;

@@ -88,13 +88,6 @@ TEST(SaxNamespaces, LookupsBothWays)
     EXPECT_EQ(text, L"");
 }
 
-TEST(SaxNamespaces, NamespaceOrdersByPrefixThenURI)
-{
-    EXPECT_TRUE(Namespace(L"a", L"z") < Namespace(L"b", L"a"));
-    EXPECT_TRUE(Namespace(L"a", L"a") < Namespace(L"a", L"b"));
-    EXPECT_FALSE(Namespace(L"a", L"b") < Namespace(L"a", L"b"));
-}
-
 TEST(SaxStreamText, FormatsAndParsesValues)
 {
     MStreamTextOut out;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/Command.h"
+
 #include "common/StringConversion.h"
 #include "common/TemporaryDirectory.h"
 #include "zip/MZipArchive.h"
@@ -43,6 +45,17 @@ struct PackageScratch
     }
 };
 
+// How often `part` occurs in `text`, overlaps included.
+inline std::size_t Occurrences(std::string const& text, std::string const& part)
+{
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+    {
+        ++count;
+    }
+    return count;
+}
+
 // Runs Python's own zip and XML readers over an archive: every entry's CRC,
 // every XML part well-formed. Prints the entry names in order on success.
 inline std::string PythonCheck(std::wstring const& archive)
@@ -54,21 +67,23 @@ inline std::string PythonCheck(std::wstring const& archive)
         "[E.fromstring(z.read(n)) for n in z.namelist() if n.endswith(('.xml','.rels','.model'))]\n"
         "print(' '.join(z.namelist()))\" '" +
         StringConversion::ConvertNativeToUTF8(archive) + "' 2>&1";
-    std::string output;
-    if (FILE* pipe = popen(command.c_str(), "r"))
+    CommandOutput const output = RunCommand(command);
+    return output.status == 0 ? output.text : "python failed: " + output.text;
+}
+
+// An archive of the given entries (name, content) as they are, written by
+// our own zip layer.
+inline void WriteArchive(std::wstring const& path,
+                         std::vector<std::pair<std::string, std::string>> const& entries)
+{
+    MZipArchive archive(false);
+    archive.OpenArchiveWrite(path.c_str());
+    for (auto const& [name, content] : entries)
     {
-        char buffer[4096];
-        std::size_t count;
-        while ((count = fread(buffer, 1, sizeof buffer, pipe)) > 0)
-        {
-            output.append(buffer, count);
-        }
-        if (pclose(pipe) != 0)
-        {
-            output = "python failed: " + output;
-        }
+        WriteBufferStream stream(new WriteBufferToZip32(&archive, name.c_str()));
+        stream << content;
     }
-    return output;
+    archive.CloseArchive();
 }
 
 // A package whose root model is the given XML, with further entries (name
@@ -77,21 +92,10 @@ inline std::string PythonCheck(std::wstring const& archive)
 inline void WriteModelPackage(std::wstring const& path, std::string const& model,
                               std::vector<std::pair<std::string, std::string>> const& entries = {})
 {
-    MZipArchive archive(false);
-    archive.OpenArchiveWrite(path.c_str());
-    {
-        WriteBufferStream stream(new WriteBufferToZip32(&archive, "_rels/.rels"));
-        stream
-            << R"(<Relationships><Relationship Id="rel0" Target="/3D/3dmodel.model" Type="t"/></Relationships>)";
-    }
-    {
-        WriteBufferStream stream(new WriteBufferToZip32(&archive, "3D/3dmodel.model"));
-        stream << model;
-    }
-    for (auto const& [name, content] : entries)
-    {
-        WriteBufferStream stream(new WriteBufferToZip32(&archive, name.c_str()));
-        stream << content;
-    }
-    archive.CloseArchive();
+    std::vector<std::pair<std::string, std::string>> all = {
+        {"_rels/.rels",
+         R"(<Relationships><Relationship Id="rel0" Target="/3D/3dmodel.model" Type="t"/></Relationships>)"},
+        {"3D/3dmodel.model", model}};
+    all.insert(all.end(), entries.begin(), entries.end());
+    WriteArchive(path, all);
 }

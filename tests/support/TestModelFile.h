@@ -1,6 +1,7 @@
 #pragma once
 
 #include "format3mf/ModelFile.h"
+#include "format3mf/Object.h"
 
 // The smallest concrete model file: it carries no meshes and no extension
 // resources, so the package layer can be tested on its own.
@@ -28,3 +29,18 @@ protected:
         return nullptr;
     }
 };
+
+// A new object of the file, registered under `id`.
+inline Format_3MF::Object* NewObject(Format_3MF::ModelFile& file, int id)
+{
+    auto* object = new Format_3MF::Object(&file);
+    file.GetResources().m_objects.emplace_back(object);
+    file.Register(*object, id);
+    return object;
+}
+
+// The object registered under `id`, or null.
+inline Format_3MF::Object* ObjectOf(Format_3MF::ModelFile const* file, int id)
+{
+    return file != nullptr ? dynamic_cast<Format_3MF::Object*>(file->GetReference(id)) : nullptr;
+}

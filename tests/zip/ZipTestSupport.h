@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/Command.h"
+
 #include "zip/IReadBuffer.h"
 #include "zip/ReadBufferStream.h"
 
@@ -81,15 +83,8 @@ inline std::size_t PeakResidentKiB()
 // The output of a shell command and its exit status.
 inline std::pair<int, std::string> RunShell(std::string const& command)
 {
-    std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen((command + " 2>&1").c_str(), "r"), pclose);
-    std::string output;
-    char chunk[4096];
-    while (std::size_t const got = std::fread(chunk, 1, sizeof chunk, pipe.get()))
-    {
-        output.append(chunk, got);
-    }
-    int const status = pclose(pipe.release());
-    return {status, output};
+    CommandOutput const output = RunCommand(command + " 2>&1");
+    return {output.status, output.text};
 }
 
 // The entry names in the archive, in order, read by libzip after its
