@@ -2,7 +2,6 @@
 
 #include "foundation/ReadAttribute.h"
 #include "foundation/XMLHandlers.h"
-#include "foundation/XMLNames.h"
 #include "foundation/XMLPersistHelpers.h"
 
 #include "common/MInternalUnits.h"
@@ -194,31 +193,4 @@ TEST(XMLWriteHandler, InternalUnitsPrintInTheFileUnit)
     double const perMillimetre = OndSDK::Common::MInternalUnits::Get();
     EXPECT_EQ(L"1.5000", format.FormatValueInternalUnits(int(1.5 * perMillimetre), tUnits()));
     EXPECT_EQ(L"-1.0000", format.FormatValueInternalUnits(int(-25.4 * perMillimetre), tUnits(L"inch")));
-}
-
-TEST(XMLNames, PrefixedElementsAndAttributes)
-{
-    struct Root : ISAXWriteHelper
-    {
-        bool Write(MSAXWriter& writer) const override
-        {
-            std::wstring const prefix = L"p";
-            std::wstring const empty;
-            WriteAttributeNS(writer, L"plain", L"1", nullptr);
-            WriteAttributeNS(writer, L"UUID", L"2", &prefix);
-            WriteAttributeNS(writer, L"same", L"3", &empty);
-            {
-                MSAXTagWriterNS element(writer, L"slice", L"s");
-            }
-            MSAXTagWriterNS undeclared(writer, L"thing", L"");
-            return true;
-        }
-    };
-    std::ostringstream out;
-    OndAM::SaxUtilities::WriteOptions options;
-    options.m_rootElement = L"model";
-    ASSERT_TRUE(OndAM::SaxUtilities::WriteStream(out, Root(), options));
-    EXPECT_NE(std::string::npos,
-              out.str().find(R"(<model plain="1" p:UUID="2" same="3"><s:slice/><:thing/>)"))
-        << out.str();
 }

@@ -1,28 +1,85 @@
 // Inputs that fuzzing once found to crash, hang or pass a bound, each written
-// by its test, kept so that no later change brings the fault back. The
-// four huge textures have a file of their own (TextureMemoryTest.cpp).
+// by its test, kept so that no later change brings the fault back.
 #include "import/ImportSupport.h"
+#include "support/BlankPng.h"
 
 #include "format3mf/Importer.h"
 
 #include "triangles/MStlBase.h"
+#include "triangles/MStlTexture.h"
 
 #include <gtest/gtest.h>
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <boost/filesystem/operations.hpp>
 
 using format3mf::import::Importer;
 
 namespace
 {
-std::string TriangleModel(std::string const& resources, std::string const& triangleAttributes)
+// A model of one object with the given vertices and triangles, after the
+// given resources, placed once.
+std::string OneObjectModel(std::string const& resources, std::string const& vertices,
+                           std::string const& triangles)
 {
     return R"(<model unit="millimeter" xmlns="http://schemas.microsoft.com/3dmanufacturing/core/2015/02")"
            R"( xmlns:m="http://schemas.microsoft.com/3dmanufacturing/material/2015/02"><resources>)" +
-           resources +
-           R"(<object id="1"><mesh><vertices><vertex x="0" y="0" z="0"/><vertex x="1" y="0" z="0"/>)"
-           R"(<vertex x="0" y="1" z="0"/></vertices><triangles><triangle v1="0" v2="1" v3="2" )" +
-           triangleAttributes +
-           R"(/></triangles></mesh></object></resources><build><item objectid="1"/>)"
-           "</build></model>";
+           resources + "<object id=\"1\"><mesh><vertices>" + vertices + "</vertices><triangles>" + triangles +
+           R"(</triangles></mesh></object></resources><build><item objectid="1"/></build></model>)";
+}
+
+// Four textures of one 16384 x 16384 RGBA image each, every triangle of a
+// tetrahedron showing one of them.
+std::string FourTextureModel()
+{
+    std::string resources;
+    std::string triangles;
+    int const corners[4][3] = {{0, 2, 1}, {0, 1, 3}, {1, 2, 3}, {0, 3, 2}};
+    for (int i = 0; i < 4; ++i)
+    {
+        std::string const n = std::to_string(i);
+        resources += R"(<m:texture2d id="1)" + n + R"(" path="/3D/Textures/)" + n +
+                     R"(.png" contenttype="image/png"/><m:texture2dgroup id="2)" + n + R"(" texid="1)" + n +
+                     R"("><m:tex2coord u="0" v="0"/><m:tex2coord u="1" v="0"/><m:tex2coord u="0" v="1"/>)"
+                     "</m:texture2dgroup>";
+        triangles += R"(<triangle v1=")" + std::to_string(corners[i][0]) + R"(" v2=")" +
+                     std::to_string(corners[i][1]) + R"(" v3=")" + std::to_string(corners[i][2]) +
+                     R"(" pid="2)" + n + R"(" p1="0" p2="1" p3="2"/>)";
+    }
+    return OneObjectModel(resources,
+                          R"(<vertex x="0" y="0" z="0"/><vertex x="10" y="0" z="0"/>)"
+                          R"(<vertex x="0" y="10" z="0"/><vertex x="0" y="0" z="10"/>)",
+                          triangles);
+}
+
+// What the import in the child process found, as its exit code.
+enum ChildResult
+{
+    TexturesWithoutPixels = 0,
+    ImportFailed = 1,
+    WrongTextures = 2,
+};
+
+int ImportInChild(std::wstring const& file)
+{
+    std::vector<std::unique_ptr<MStlBase>> parts;
+    Importer importer;
+    importer.SetOutputParts(parts);
+    importer.SetFileName(file);
+    if (importer.Operate(nullptr) != Importer::Success || parts.size() != 1)
+    {
+        return ImportFailed;
+    }
+    std::vector<MStlTexture*> const& textures = parts[0]->GetTextures();
+    bool const empty = textures.size() == 4 && std::all_of(textures.begin(), textures.end(),
+                                                           [](auto* t) {
+                                                               return t->GetSharedBitmap() != nullptr &&
+                                                                      t->GetSharedBitmap()->IsEmpty();
+                                                           });
+    return empty ? TexturesWithoutPixels : WrongTextures;
 }
 } // namespace
 
@@ -33,8 +90,10 @@ TEST(FuzzFindings, AShortColourTextReachesTheCallerAsAnInt)
 {
     PackageScratch scratch;
     std::wstring const file = scratch.File("short-colour.3mf");
-    WriteModelPackage(file, TriangleModel(R"(<m:colorgroup id="5"><m:color color="#12"/></m:colorgroup>)",
-                                          R"(pid="5" p1="0")"));
+    WriteModelPackage(file, OneObjectModel(R"(<m:colorgroup id="5"><m:color color="#12"/></m:colorgroup>)",
+                                           R"(<vertex x="0" y="0" z="0"/><vertex x="1" y="0" z="0"/>)"
+                                           R"(<vertex x="0" y="1" z="0"/>)",
+                                           R"(<triangle v1="0" v2="1" v3="2" pid="5" p1="0"/>)"));
     std::vector<std::unique_ptr<MStlBase>> parts;
     Importer importer;
     importer.SetOutputParts(parts);
@@ -46,4 +105,38 @@ TEST(FuzzFindings, AShortColourTextReachesTheCallerAsAnInt)
         RunCommand(Quoted(OND3MF_INFO) + " " + Quoted(StringConversion::ConvertNativeToUTF8(file)));
     EXPECT_NE(0, output.status);
     EXPECT_NE(std::string::npos, output.text.find("error code")) << output.text;
+}
+
+// A small file that names huge textures: the import must stay within a
+// bounded memory, whatever the images claim (once, four 16384 x 16384 images
+// in a 9 KB package took 4.2 GB). Each image is over the budget of a package,
+// so none is decoded and the geometry comes through. The import runs in a
+// child process, whose peak resident memory the parent reads when it ends.
+TEST(FuzzFindings, FourHugeTexturesInATinyPackageStayWithinTheBound)
+{
+    PackageScratch scratch;
+    std::wstring const file = scratch.File("huge-textures.3mf");
+    std::string const png = BlankPng::Make(16384, 16384, true);
+    WriteModelPackage(file, FourTextureModel(),
+                      {{"3D/Textures/0.png", png},
+                       {"3D/Textures/1.png", png},
+                       {"3D/Textures/2.png", png},
+                       {"3D/Textures/3.png", png}});
+    EXPECT_LT(boost::filesystem::file_size(StringConversion::ConvertNativeToUTF8(file)), 64u * 1024)
+        << "the point is a small file";
+
+    pid_t const child = fork();
+    ASSERT_NE(-1, child);
+    if (child == 0)
+    {
+        _exit(ImportInChild(file));
+    }
+    int status = 0;
+    rusage usage{};
+    ASSERT_EQ(child, wait4(child, &status, 0, &usage));
+    ASSERT_TRUE(WIFEXITED(status)) << "the import died";
+    EXPECT_EQ(TexturesWithoutPixels, WEXITSTATUS(status));
+    long const peakMegabytes = usage.ru_maxrss / 1024;
+    EXPECT_LT(peakMegabytes, 300) << "peak resident memory of the import in MB";
+    RecordProperty("peak_resident_MB", static_cast<int>(peakMegabytes));
 }

@@ -59,9 +59,6 @@ TEST(SlicerProjects, ComponentsInOtherPartsMatchTheIndependentExpectations)
 
     StlRead read(StringConversion::ConvertMultiByteStringToOndString(files[0]));
     ASSERT_TRUE(read.ok) << read.Error();
-    ASSERT_EQ(3u, read.meshes.size());
-    EXPECT_EQ(16u, read.meshes[0]->GetNumberOfPoints());
-    EXPECT_EQ(24u, read.meshes[1]->GetNumberOfTriangles());
     EXPECT_EQ(1u, read.ModelFilesNamed(L"3D/Objects/object_2.model"));
     EXPECT_EQ(2u, read.model.GetModelFiles().size());
     EXPECT_EQ("", read.Warnings());
@@ -106,8 +103,6 @@ TEST(SlicerProjects, OldCuraNamespacesReadAsCore)
                                 "</resources><build>" + Item(1) + "</build></model>");
     StlRead read(file);
     ASSERT_TRUE(read.ok) << read.Error();
-    ASSERT_EQ(1u, read.meshes.size());
-    EXPECT_EQ(12u, read.meshes[0]->GetNumberOfTriangles());
     EXPECT_EQ("The default namespace " + cura + " stands where the 3MF core namespace belongs; read as " +
                   slicer::kCore + "\n",
               read.Warnings());
@@ -215,9 +210,6 @@ TEST(SlicerProjects, DanglingReferencesAreLeftOutWithAWarning)
         {{"3D/Objects/object_1.model", Part(MeshObject(1, BoxMesh(2, 2, 2)))}});
     StlRead read(file);
     ASSERT_TRUE(read.ok) << read.Error();
-    ASSERT_EQ(2u, read.meshes.size());
-    EXPECT_EQ(12u, read.meshes[0]->GetNumberOfTriangles());
-    EXPECT_EQ(12u, read.meshes[1]->GetNumberOfTriangles());
     EXPECT_EQ(
         "A build item refers to object 99 of /3D/3dmodel.model, which does not exist; it is left out.\n"
         "A component of object 2 of /3D/3dmodel.model refers to object 77 of /3D/Objects/object_1.model, "

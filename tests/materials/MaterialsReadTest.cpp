@@ -225,13 +225,6 @@ TEST_F(MaterialsReadTest, PindicesWithTrailingBlanksGetOneUndefinedEntryMore)
     EXPECT_TRUE(multi.m_values[2].m_pindices.empty());
 }
 
-TEST_F(MaterialsReadTest, ABadColourThrowsTheBareIntThroughTheReader)
-{
-    EXPECT_THROW(Read(R"(<m:colorgroup id="1"><m:color color="#1122"/></m:colorgroup>)"), int);
-    EXPECT_THROW(Read(R"(<basematerials id="2"><base name="A" displaycolor="#12345"/></basematerials>)"),
-                 int);
-}
-
 TEST_F(MaterialsReadTest, TexturesNamingOnePartShareItsImage)
 {
     Read(R"(<m:texture2d id="1" path="/3D/Textures/a.png" contenttype="image/png"/>

@@ -3,32 +3,18 @@
 // groups, values and order.
 #include "import/ImportSupport.h"
 #include "mesh/MeshReadSupport.h"
+#include "support/BlankPng.h"
 
 #include "format3mf/PackageWrite.h"
 #include "format3mf/PropertyValues.h"
 
-#include "common/ImageBitmapIO.h"
-
 #include <gtest/gtest.h>
-
-#include <fstream>
-#include <iterator>
 
 using namespace Format_3MF;
 
 namespace
 {
 std::string const kDisplacement = "http://schemas.ondsdk.com/3dmanufacturing/displacementtextures/2017/03";
-
-std::string Png(PackageScratch const& scratch)
-{
-    OndSDK::Common::ImageBitmap bitmap;
-    bitmap.Create(2, 2, 3);
-    std::wstring const path = scratch.File("texture.png");
-    EXPECT_TRUE(OndSDK::Common::SavePng(bitmap, path));
-    std::ifstream in(StringConversion::ConvertNativeToUTF8(path), std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
 
 // The root model of a written package.
 std::string WrittenModel(std::wstring const& package)
@@ -94,14 +80,13 @@ std::vector<Map> Maps(MeshStlBase const& mesh)
 // object.
 TEST(DisplacementMapRead, OnlyCompleteEntriesOnCoordinateGroupsAreKept)
 {
-    PackageScratch images;
     MeshRead read(DisplacementModel(R"(<dt:texture texture2d_id="8" white="1" black="-0.5"/>
         <dt:texture texture2d_id="1" white="1" black="0"/>
         <dt:texture texture2d_id="6" white="2"/>
         <dt:texture white="2" black="3"/>
         <dt:texture texture2d_id="9" white="2" black="3"/>
         <dt:texture texture2d_id="6" white="0.25" black="0.125"/>)"),
-                  {}, {{"3D/Textures/tex.png", Png(images)}});
+                  {}, {{"3D/Textures/tex.png", BlankPng::Make(2, 2, false)}});
     ASSERT_TRUE(read.ok) << read.Error();
     EXPECT_EQ((std::vector<Map>{{8, 1, -0.5}, {6, 0.25, 0.125}}), Maps(*read.Mesh()));
 }
@@ -113,7 +98,7 @@ TEST(DisplacementMapRead, MapsSurviveWritingAndReadingAgain)
     PackageScratch scratch;
     MeshRead first(DisplacementModel(R"(<dt:texture texture2d_id="8" white="1" black="-0.5"/>
         <dt:texture texture2d_id="6" white="0.25" black="3"/>)"),
-                   {}, {{"3D/Textures/tex.png", Png(scratch)}});
+                   {}, {{"3D/Textures/tex.png", BlankPng::Make(2, 2, false)}});
     ASSERT_TRUE(first.ok) << first.Error();
     std::wstring const written = scratch.File("written.3mf");
     PackageWrite(&first.package, PackageWriteOptions()).Write(written, nullptr);
@@ -140,7 +125,7 @@ TEST(DisplacementMapRead, MapsSurviveWritingAndReadingAgain)
 TEST(DisplacementMapRead, AMeshWithoutMapsDeclaresNothing)
 {
     PackageScratch scratch;
-    MeshRead first(DisplacementModel(""), {}, {{"3D/Textures/tex.png", Png(scratch)}});
+    MeshRead first(DisplacementModel(""), {}, {{"3D/Textures/tex.png", BlankPng::Make(2, 2, false)}});
     ASSERT_TRUE(first.ok) << first.Error();
     EXPECT_TRUE(first.Mesh()->m_displacementMaps.empty());
     EXPECT_EQ(3u, first.Stl().GetNumberOfPoints());

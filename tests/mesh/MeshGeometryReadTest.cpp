@@ -47,15 +47,6 @@ TEST(MeshGeometryRead, CoordinatesRoundHalfAwayFromZeroInInternalUnits)
     EXPECT_EQ((Points3{{3, -3, 15000}, {-2, 1, INT32_MIN}, {INT32_MAX, 0, 0}}), Points(read.Stl()));
 }
 
-TEST(MeshGeometryRead, TheUnitOfTheModelScalesCoordinates)
-{
-    MeshRead read(MeshModel(R"(<object id="10"><mesh><vertices>
-        <vertex x="1" y="-0.5" z="0.001"/></vertices></mesh></object>)",
-                            "inch"));
-    ASSERT_TRUE(read.ok) << read.Error();
-    EXPECT_EQ((Points3{{254000, -127000, 254}}), Points(read.Stl()));
-}
-
 TEST(MeshGeometryRead, IncompleteElementsAreDroppedAndLaterIndicesShift)
 {
     // The vertex without "z" is dropped, so "3" is the fourth complete one.

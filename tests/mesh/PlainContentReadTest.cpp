@@ -66,7 +66,6 @@ std::vector<Case> Cases()
          WithTriangles(R"(<triangle v1="0" v2="1" v3="2"/><triangle v1="0" v2="4" v3="9"/>
              <triangle v1="0" v2="1" v3="3"/>)"),
          true},
-        {"NegativeAndHugeIndices", WithTriangles(R"(<triangle v1="0" v2="-1" v3="2"/>)"), true},
         {"IndexBeyondInt",
          WithTriangles(R"(<triangle v1="0" v2="1" v3="2"/><triangle v1="0" v2="4294967296" v3="2"/>
              <triangle v1="3" v2="1" v3="2"/>)"),
@@ -84,9 +83,6 @@ std::vector<Case> Cases()
                        R"(<vertices><vertex x="0" y="0" z="0"/><vertex x="1&#x20;" y="0" z="0"/>
              <vertex x="0" y="1" z="0"/></vertices>)"),
          true},
-        {"EntityReference",
-         WithTriangles(R"(<triangle v1="0" v2="1" v3="2"/><triangle v1="0" v2="1" v3="2" pid="&amp;"/>)"),
-         true},
         {"DuplicateAttribute",
          WithTriangles(R"(<triangle v1="0" v2="1" v3="2"/><triangle v1="0" v1="1" v2="1" v3="2"/>)"), true},
         {"InfinityAndNaNWords",
@@ -96,8 +92,6 @@ std::vector<Case> Cases()
         {"CommentBetweenAttributes",
          WithTriangles(R"(<triangle v1="0" v2="1" v3="2"/><triangle v1="0" <!-- c --> v2="1" v3="2"/>)"),
          true},
-        {"CommentsAndEmptyContent",
-         WithTriangles(R"(<!-- first --><triangle v1="0" v2="1" v3="2"/><!----><!-- a - b -->)"), true},
         {"BadComment",
          WithTriangles(R"(<triangle v1="0" v2="1" v3="2"/><!-- a -- b --><triangle v1="0" v2="1" v3="3"/>)"),
          true},
@@ -129,15 +123,11 @@ std::vector<Case> Cases()
          true},
         {"MissingSpaceBetweenAttributes",
          WithTriangles(R"(<triangle v1="0" v2="1" v3="2"/><triangle v1="0"v2="1" v3="3"/>)"), true},
-        {"LessThanInValue",
-         WithTriangles(R"(<triangle v1="0" v2="1" v3="2"/><triangle v1="0" v2="<1" v3="3"/>)"), true},
         {"NotANumber", WithTriangles(R"(<triangle v1="0" v2="1" v3="2"/><triangle v1="0.5" v2="1" v3="3"/>
              <triangle v1="0" v2="1" v3="3" pid="1x" p1="1"/><triangle v1="0" v2="1" v3="2" pid="1" p1="z"/>)"),
          true},
         {"TruncatedInsideElement",
          Document(kVertices + R"(<triangles><triangle v1="0" v2="1" v3="2"/><triangle v1="0" v2)"), true},
-        {"TruncatedInsideComment",
-         Document(kVertices + R"(<triangles><triangle v1="0" v2="1" v3="2"/><!-- x)"), true},
         {"NestedVerticesAfterFallback",
          WithTriangles("", R"(<vertices><vertex x="0" y="0" z="0"/><o:x/><vertices><vertex x="1" y="1" z="1"/>
              </vertices><vertex x="2" y="2" z="2"/></vertices>)"),
@@ -207,18 +197,6 @@ TEST_P(PlainContentRead, StopsAtTheSameElementWhenCancelled)
 
 INSTANTIATE_TEST_SUITE_P(Documents, PlainContentRead, testing::ValuesIn(Cases()),
                          [](testing::TestParamInfo<Case> const& info) { return info.param.name; });
-
-TEST(PlainContentReadBasics, ThePlainMeshIsReadAndMostlyBypassesTheParser)
-{
-    std::string const xml = Cases().front().xml;
-    Reading const reading = Read(xml, true, 64 * 1024);
-    EXPECT_TRUE(reading.outcome.parsed);
-    EXPECT_EQ(4u, reading.outcome.points.size());
-    EXPECT_EQ(5u, reading.outcome.triangles.size());
-    EXPECT_EQ((std::array<int, 3>{15000, 0, -3}), reading.outcome.points[1])
-        << "-0.00025 mm is -2.5 internal units, rounded half away from zero";
-    EXPECT_GT(reading.bypassed, std::int64_t(xml.size() / 2));
-}
 
 // Big enough for many reads and carried tokens: all of the mesh data goes
 // past the parser, in blocks of any size.

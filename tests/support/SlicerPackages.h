@@ -17,8 +17,9 @@ namespace slicer
 inline std::string const kCore = "http://schemas.microsoft.com/3dmanufacturing/core/2015/02";
 inline std::string const kProduction = "http://schemas.microsoft.com/3dmanufacturing/production/2015/06";
 
-// A box from the origin to (x, y, z) as the mesh of an object.
-inline std::string BoxMesh(double x, double y, double z)
+// A box from the origin to (x, y, z) as the mesh of an object, each triangle
+// with the attributes given.
+inline std::string BoxMesh(double x, double y, double z, std::string const& triangleAttributes = "")
 {
     std::string mesh = "<mesh><vertices>";
     for (int i = 0; i < 8; ++i)
@@ -32,7 +33,7 @@ inline std::string BoxMesh(double x, double y, double z)
     for (auto const& face : faces)
     {
         mesh += "<triangle v1=\"" + std::to_string(face[0]) + "\" v2=\"" + std::to_string(face[1]) +
-                "\" v3=\"" + std::to_string(face[2]) + "\"/>";
+                "\" v3=\"" + std::to_string(face[2]) + "\" " + triangleAttributes + "/>";
     }
     return mesh + "</triangles></mesh>";
 }
