@@ -5,13 +5,9 @@
 
 #include "support/PackageTestSupport.h"
 
-#include "zip/ReadBufferFromZip.h"
-#include "zip/ReadBufferStream.h"
-
 #include <cstdint>
 #include <cstring>
 #include <initializer_list>
-#include <iterator>
 #include <string>
 
 // Little-endian 32-bit numbers, as the part holds them on this machine.
@@ -50,21 +46,4 @@ inline std::string BinObject(int id, std::string const& vertices, std::string co
 {
     return "<object id=\"" + std::to_string(id) + "\"><mesh><vertices><bin " + vertices +
            "/></vertices><triangles><bin " + triangles + "/></triangles></mesh></object>";
-}
-
-// The bytes of one entry of an archive.
-inline std::string EntryOf(std::wstring const& archivePath, std::wstring const& name)
-{
-    MZipArchive archive(false);
-    if (!archive.OpenArchiveRead(archivePath.c_str()))
-    {
-        return "";
-    }
-    std::string bytes;
-    {
-        ReadBufferStream stream(new ReadBufferFromZip(&archive, name.c_str()));
-        bytes.assign(std::istreambuf_iterator<char>(stream), {});
-    }
-    archive.CloseArchive();
-    return bytes;
 }

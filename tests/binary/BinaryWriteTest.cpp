@@ -103,13 +103,13 @@ TEST(BinaryWrite, PackageNamesThePartWhichHoldsFourBlocks)
         "[Content_Types].xml _rels/.rels 3D/3dmodel.model 3D/3dmodel.model.bin 3D/_rels/3dmodel.model.rels\n",
         PythonCheck(path));
     EXPECT_NE(std::string::npos,
-              EntryOf(path, L"[Content_Types].xml")
+              EntryText(path, "[Content_Types].xml")
                   .find(R"(Extension="bin" ContentType="application/BinaryModelFileTemporaryContentType")"));
-    std::string const rels = EntryOf(path, L"3D/_rels/3dmodel.model.rels");
+    std::string const rels = EntryText(path, "3D/_rels/3dmodel.model.rels");
     EXPECT_NE(std::string::npos, rels.find(R"(Target="/3D/3dmodel.model.bin")")) << rels;
     EXPECT_NE(std::string::npos, rels.find(R"(Type="BinaryModelFileTemporaryRelationType")")) << rels;
 
-    std::string const model = EntryOf(path, L"3D/3dmodel.model");
+    std::string const model = EntryText(path, "3D/3dmodel.model");
     EXPECT_EQ("/3D/3dmodel.model.bin", Elements(model, "model").at(0).at("binary"));
     EXPECT_TRUE(Elements(model, "vertex").empty());
     EXPECT_TRUE(Elements(model, "triangle").empty());
@@ -127,7 +127,7 @@ TEST(BinaryWrite, PackageNamesThePartWhichHoldsFourBlocks)
         EXPECT_EQ(expected[i][2], bins[i].at("count")) << i;
     }
 
-    std::string const part = EntryOf(path, L"3D/3dmodel.model.bin");
+    std::string const part = EntryText(path, "3D/3dmodel.model.bin");
     ASSERT_EQ(120u, part.size());
     double const unit = OndSDK::Common::MInternalUnits::Get();
     EXPECT_EQ((std::vector<float>{0, 0, 0, float(10000 / unit), 0, 0}), Numbers<float>(part, 0, 6));
@@ -144,11 +144,11 @@ TEST(BinaryWrite, ObjectsInPartsOfTheirOwnHaveBinaryPartsOfTheirOwn)
     auto const triangle = OneTriangle();
     WriteBinary(path, {square.get(), triangle.get()}, L"millimeter", {}, true);
 
-    std::string const second = EntryOf(path, L"3D/Objects/Object(2).model");
+    std::string const second = EntryText(path, "3D/Objects/Object(2).model");
     EXPECT_EQ("/3D/Objects/Object(2).model.bin", Elements(second, "model").at(0).at("binary"));
-    EXPECT_NE(std::string::npos, EntryOf(path, L"3D/Objects/_rels/Object(2).model.rels")
+    EXPECT_NE(std::string::npos, EntryText(path, "3D/Objects/_rels/Object(2).model.rels")
                                      .find(R"(Target="/3D/Objects/Object(2).model.bin")"));
-    EXPECT_EQ(36u + 12u, EntryOf(path, L"3D/Objects/Object(2).model.bin").size());
+    EXPECT_EQ(36u + 12u, EntryText(path, "3D/Objects/Object(2).model.bin").size());
     auto const meshes = ImportMeshes(path);
     ASSERT_EQ(2u, meshes.size());
     EXPECT_EQ(2u, meshes[0]->GetNumberOfTriangles());
@@ -216,9 +216,9 @@ TEST(BinaryWrite, ConvertToBinaryAndBack)
         RunCommand(Quoted(OND3MF_CONVERT) + " " + Quoted(binary) + " " + Quoted(xml) + " 2>&1");
     ASSERT_EQ(0, back.status) << back.text;
 
-    std::string const binaryModel = EntryOf(Wide(binary), L"3D/3dmodel.model");
+    std::string const binaryModel = EntryText(Wide(binary), "3D/3dmodel.model");
     EXPECT_EQ(2u, Elements(binaryModel, "bin").size());
-    std::string const xmlModel = EntryOf(Wide(xml), L"3D/3dmodel.model");
+    std::string const xmlModel = EntryText(Wide(xml), "3D/3dmodel.model");
     EXPECT_TRUE(Elements(xmlModel, "bin").empty());
     EXPECT_EQ(0u, Elements(xmlModel, "model").at(0).count("binary"));
     EXPECT_EQ(12u * 9u * 2u, Elements(xmlModel, "triangle").size());

@@ -26,9 +26,8 @@ std::string ReadError(PackageRead const& reader)
 // The three model parts of a written package.
 std::vector<std::string> PartTexts(PackageScratch const& scratch, std::wstring const& file)
 {
-    return {slicer::EntryText(scratch, file, "3D/3dmodel.model"),
-            slicer::EntryText(scratch, file, "3D/Objects/object_1.model"),
-            slicer::EntryText(scratch, file, "3D/Objects/object_2.model")};
+    return {EntryText(file, "3D/3dmodel.model"), EntryText(file, "3D/Objects/object_1.model"),
+            EntryText(file, "3D/Objects/object_2.model")};
 }
 
 void Write(Package& package, std::wstring const& file)
@@ -149,8 +148,8 @@ TEST(ComponentPaths, SlicerProjectSurvivesWritingAndReadingAgain)
 
         std::wstring const written = scratch.File("written" + std::to_string(round) + ".3mf");
         Write(package, written);
-        texts.push_back(slicer::EntryText(scratch, written, "3D/3dmodel.model") +
-                        slicer::EntryText(scratch, written, "3D/Objects/object_2.model"));
+        texts.push_back(EntryText(written, "3D/3dmodel.model") +
+                        EntryText(written, "3D/Objects/object_2.model"));
         source = written;
     }
     EXPECT_EQ(texts[0], texts[1]);

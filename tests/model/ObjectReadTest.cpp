@@ -10,9 +10,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
-
 using namespace Format_3MF;
 
 namespace
@@ -101,12 +98,7 @@ struct ReadResult
         {
             return "write failed: " + StringConversion::ConvertNativeToUTF8(error.m_message);
         }
-        MZipArchive archive(false);
-        archive.OpenArchiveRead(file.c_str());
-        std::wstring const path = scratch.File("again.model");
-        archive.ExtractFile("3D/3dmodel.model", path.c_str(), nullptr);
-        std::ifstream in(StringConversion::ConvertNativeToUTF8(path));
-        return std::string(std::istreambuf_iterator<char>(in), {});
+        return EntryText(file, "3D/3dmodel.model");
     }
 };
 } // namespace

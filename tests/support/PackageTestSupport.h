@@ -5,12 +5,16 @@
 #include "common/StringConversion.h"
 #include "common/TemporaryDirectory.h"
 #include "zip/MZipArchive.h"
+#include "zip/MZipArchiveError.h"
+#include "zip/ReadBufferFromZip.h"
+#include "zip/ReadBufferStream.h"
 #include "zip/WriteBufferStream.h"
 #include "zip/WriteBufferToZip.h"
 
 #include <boost/filesystem.hpp>
 
 #include <cstdio>
+#include <iterator>
 #include <set>
 #include <string>
 #include <utility>
@@ -69,6 +73,27 @@ inline std::string PythonCheck(std::wstring const& archive)
         StringConversion::ConvertNativeToUTF8(archive) + "' 2>&1";
     CommandOutput const output = RunCommand(command);
     return output.status == 0 ? output.text : "python failed: " + output.text;
+}
+
+// The bytes of one entry of an archive, read by our own zip layer; empty when
+// the archive or the entry isn't there.
+inline std::string EntryText(std::wstring const& archivePath, std::string const& entry)
+{
+    MZipArchive archive(false);
+    if (!archive.OpenArchiveRead(archivePath.c_str()))
+    {
+        return "";
+    }
+    try
+    {
+        ReadBufferStream stream(new ReadBufferFromZip(
+            &archive, StringConversion::ConvertUTF8ToNative(entry.data(), entry.size()).c_str()));
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    catch (MZipArchiveError::MFileNotFound const&)
+    {
+        return "";
+    }
 }
 
 // An archive of the given entries (name, content) as they are, written by

@@ -87,20 +87,4 @@ inline void WriteSlicerPackage(std::wstring const& file, std::string const& root
     WriteModelPackage(file, root, parts);
 }
 
-// The text of one entry of an archive; empty if there is no such entry.
-inline std::string EntryText(PackageScratch const& scratch, std::wstring const& archivePath,
-                             std::string entry)
-{
-    MZipArchive archive(false);
-    archive.OpenArchiveRead(archivePath.c_str());
-    std::string flat = entry;
-    std::replace(flat.begin(), flat.end(), '/', '_');
-    std::wstring const path = scratch.File("entry-" + flat);
-    boost::filesystem::remove(StringConversion::ConvertNativeToUTF8(path));
-    archive.ExtractFile(entry.c_str(), path.c_str(), nullptr);
-    archive.ExtractFile(entry.c_str(), path.c_str(), nullptr);
-    archive.CloseArchive();
-    std::ifstream in(StringConversion::ConvertNativeToUTF8(path));
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
 } // namespace slicer
