@@ -1,4 +1,4 @@
-#include "ScratchFolder.h"
+#include "support/PackageTestSupport.h"
 
 #include "common/ImageBitmapIO.h"
 #include "common/StdioFile.h"
@@ -92,7 +92,7 @@ void PutBigEndian(std::vector<unsigned char>& bytes, std::size_t at, std::uint32
 
 TEST(ImageBitmapIO, PngRoundTripKeepsChannels)
 {
-    ScratchFolder folder;
+    PackageScratch folder;
     std::wstring const path = folder.File("image.png");
     for (std::uint32_t channels = 1; channels <= 4; ++channels)
     {
@@ -110,7 +110,7 @@ TEST(ImageBitmapIO, PngRoundTripKeepsChannels)
 
 TEST(ImageBitmapIO, PngPalettesAndDeepSamplesAreExpanded)
 {
-    ScratchFolder folder;
+    PackageScratch folder;
     std::wstring const path = folder.File("image.png");
     ImageBitmap bitmap;
     std::uint8_t const indices[] = {0, 1, 2, 1};
@@ -132,7 +132,7 @@ TEST(ImageBitmapIO, PngPalettesAndDeepSamplesAreExpanded)
 
 TEST(ImageBitmapIO, JpegGivesGreyRgbAndConvertedCmyk)
 {
-    ScratchFolder folder;
+    PackageScratch folder;
     std::wstring const path = folder.File("image.jpg");
     // Red in Adobe's inverted CMYK: no cyan, full magenta and yellow, no black.
     std::vector<std::uint8_t> const pixels[][2] = {
@@ -154,14 +154,14 @@ TEST(ImageBitmapIO, JpegGivesGreyRgbAndConvertedCmyk)
 
 TEST(ImageBitmapIO, FilesOfNoOrBrokenFormatGiveFalse)
 {
-    ScratchFolder folder;
+    PackageScratch folder;
     std::wstring const text = folder.File("text.png");
-    ScratchFolder::WriteBytes(text, {'h', 'e', 'l', 'l', 'o', '\n'});
+    WriteBytes(text, {'h', 'e', 'l', 'l', 'o', '\n'});
     std::wstring const empty = folder.File("empty.png");
-    ScratchFolder::WriteBytes(empty, {});
+    WriteBytes(empty, {});
     // Only the signatures are right.
     std::wstring const signatures = folder.File("signatures.png");
-    ScratchFolder::WriteBytes(signatures, {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n', 0xFF, 0xD8, 0xFF});
+    WriteBytes(signatures, {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n', 0xFF, 0xD8, 0xFF});
 
     std::wstring const png = folder.File("truncated.png");
     ASSERT_TRUE(SavePng(Pattern(64, 64, 3), png));
@@ -169,9 +169,9 @@ TEST(ImageBitmapIO, FilesOfNoOrBrokenFormatGiveFalse)
     WriteJpeg(jpeg, 64, Samples(Pattern(64, 64, 3)));
     for (std::wstring const& path : {png, jpeg})
     {
-        std::vector<unsigned char> bytes = ScratchFolder::ReadBytes(path);
+        std::vector<unsigned char> bytes = ReadBytes(path);
         bytes.resize(bytes.size() * 6 / 10);
-        ScratchFolder::WriteBytes(path, bytes);
+        WriteBytes(path, bytes);
     }
 
     ImageBitmap const marker = Pattern(1, 1, 1);
@@ -186,22 +186,22 @@ TEST(ImageBitmapIO, FilesOfNoOrBrokenFormatGiveFalse)
 
 TEST(ImageBitmapIO, OversizedHeadersAreRefused)
 {
-    ScratchFolder folder;
+    PackageScratch folder;
     // A PNG whose header claims 100000 by 100000 pixels, with a valid CRC so
     // that only the size stands in the way.
     std::wstring const pngPath = folder.File("huge.png");
     ASSERT_TRUE(SavePng(Pattern(4, 4, 3), pngPath));
-    std::vector<unsigned char> png = ScratchFolder::ReadBytes(pngPath);
+    std::vector<unsigned char> png = ReadBytes(pngPath);
     ASSERT_EQ(0, std::memcmp(png.data() + 12, "IHDR", 4));
     PutBigEndian(png, 16, 100000, 4);
     PutBigEndian(png, 20, 100000, 4);
     PutBigEndian(png, 29, static_cast<std::uint32_t>(crc32(0, png.data() + 12, 17)), 4);
-    ScratchFolder::WriteBytes(pngPath, png);
+    WriteBytes(pngPath, png);
 
     // A baseline JPEG whose frame header claims 60000 by 60000.
     std::wstring const jpegPath = folder.File("huge.jpg");
     WriteJpeg(jpegPath, 16, {90, 90, 90});
-    std::vector<unsigned char> jpeg = ScratchFolder::ReadBytes(jpegPath);
+    std::vector<unsigned char> jpeg = ReadBytes(jpegPath);
     unsigned char const startOfFrame[] = {0xFF, 0xC0};
     auto const frame =
         std::search(jpeg.begin(), jpeg.end(), std::begin(startOfFrame), std::end(startOfFrame));
@@ -209,7 +209,7 @@ TEST(ImageBitmapIO, OversizedHeadersAreRefused)
     std::size_t const at = static_cast<std::size_t>(frame - jpeg.begin());
     PutBigEndian(jpeg, at + 5, 60000, 2);
     PutBigEndian(jpeg, at + 7, 60000, 2);
-    ScratchFolder::WriteBytes(jpegPath, jpeg);
+    WriteBytes(jpegPath, jpeg);
 
     ImageBitmap bitmap;
     EXPECT_FALSE(LoadPng(bitmap, pngPath));

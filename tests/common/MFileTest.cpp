@@ -1,4 +1,4 @@
-#include "ScratchFolder.h"
+#include "support/PackageTestSupport.h"
 
 #include "common/MFile.h"
 
@@ -6,7 +6,7 @@
 
 TEST(MFile, NumbersAreLittleEndianOnDiskAndShortReadsCountWholeNumbers)
 {
-    ScratchFolder folder;
+    PackageScratch folder;
     std::wstring const path = folder.File("numbers.bin");
     float const floats[] = {1.0f, -2.5f};
     std::int32_t ints[] = {0x01020304, -2};
@@ -20,10 +20,10 @@ TEST(MFile, NumbersAreLittleEndianOnDiskAndShortReadsCountWholeNumbers)
     }
     std::vector<unsigned char> bytes = {0x00, 0x00, 0x80, 0x3F, 0x00, 0x00, 0x20, 0xC0,
                                         0x04, 0x03, 0x02, 0x01, 0xFE, 0xFF, 0xFF, 0xFF};
-    EXPECT_EQ(bytes, ScratchFolder::ReadBytes(path));
+    EXPECT_EQ(bytes, ReadBytes(path));
     // Half a number more at the end stays unread.
     bytes.insert(bytes.end(), {3, 0});
-    ScratchFolder::WriteBytes(path, bytes);
+    WriteBytes(path, bytes);
 
     MFile file(0x40000);
     ASSERT_TRUE(file.OPEN_READ(path.c_str()));
@@ -40,7 +40,7 @@ TEST(MFile, NumbersAreLittleEndianOnDiskAndShortReadsCountWholeNumbers)
 
 TEST(MFile, OneNumberAtATimeAcrossManyBuffersWithSeeks)
 {
-    ScratchFolder folder;
+    PackageScratch folder;
     std::wstring const path = folder.File("many.bin");
     // The smallest buffer makes the numbers cross many buffer boundaries.
     constexpr std::int32_t kCount = 100000;
@@ -58,7 +58,7 @@ TEST(MFile, OneNumberAtATimeAcrossManyBuffersWithSeeks)
         file.WRITE(&marker, 1);
         EXPECT_EQ(44u, file.GetPosition());
     }
-    EXPECT_EQ(4u * kCount, ScratchFolder::ReadBytes(path).size());
+    EXPECT_EQ(4u * kCount, ReadBytes(path).size());
 
     MFile file(0);
     ASSERT_TRUE(file.OPEN_READ(path.c_str()));
@@ -80,7 +80,7 @@ TEST(MFile, OneNumberAtATimeAcrossManyBuffersWithSeeks)
 
 TEST(MFile, FailuresAnswerFalseOrZero)
 {
-    ScratchFolder folder;
+    PackageScratch folder;
     MFile file(0x40000);
     EXPECT_FALSE(file.OPEN_READ(folder.File("missing.bin").c_str()));
     EXPECT_FALSE(file.OPEN_WRITE(folder.File("no/such/folder.bin").c_str()));
@@ -89,7 +89,7 @@ TEST(MFile, FailuresAnswerFalseOrZero)
     EXPECT_FALSE(file.Seek(0));
     // A file open for reading takes no writes.
     std::wstring const path = folder.File("read.bin");
-    ScratchFolder::WriteBytes(path, {1, 2, 3, 4});
+    WriteBytes(path, {1, 2, 3, 4});
     ASSERT_TRUE(file.OPEN_READ(path.c_str()));
     EXPECT_EQ(0u, file.WRITE(&value, 1));
     EXPECT_FALSE(file.Seek(UINT64_MAX));

@@ -177,32 +177,6 @@ TEST(Exporter, CornerColoursAndTwoTexturesReadBack)
     }
 }
 
-// A texture read from "a.png" is named "a.png", and the name is not cut on
-// the way out again.
-TEST(Exporter, ATextureReadFromAPngPartWritesBackWithTheExtensionTwice)
-{
-    PackageScratch scratch;
-    auto mesh = MakeSquare();
-    AddTexture(*mesh, L"a", MakeBitmap(1), {0});
-    std::vector<std::string> listings;
-    std::unique_ptr<MStlBase> current = std::move(mesh);
-    for (char const* file : {"first.3mf", "second.3mf"})
-    {
-        std::wstring const path = scratch.File(file);
-        format3mf::Export exporter;
-        exporter.SetStl(current.get(), MMTransformMatrix(), nullptr);
-        exporter.SetFilePath(path);
-        ASSERT_EQ(format3mf::Export::Success, exporter.Operate());
-        listings.push_back(PythonCheck(path));
-        auto meshes = ImportMeshes(path);
-        ASSERT_EQ(1u, meshes.size());
-        current = std::move(meshes[0]);
-    }
-    EXPECT_EQ(L"a.png.png", current->GetTextures().at(0)->GetName());
-    EXPECT_NE(std::string::npos, listings[0].find("3D/Textures2D/a.png\n")) << listings[0];
-    EXPECT_NE(std::string::npos, listings[1].find("3D/Textures2D/a.png.png\n")) << listings[1];
-}
-
 // Nothing but an object with an empty mesh: the importer finds no geometry.
 TEST(Exporter, AMeshWithoutTrianglesStillWritesAPackage)
 {

@@ -1,5 +1,5 @@
-// Materials on the way out: the groups meshes ask for, when the materials
-// namespace is declared, and the exact text of every group kind.
+// Materials on the way out: when the materials namespace is declared, and the
+// exact text of every group kind (the groups meshes ask for: MeshContentTest).
 #include "export/ExportSupport.h"
 
 #include "format3mf/PropertyValues.h"
@@ -17,39 +17,6 @@ bool HasMaterialNamespace(ModelFile const& model)
     return !model.GetPrefix(L"http://schemas.microsoft.com/3dmanufacturing/material/2015/02").empty();
 }
 } // namespace
-
-TEST(MaterialsGroups, ColourAndBaseGroupsAreReusedUnlessANewOneIsAsked)
-{
-    ModelFileStlBase model;
-    Materials& materials = model.GetResources().m_materials;
-    ColorGroup* const made = materials.GetColorGroup(false);
-    EXPECT_EQ(made, materials.GetColorGroup(false)) << "an empty list makes one, then it is reused";
-    ColorGroup* const second = materials.GetColorGroup(true);
-    EXPECT_NE(made, second);
-    EXPECT_EQ(second, materials.GetColorGroup(false));
-    EXPECT_EQ(2u, materials.m_colorGroups.size());
-    BaseMaterialGroup* const base = materials.GetBaseMaterialGroup(true);
-    EXPECT_EQ(base, materials.GetBaseMaterialGroup(false));
-    // Each new group takes the next free id of the model.
-    EXPECT_EQ(1, int(made->m_id));
-    EXPECT_EQ(2, int(second->m_id));
-    EXPECT_EQ(3, int(base->m_id));
-    EXPECT_EQ(base, model.GetReference(3));
-}
-
-TEST(MaterialsGroups, MultiPropertyGroupsAreFoundByTheirIdsInOrder)
-{
-    ModelFileStlBase model;
-    Materials& materials = model.GetResources().m_materials;
-    MultiPropertyGroup* const forward = materials.GetMultiPropertyGroup({3, 5});
-    EXPECT_EQ(forward, materials.GetMultiPropertyGroup({3, 5}));
-    MultiPropertyGroup* const backward = materials.GetMultiPropertyGroup({5, 3});
-    EXPECT_NE(forward, backward);
-    EXPECT_NE(forward, materials.GetMultiPropertyGroup({3, 5, 7}));
-    EXPECT_EQ(3u, materials.m_multiPropertyGroups.size());
-    EXPECT_EQ((std::vector<tReferenceID>{5, 3}), backward->m_pids);
-    EXPECT_EQ(backward, model.GetReference(backward->m_id));
-}
 
 // Base materials are core elements: alone they need no namespace.
 TEST(MaterialsWrite, NamespaceOnlyForTheMaterialsExtensionsOwnElements)

@@ -14,6 +14,7 @@
 #include <boost/filesystem.hpp>
 
 #include <cstdio>
+#include <fstream>
 #include <iterator>
 #include <set>
 #include <string>
@@ -58,6 +59,19 @@ inline std::size_t Occurrences(std::string const& text, std::string const& part)
         ++count;
     }
     return count;
+}
+
+// The bytes of a file, and a file of the given bytes.
+inline std::vector<unsigned char> ReadBytes(std::wstring const& path)
+{
+    std::ifstream in(StringConversion::ConvertNativeToUTF8(path), std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+inline void WriteBytes(std::wstring const& path, std::vector<unsigned char> const& bytes)
+{
+    std::ofstream out(StringConversion::ConvertNativeToUTF8(path), std::ios::binary);
+    out.write(reinterpret_cast<char const*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
 // Runs Python's own zip and XML readers over an archive: every entry's CRC,
