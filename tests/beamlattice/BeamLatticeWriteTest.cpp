@@ -3,9 +3,9 @@
 #include "beamlattice/BeamTestSupport.h"
 #include "import/ImportSupport.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFileStlBase.h"
 #include "format3mf/PackageWrite.h"
-#include "foundation/FormatIdentifiers.h"
 
 #include <gtest/gtest.h>
 

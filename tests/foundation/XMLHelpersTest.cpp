@@ -1,7 +1,7 @@
-#include "foundation/ReadAttribute.h"
-#include "foundation/XMLHandlers.h"
+#include "format3mf/ReadAttribute.h"
+#include "format3mf/XMLHandlers.h"
+#include "format3mf/XMLPersistHelpers.h"
 #include "foundation/XMLNames.h"
-#include "foundation/XMLPersistHelpers.h"
 
 #include "common/MInternalUnits.h"
 #include "sax/SaxUtilities.h"

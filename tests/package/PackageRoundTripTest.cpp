@@ -1,11 +1,11 @@
 #include "support/PackageTestSupport.h"
 #include "support/TestModelFile.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/Package.h"
 #include "format3mf/PackageRead.h"
 #include "format3mf/PackageWrite.h"
 #include "format3mf/Transformation.h"
-#include "foundation/FormatIdentifiers.h"
 
 #include "common/IProgressDelegate.h"
 #include "common/ImageBitmapIO.h"
