@@ -8,11 +8,11 @@
 
 #include "Measure.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/Importer.h"
 #include "format3mf/ModelFileStlBase.h"
 #include "format3mf/Package.h"
 #include "format3mf/PackageWrite.h"
-#include "foundation/FormatIdentifiers.h"
 
 #include "triangles/MStlBase.h"
 

@@ -5,7 +5,7 @@
 set -euo pipefail
 
 packages=(
-  build-essential cmake python3
+  build-essential cmake python3 pkg-config
   libboost-filesystem-dev libboost-system-dev libboost-dev
   libexpat1-dev libzip-dev zlib1g-dev libisal-dev
   libpng-dev libjpeg62-turbo-dev

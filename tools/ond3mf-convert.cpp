@@ -6,11 +6,11 @@
 // leaves no partial file. Exits 0 on success, 1 when reading or writing
 // failed, 2 on a bad argument, 130 when cancelled.
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/Importer.h"
 #include "format3mf/ModelFileStlBase.h"
 #include "format3mf/Package.h"
 #include "format3mf/PackageWrite.h"
-#include "foundation/FormatIdentifiers.h"
 
 #include "common/BranchingProgressReporter.h"
 #include "common/IProgressDelegate.h"

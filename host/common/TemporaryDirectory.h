@@ -1,7 +1,5 @@
 #pragma once
 
-#include "common/OndExport.h"
-
 #include <memory>
 #include <string>
 
@@ -17,7 +15,7 @@ namespace OndSDK::FileIO::FileSystem
 // left in it, is removed as a safety net when the last TemporaryDirectory
 // object of the process is destroyed, and at exit if one is still alive then.
 // A later object starts a new folder.
-class OND_EXPORT TemporaryDirectory
+class TemporaryDirectory
 {
 public:
     TemporaryDirectory();

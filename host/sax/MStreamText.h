@@ -1,7 +1,5 @@
 #pragma once
 
-#include "common/OndExport.h"
-
 #include <cstdint>
 #include <string>
 
@@ -9,7 +7,7 @@
 // decimal. Reading accepts the forms of the XML schema types: "1", "0",
 // "true" and "false" for a bool, decimal digits for a number, with white
 // space around them.
-class OND_EXPORT MStreamTextOut
+class MStreamTextOut
 {
 public:
     MStreamTextOut& operator<<(bool value);
@@ -26,7 +24,7 @@ private:
 // Reads values from a text one after the other. A value that does not parse
 // leaves its target alone and puts the stream into a failed state, in which
 // it reads nothing more.
-class OND_EXPORT MStreamTextIn
+class MStreamTextIn
 {
 public:
     explicit MStreamTextIn(std::wstring const& text);

@@ -4,8 +4,6 @@
 // many small elements of one strict form (mesh vertices and triangles) takes
 // them from the reader straight out of the input bytes.
 
-#include "common/OndExport.h"
-
 #include <cstddef>
 #include <string_view>
 
@@ -39,7 +37,7 @@ struct PlainElement
 // hands each plain child to HandlePlainElement instead of to HandleTag. The
 // first child that is not plain, and everything after it up to the end of the
 // element, goes through the parser and HandleTag as usual.
-class OND_EXPORT IPlainContentReader
+class IPlainContentReader
 {
 public:
     virtual ~IPlainContentReader();
@@ -57,6 +55,6 @@ public:
 
 // Whether readers use plain content at all: on by default. Switched off by
 // tests and benchmarks that compare the two ways.
-OND_EXPORT void SetPlainContentEnabled(bool enabled);
-OND_EXPORT bool IsPlainContentEnabled();
+void SetPlainContentEnabled(bool enabled);
+bool IsPlainContentEnabled();
 } // namespace OndSAX

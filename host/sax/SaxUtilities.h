@@ -1,7 +1,5 @@
 #pragma once
 
-#include "common/OndExport.h"
-
 #include <cstdint>
 #include <iosfwd>
 #include <string>
@@ -12,7 +10,7 @@ class ISAXPersist;
 namespace OndAM::SaxUtilities
 {
 // How a document is printed.
-struct OND_EXPORT WriteOptions
+struct WriteOptions
 {
     // Put a UTF-8 byte order mark in front of the document.
     bool m_byteOrderMark = false;
@@ -32,15 +30,15 @@ struct OND_EXPORT WriteOptions
 // Reads a whole document from the stream and drives `root` and the handlers
 // it pushes (see MSAXReader). False if the document is malformed or refused,
 // or the stream fails; exceptions thrown by handlers pass through.
-OND_EXPORT bool ReadStream(std::istream& stream, ISAXPersist& root);
+bool ReadStream(std::istream& stream, ISAXPersist& root);
 // The same from a read buffer, block by block, without a stream between.
-OND_EXPORT bool ReadBuffer(IReadBuffer& source, ISAXPersist& root);
+bool ReadBuffer(IReadBuffer& source, ISAXPersist& root);
 
 // Prints the declaration, opens the document element, calls root.Write and
 // closes the element. False if Write answers false or the stream fails;
 // exceptions thrown by Write pass through.
-OND_EXPORT bool WriteStream(std::ostream& stream, ISAXPersist const& root, WriteOptions const& options);
+bool WriteStream(std::ostream& stream, ISAXPersist const& root, WriteOptions const& options);
 
 // The same into a new file at `path`, replacing an existing one.
-OND_EXPORT bool WriteFile(std::wstring const& path, ISAXPersist const& root, WriteOptions const& options);
+bool WriteFile(std::wstring const& path, ISAXPersist const& root, WriteOptions const& options);
 } // namespace OndAM::SaxUtilities

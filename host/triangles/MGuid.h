@@ -1,7 +1,5 @@
 #pragma once
 
-#include "common/OndExport.h"
-
 #include <array>
 #include <cstdint>
 #include <string>
@@ -9,7 +7,7 @@
 namespace MStlRevisionSystem
 {
 // A 128-bit GUID. Its canonical spelling is the 8-4-4-4-12 hexadecimal form.
-class OND_EXPORT MGuid
+class MGuid
 {
 public:
     MGuid() = default;

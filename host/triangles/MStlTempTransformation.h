@@ -3,7 +3,6 @@
 #include "triangles/MStlBase.h"
 
 #include "common/MMTransform.h"
-#include "common/OndExport.h"
 
 #include <memory>
 
@@ -19,7 +18,7 @@
 // during the guard's life, the original coordinates are written back into
 // the mesh's points instead, and the additions stay (new points
 // transformed).
-class OND_EXPORT MStlTempTransformation
+class MStlTempTransformation
 {
 public:
     // With `inverse`, the inverse of the transformation is applied.

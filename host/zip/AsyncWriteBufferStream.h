@@ -1,6 +1,5 @@
 #pragma once
 
-#include "common/OndExport.h"
 #include "zip/IWriteBuffer.h"
 
 #include <memory>
@@ -22,4 +21,4 @@
 // before the end. Destroying the stream waits for the remaining bytes to
 // reach the buffer and then destroys the buffer, which closes the entry; a
 // failure at that point is dropped, never thrown.
-OND_EXPORT std::unique_ptr<std::ostream> CreateAsyncWriteBufferStream(std::unique_ptr<IWriteBuffer> buffer);
+std::unique_ptr<std::ostream> CreateAsyncWriteBufferStream(std::unique_ptr<IWriteBuffer> buffer);

@@ -1,11 +1,9 @@
 #pragma once
 
-#include "common/OndExport.h"
-
 #include <cstddef>
 
 // A source of bytes read front to back.
-class OND_EXPORT IReadBuffer
+class IReadBuffer
 {
 public:
     IReadBuffer() = default;

@@ -1,12 +1,10 @@
 #pragma once
 
-#include "common/OndExport.h"
-
 #include <cstddef>
 
 // A sink of bytes. Destroying it completes what was written (an archive
 // buffer closes its entry then).
-class OND_EXPORT IWriteBuffer
+class IWriteBuffer
 {
 public:
     IWriteBuffer() = default;

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "common/OndExport.h"
-
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -31,7 +29,7 @@ class WriteBufferToZip32;
 // ReadBufferFromZip or an extraction while a buffer is open throws
 // MZipArchiveError::MGeneric. Buffers must be gone before the archive closes.
 // Passwords (encryption) are not supported: pass null.
-class OND_EXPORT MZipArchive
+class MZipArchive
 {
 public:
     // What GetFileInfo fills.

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "common/OndExport.h"
 #include "zip/IReadBuffer.h"
 
 #include <memory>
@@ -15,7 +14,7 @@ class ZipReadAhead;
 // The bytes of one entry of an archive open for reading. Damaged data throws
 // MZipArchiveError::MGeneric from Read. A big entry is inflated ahead on a
 // second core when there is one.
-class OND_EXPORT ReadBufferFromZip : public IReadBuffer
+class ReadBufferFromZip : public IReadBuffer
 {
 public:
     // Opens the entry; throws MZipArchiveError::MFileNotFound if it isn't

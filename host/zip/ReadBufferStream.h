@@ -1,6 +1,5 @@
 #pragma once
 
-#include "common/OndExport.h"
 #include "zip/IReadBuffer.h"
 
 #include <istream>
@@ -10,7 +9,7 @@
 // itself. A failure of the buffer sets badbit and its exception reaches the
 // reader (the stream's exception mask holds badbit), so damaged archive data
 // can't pass for a short part.
-class OND_EXPORT ReadBufferStream : public std::istream
+class ReadBufferStream : public std::istream
 {
 public:
     explicit ReadBufferStream(IReadBuffer* buffer);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "common/OndExport.h"
 #include "zip/IWriteBuffer.h"
 
 #include <memory>
@@ -11,7 +10,7 @@
 // exception mask holds badbit). Destroying the stream hands over what is
 // left and destroys the buffer; a failure then can't be reported, so call
 // flush() first to see it.
-class OND_EXPORT WriteBufferStream : public std::ostream
+class WriteBufferStream : public std::ostream
 {
 public:
     explicit WriteBufferStream(IWriteBuffer* buffer);

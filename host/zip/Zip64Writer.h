@@ -1,7 +1,5 @@
 #pragma once
 
-#include "common/OndExport.h"
-
 #include <memory>
 #include <string>
 
@@ -15,7 +13,7 @@ class ZipWriter;
 // archives of 4 GiB and more, more than 65534 entries): libzip gives it zip64
 // records where a size, offset or count needs them, so that a small archive
 // keeps the plain form every reader takes. Names in the archive are UTF-8.
-class OND_EXPORT Zip64Writer
+class Zip64Writer
 {
 public:
     Zip64Writer();

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "common/OndExport.h"
 #include "zip/IWriteBuffer.h"
 
 #include <cstdint>
@@ -16,7 +15,7 @@ class ZipDeflater;
 // the raw deflate data to the archive. Destroying the buffer closes the entry;
 // if that fails, the archive refuses further entries and reports the failure
 // when it is closed. Exceptions of Write are MZipArchiveError::MGeneric.
-class OND_EXPORT ZipEntryWriteBuffer : public IWriteBuffer
+class ZipEntryWriteBuffer : public IWriteBuffer
 {
 public:
     ~ZipEntryWriteBuffer() override;

@@ -4,8 +4,8 @@
 
 #include "beamlattice/BeamLatticeStlBaseRead.h"
 #include "beamlattice/BeamLatticeStlBaseWrite.h"
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFile.h"
-#include "foundation/FormatIdentifiers.h"
 #include "mesh/MeshStlBaseRead.h"
 #include "mesh/MeshStlBaseWrite.h"
 

@@ -3,9 +3,9 @@
 
 #include "beamlattice/BeamLatticeValues.h"
 #include "format3mf/Exception.h"
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFile.h"
-#include "foundation/FormatIdentifiers.h"
-#include "foundation/ReadAttribute.h"
+#include "format3mf/ReadAttribute.h"
 #include "mesh/MeshStlBaseRead.h"
 
 #include "triangles/MStlBase.h"

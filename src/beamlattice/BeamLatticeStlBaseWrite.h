@@ -4,8 +4,8 @@
 #pragma once
 
 #include "format3mf/BeamLattice.h"
-#include "foundation/XMLHandlers.h"
-#include "foundation/XMLPersistHelpers.h"
+#include "format3mf/XMLHandlers.h"
+#include "format3mf/XMLPersistHelpers.h"
 #include "mesh/MeshStlBaseWrite.h"
 
 #include <string>

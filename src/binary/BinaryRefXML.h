@@ -3,8 +3,8 @@
 #pragma once
 
 #include "binary/BinaryRef.h"
-#include "foundation/XMLHandlers.h"
-#include "foundation/XMLPersistHelpers.h"
+#include "format3mf/XMLHandlers.h"
+#include "format3mf/XMLPersistHelpers.h"
 
 namespace Format_3MF
 {

@@ -2,9 +2,9 @@
 // file it reads from, and the file it is written from.
 #include "format3mf/PackageFileBinary.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/PackageWrite.h"
 #include "format3mf/PackageWriteContext.h"
-#include "foundation/FormatIdentifiers.h"
 
 #include "common/StringConversion.h"
 #include "zip/MZipArchiveError.h"

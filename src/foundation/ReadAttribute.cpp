@@ -1,4 +1,4 @@
-#include "foundation/ReadAttribute.h"
+#include "format3mf/ReadAttribute.h"
 
 #include <climits>
 #include <cwctype>

@@ -1,4 +1,4 @@
-#include "foundation/XMLHandlers.h"
+#include "format3mf/XMLHandlers.h"
 
 #include "common/IncrementalProgressReporter.h"
 #include "common/MInternalUnits.h"

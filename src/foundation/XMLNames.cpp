@@ -1,6 +1,6 @@
 #include "foundation/XMLNames.h"
 
-#include "foundation/ReadAttribute.h"
+#include "format3mf/ReadAttribute.h"
 
 namespace Format_3MF
 {

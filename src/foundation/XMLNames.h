@@ -1,5 +1,7 @@
+// Attribute names with an optional namespace prefix, for the library's writers.
 #pragma once
 
+#include "format3mf/XMLPersistHelpers.h"
 #include "sax/SAXWriter.h"
 
 #include <string>
@@ -11,12 +13,4 @@ namespace Format_3MF
 void WriteAttributeNS(MSAXWriter& writer, std::wstring const& name, std::wstring const& value,
                       std::wstring const* prefix);
 
-// An element named prefix ":" tag. The colon is always there, so an empty
-// prefix gives a name that begins with one: that shows a namespace that was
-// not declared before writing began.
-class MSAXTagWriterNS : public MSAXTagWriter
-{
-public:
-    MSAXTagWriterNS(MSAXWriter& writer, std::wstring const& tag, std::wstring const& prefix);
-};
 } // namespace Format_3MF

@@ -2,8 +2,8 @@
 // prepared for writing, and the namespace that their elements need.
 #include "format3mf/Materials.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFile.h"
-#include "foundation/FormatIdentifiers.h"
 
 namespace Format_3MF
 {

@@ -2,12 +2,12 @@
 
 #include "format3mf/ColorText.h"
 #include "format3mf/Exception.h"
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/Image2D.h"
 #include "format3mf/Materials.h"
 #include "format3mf/ModelFile.h"
 #include "format3mf/Package.h"
-#include "foundation/FormatIdentifiers.h"
-#include "foundation/ReadAttribute.h"
+#include "format3mf/ReadAttribute.h"
 
 #include "common/IncrementalProgressReporter.h"
 

@@ -3,9 +3,9 @@
 #include "materials/MaterialsWrite.h"
 
 #include "format3mf/ColorText.h"
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/Materials.h"
 #include "format3mf/ModelFile.h"
-#include "foundation/FormatIdentifiers.h"
 
 #include "common/IncrementalProgressReporter.h"
 #include "common/StringConversion.h"

@@ -2,8 +2,8 @@
 // order in which every group stands after what it refers to.
 #pragma once
 
-#include "foundation/XMLHandlers.h"
-#include "foundation/XMLPersistHelpers.h"
+#include "format3mf/XMLHandlers.h"
+#include "format3mf/XMLPersistHelpers.h"
 
 #include <memory>
 #include <string>

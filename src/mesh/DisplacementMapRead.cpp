@@ -3,7 +3,7 @@
 
 #include "format3mf/ModelFile.h"
 #include "format3mf/PropertyValues.h"
-#include "foundation/ReadAttribute.h"
+#include "format3mf/ReadAttribute.h"
 
 namespace Format_3MF
 {

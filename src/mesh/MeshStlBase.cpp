@@ -2,8 +2,8 @@
 // and the life-cycle hooks. Reading, preparing and writing live beside it.
 #include "format3mf/MeshStlBase.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFile.h"
-#include "foundation/FormatIdentifiers.h"
 #include "mesh/MeshStlBaseRead.h"
 #include "mesh/MeshStlBaseWrite.h"
 

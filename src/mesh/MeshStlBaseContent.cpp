@@ -4,6 +4,7 @@
 #include "format3mf/MeshStlBase.h"
 
 #include "format3mf/ColorText.h"
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/Image2D.h"
 #include "format3mf/ModelFile.h"
 #include "format3mf/Object.h"
@@ -11,7 +12,6 @@
 #include "format3mf/PackageWriteContext.h"
 #include "format3mf/PropertyValues.h"
 #include "format3mf/Texture2D.h"
-#include "foundation/FormatIdentifiers.h"
 
 #include "triangles/MStlBase.h"
 #include "triangles/MStlColorMaskTrianglePoints.h"

@@ -1,11 +1,11 @@
 #include "mesh/MeshStlBaseRead.h"
 
 #include "format3mf/Exception.h"
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFile.h"
 #include "format3mf/Object.h"
 #include "format3mf/PropertyGroup.h"
-#include "foundation/FormatIdentifiers.h"
-#include "foundation/ReadAttribute.h"
+#include "format3mf/ReadAttribute.h"
 
 #include "common/MInternalUnits.h"
 #include "triangles/MStlBase.h"

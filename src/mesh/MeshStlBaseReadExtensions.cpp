@@ -2,7 +2,7 @@
 // maps, and the beam lattice in either dialect.
 #include "mesh/MeshStlBaseRead.h"
 
-#include "foundation/FormatIdentifiers.h"
+#include "format3mf/FormatIdentifiers.h"
 #include "mesh/DisplacementMapRead.h"
 
 namespace Format_3MF

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "format3mf/MeshStlBase.h"
-#include "foundation/XMLHandlers.h"
-#include "foundation/XMLPersistHelpers.h"
+#include "format3mf/XMLHandlers.h"
+#include "format3mf/XMLPersistHelpers.h"
 
 #include "triangles/MDataMask.h"
 #include "triangles/MStlPoint.h"

@@ -2,9 +2,9 @@
 // vendor's displacement maps and the beam lattice.
 #include "mesh/MeshStlBaseWrite.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFile.h"
 #include "format3mf/PropertyValues.h"
-#include "foundation/FormatIdentifiers.h"
 #include "foundation/XMLNames.h"
 
 #include "common/IncrementalProgressReporter.h"

@@ -1,9 +1,9 @@
 #include "model/BuildXML.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFile.h"
+#include "format3mf/ReadAttribute.h"
 #include "format3mf/Transformation.h"
-#include "foundation/FormatIdentifiers.h"
-#include "foundation/ReadAttribute.h"
 #include "foundation/XMLNames.h"
 #include "model/MetaDataXML.h"
 #include "model/ProductionExtension.h"

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "format3mf/Build.h"
-#include "foundation/XMLHandlers.h"
-#include "foundation/XMLPersistHelpers.h"
+#include "format3mf/XMLHandlers.h"
+#include "format3mf/XMLPersistHelpers.h"
 
 namespace Format_3MF
 {

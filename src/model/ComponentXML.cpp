@@ -1,11 +1,11 @@
 #include "model/ComponentXML.h"
 
 #include "format3mf/Exception.h"
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFile.h"
 #include "format3mf/Object.h"
+#include "format3mf/ReadAttribute.h"
 #include "format3mf/Transformation.h"
-#include "foundation/FormatIdentifiers.h"
-#include "foundation/ReadAttribute.h"
 #include "foundation/XMLNames.h"
 
 namespace Format_3MF

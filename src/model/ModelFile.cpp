@@ -1,9 +1,9 @@
 #include "format3mf/ModelFile.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/Package.h"
 #include "format3mf/PackageRead.h"
 #include "format3mf/PackageWrite.h"
-#include "foundation/FormatIdentifiers.h"
 #include "foundation/PartNames.h"
 #include "foundation/TemporaryFiles.h"
 #include "model/ModelFileXML.h"

@@ -1,11 +1,11 @@
 #include "model/ModelFileXML.h"
 
 #include "format3mf/Exception.h"
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFile.h"
 #include "format3mf/PackageRead.h"
-#include "foundation/FormatIdentifiers.h"
+#include "format3mf/ReadAttribute.h"
 #include "foundation/PartNames.h"
-#include "foundation/ReadAttribute.h"
 #include "foundation/TemporaryFiles.h"
 #include "model/BuildXML.h"
 #include "model/MetaDataXML.h"

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "foundation/XMLHandlers.h"
-#include "foundation/XMLPersistHelpers.h"
+#include "format3mf/XMLHandlers.h"
+#include "format3mf/XMLPersistHelpers.h"
 
 #include <memory>
 #include <string>

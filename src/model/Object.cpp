@@ -1,8 +1,8 @@
 #include "format3mf/Object.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFile.h"
 #include "format3mf/SliceStack.h"
-#include "foundation/FormatIdentifiers.h"
 #include "model/ProductionExtension.h"
 
 namespace Format_3MF

@@ -1,10 +1,10 @@
 #include "model/ObjectXML.h"
 
 #include "format3mf/Exception.h"
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFile.h"
 #include "format3mf/Package.h"
-#include "foundation/FormatIdentifiers.h"
-#include "foundation/ReadAttribute.h"
+#include "format3mf/ReadAttribute.h"
 #include "foundation/XMLNames.h"
 #include "model/ComponentXML.h"
 #include "model/MetaDataXML.h"

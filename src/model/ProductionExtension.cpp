@@ -1,7 +1,7 @@
 #include "model/ProductionExtension.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFile.h"
-#include "foundation/FormatIdentifiers.h"
 
 namespace Format_3MF
 {

@@ -1,9 +1,9 @@
 #include "model/ResourcesXML.h"
 
 #include "format3mf/Exception.h"
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFile.h"
-#include "foundation/FormatIdentifiers.h"
-#include "foundation/ReadAttribute.h"
+#include "format3mf/ReadAttribute.h"
 #include "foundation/XMLNames.h"
 #include "materials/MaterialsWrite.h"
 #include "model/ObjectXML.h"

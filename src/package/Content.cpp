@@ -1,7 +1,7 @@
 #include "format3mf/Content.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/PackageRead.h"
-#include "foundation/FormatIdentifiers.h"
 #include "foundation/PartNames.h"
 #include "package/PartXML.h"
 

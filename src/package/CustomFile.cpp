@@ -1,6 +1,6 @@
 #include "format3mf/CustomFile.h"
 
-#include "foundation/FormatIdentifiers.h"
+#include "format3mf/FormatIdentifiers.h"
 #include "foundation/PartNames.h"
 
 #include <boost/filesystem/operations.hpp>

@@ -3,10 +3,10 @@
 #include "format3mf/Image2D.h"
 
 #include "format3mf/Exception.h"
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/PackageReadContext.h"
 #include "format3mf/PackageWrite.h"
 #include "format3mf/PackageWriteContext.h"
-#include "foundation/FormatIdentifiers.h"
 #include "foundation/PartNames.h"
 
 #include "common/ImageBitmapIO.h"

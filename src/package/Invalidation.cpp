@@ -1,6 +1,6 @@
 #include "format3mf/Invalidation.h"
 
-#include "foundation/FormatIdentifiers.h"
+#include "format3mf/FormatIdentifiers.h"
 #include "package/PartXML.h"
 
 #include "sax/SAXPersist.h"

@@ -1,8 +1,8 @@
 #include "format3mf/Package.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFile.h"
 #include "format3mf/PackageWriteContext.h"
-#include "foundation/FormatIdentifiers.h"
 
 #include <algorithm>
 

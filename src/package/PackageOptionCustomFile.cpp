@@ -1,6 +1,6 @@
 #include "format3mf/PackageOptionCustomFile.h"
 
-#include "foundation/FormatIdentifiers.h"
+#include "format3mf/FormatIdentifiers.h"
 
 namespace Format_3MF
 {

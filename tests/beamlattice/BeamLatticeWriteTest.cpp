@@ -2,9 +2,9 @@
 // a reader makes of it again.
 #include "beamlattice/BeamTestSupport.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFileStlBase.h"
 #include "format3mf/PackageWrite.h"
-#include "foundation/FormatIdentifiers.h"
 
 #include <gtest/gtest.h>
 

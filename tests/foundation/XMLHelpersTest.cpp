@@ -1,8 +1,9 @@
 #include "support/SaxProbe.h"
 
-#include "foundation/ReadAttribute.h"
-#include "foundation/XMLHandlers.h"
-#include "foundation/XMLPersistHelpers.h"
+#include "format3mf/ReadAttribute.h"
+#include "format3mf/XMLHandlers.h"
+#include "format3mf/XMLPersistHelpers.h"
+#include "foundation/XMLNames.h"
 
 #include "common/MInternalUnits.h"
 #include "sax/SaxUtilities.h"

@@ -1,10 +1,10 @@
 #include "materials/MaterialsRead.h"
 
 #include "format3mf/Exception.h"
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/Image2D.h"
 #include "format3mf/Materials.h"
 #include "format3mf/Package.h"
-#include "foundation/FormatIdentifiers.h"
 #include "support/TestModelFile.h"
 
 #include "common/IncrementalProgressReporter.h"

@@ -1,7 +1,7 @@
 #include "mesh/MeshReadSupport.h"
 
 #include "format3mf/PropertyValues.h"
-#include "foundation/XMLPersistHelpers.h"
+#include "format3mf/XMLPersistHelpers.h"
 
 #include "sax/SaxUtilities.h"
 

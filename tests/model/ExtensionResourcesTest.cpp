@@ -1,15 +1,15 @@
 #include "support/PackageTestSupport.h"
 #include "support/TestModelFile.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/MeshTetraheders.h"
 #include "format3mf/Object.h"
 #include "format3mf/Package.h"
 #include "format3mf/PackageRead.h"
 #include "format3mf/PackageWrite.h"
-#include "foundation/FormatIdentifiers.h"
-#include "foundation/ReadAttribute.h"
+#include "format3mf/ReadAttribute.h"
+#include "format3mf/XMLPersistHelpers.h"
 #include "foundation/XMLNames.h"
-#include "foundation/XMLPersistHelpers.h"
 
 #include <gtest/gtest.h>
 

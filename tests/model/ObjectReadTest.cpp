@@ -6,7 +6,7 @@
 #include "format3mf/Package.h"
 #include "format3mf/PackageRead.h"
 #include "format3mf/PackageWrite.h"
-#include "foundation/XMLPersistHelpers.h"
+#include "format3mf/XMLPersistHelpers.h"
 
 #include <gtest/gtest.h>
 

@@ -1,12 +1,12 @@
 #include "support/PackageTestSupport.h"
 #include "support/TestModelFile.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/Object.h"
 #include "format3mf/Package.h"
 #include "format3mf/PackageRead.h"
 #include "format3mf/PackageWrite.h"
 #include "format3mf/Transformation.h"
-#include "foundation/FormatIdentifiers.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
 #include "support/PackageTestSupport.h"
 #include "support/TestModelFile.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/Package.h"
 #include "format3mf/PackageRead.h"
 #include "format3mf/PackageWrite.h"
-#include "foundation/FormatIdentifiers.h"
 #include "model/ReadBufferModelFileAnalyzeOnly.h"
 
 #include <gtest/gtest.h>

@@ -2,11 +2,11 @@
 #include "support/TestModelFile.h"
 #include "zip/ZipTestSupport.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/Package.h"
 #include "format3mf/PackageRead.h"
 #include "format3mf/PackageWrite.h"
 #include "format3mf/Transformation.h"
-#include "foundation/FormatIdentifiers.h"
 
 #include "common/IProgressDelegate.h"
 #include "common/ImageBitmapIO.h"

@@ -10,7 +10,7 @@
 #include "format3mf/PackageReadContext.h"
 #include "format3mf/PropertyGroup.h"
 #include "format3mf/PropertyValues.h"
-#include "foundation/XMLPersistHelpers.h"
+#include "format3mf/XMLPersistHelpers.h"
 #include "support/TestModelFile.h"
 
 #include "common/IProgressDelegate.h"

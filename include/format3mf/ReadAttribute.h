@@ -1,3 +1,4 @@
+// Attribute reading for the XML readers: plain name first, then prefixed.
 #pragma once
 
 #include "common/OndExport.h"
@@ -11,7 +12,7 @@
 namespace Format_3MF
 {
 // A prefixed name, "prefix:name", or the name alone for an empty prefix.
-std::wstring QualifiedAttributeName(std::wstring const& name, std::wstring const& prefix);
+OND_EXPORT std::wstring QualifiedAttributeName(std::wstring const& name, std::wstring const& prefix);
 
 // Reads an attribute by its plain name first and then, with a prefix given,
 // by the prefixed name, so an extension's attribute is accepted with or

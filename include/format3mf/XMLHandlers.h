@@ -1,5 +1,7 @@
+// The package context and the number formats that every reader and writer uses.
 #pragma once
 
+#include "common/OndExport.h"
 #include "format3mf/PackageReadContext.h"
 #include "format3mf/PackageWriteContext.h"
 #include "format3mf/ReferenceID.h"
@@ -12,7 +14,7 @@
 namespace Format_3MF
 {
 // Gives a reader the context of the package being read.
-class XMLReadHandler
+class OND_EXPORT XMLReadHandler
 {
 public:
     explicit XMLReadHandler(PackageReadContext* context) : m_context(context) {}
@@ -28,7 +30,7 @@ protected:
 // Gives a writer the context of the package being written, and the exact text
 // forms of identifiers and lengths. The formatters print into the context's
 // one scratch string and return it: the text is valid until the next call.
-class XMLWriteHandler
+class OND_EXPORT XMLWriteHandler
 {
 public:
     explicit XMLWriteHandler(PackageWriteContext* context) : m_context(context) {}
