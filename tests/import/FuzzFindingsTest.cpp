@@ -4,6 +4,8 @@
 #include "support/BlankPng.h"
 
 #include "format3mf/Importer.h"
+#include "format3mf/Package.h"
+#include "format3mf/PackageRead.h"
 
 #include "triangles/MStlBase.h"
 #include "triangles/MStlTexture.h"
@@ -13,6 +15,8 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <stdexcept>
 
 #include <boost/filesystem/operations.hpp>
 
@@ -105,6 +109,29 @@ TEST(FuzzFindings, AShortColourTextReachesTheCallerAsAnInt)
         RunCommand(Quoted(OND3MF_INFO) + " " + Quoted(StringConversion::ConvertNativeToUTF8(file)));
     EXPECT_NE(0, output.status);
     EXPECT_NE(std::string::npos, output.text.find("error code")) << output.text;
+}
+
+// A related part whose name has no extension, looked up in content types
+// whose first entry is a Default: the lookup throws std::out_of_range, which
+// leaves the reader as designed (only an Override ahead of every Default
+// finds such a name). The tool reports the file as failed.
+TEST(FuzzFindings, APartWithoutExtensionReachesTheCallerAsOutOfRange)
+{
+    PackageScratch scratch;
+    std::wstring const file = scratch.File("no-extension.3mf");
+    WriteArchive(file, {{"[Content_Types].xml",
+                         R"(<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types">)"
+                         R"(<Default Extension="rels" ContentType="application/xml"/></Types>)"},
+                        {"_rels/.rels", R"(<Relationships><Relationship Id="r" Target="/3D/part" Type="t"/>)"
+                                        R"(</Relationships>)"},
+                        {"3D/part", "x"}});
+    Format_3MF::Package package(nullptr);
+    Format_3MF::PackageRead reader(&package, Format_3MF::PackageReadOptions());
+    EXPECT_THROW(reader.Read(file, nullptr), std::out_of_range);
+
+    CommandOutput const output =
+        RunCommand(Quoted(OND3MF_INFO) + " " + Quoted(StringConversion::ConvertNativeToUTF8(file)));
+    EXPECT_NE(0, output.status);
 }
 
 // A small file that names huge textures: the import must stay within a
