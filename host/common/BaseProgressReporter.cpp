@@ -1,3 +1,5 @@
+// Progress reporting shared by every reporter kind: own and nested units summed
+// into one fraction for the delegate, and what is reported after the finish dropped.
 #include "common/BaseProgressReporter.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// A reporter that only carries nested reporters; its progress comes from them alone.
 #include "common/BranchingProgressReporter.h"
 
 namespace OndSDK::Common

@@ -1,3 +1,5 @@
+// The progress and cancel flag a caller watches; nested delegates share their parent's flag
+// so that one cancel stops every level of the work.
 #include "common/IProgressDelegate.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// An in-memory image for the PNG and JPEG codecs, with a size cap so that a
+// hostile header cannot make it allocate without bound.
 #include "common/ImageBitmap.h"
 
 namespace OndSDK::Common

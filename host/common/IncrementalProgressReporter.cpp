@@ -1,3 +1,5 @@
+// A reporter counting a known number of steps, passing only about a thousand
+// updates to the delegate so that counting stays cheap in tight loops.
 #include "common/IncrementalProgressReporter.h"
 
 #include <algorithm>

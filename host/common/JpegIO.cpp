@@ -1,3 +1,5 @@
+// Reads and writes JPEG images through libjpeg, turning its error jumps into a
+// plain failure instead of an exit.
 #include "common/ImageBitmapIO.h"
 #include "common/StdioFile.h"
 

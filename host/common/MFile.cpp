@@ -1,3 +1,5 @@
+// Buffered binary file access with 32-bit words kept little-endian on disk,
+// whatever the host's byte order.
 #include "common/MFile.h"
 
 #include "common/StringConversion.h"

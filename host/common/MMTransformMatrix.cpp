@@ -1,3 +1,5 @@
+// A 4x4 affine transform with range-checked element access, as used for build
+// items and components.
 #include "common/MMTransformMatrix.h"
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// Reads and writes PNG images through libpng, keeping its error jumps away from
+// any object with a destructor.
 #include "common/ImageBitmapIO.h"
 #include "common/StdioFile.h"
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// An owned FILE* for libpng and libjpeg, which read and write C streams.
+
 #include "common/StringConversion.h"
 
 #include <cstdio>

@@ -1,3 +1,5 @@
+// UTF-8 and wide-string conversion; malformed sequences become U+FFFD replacement
+// characters rather than errors, so every input converts.
 #include "common/StringConversion.h"
 
 namespace

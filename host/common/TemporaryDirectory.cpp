@@ -1,3 +1,5 @@
+// The per-process temporary folder behind TemporaryDirectory, created on first use
+// and removed when its last user goes away.
 #include "common/TemporaryDirectory.h"
 
 #include "common/StringConversion.h"

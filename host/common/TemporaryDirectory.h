@@ -1,5 +1,8 @@
 #pragma once
 
+// Paths for temporary files in one private folder per process, so that leftovers
+// can be cleaned up in one place.
+
 #include <memory>
 #include <string>
 

@@ -1,3 +1,4 @@
+// Formatting and parsing of attribute values in the forms XML schema types allow.
 #include "sax/MStreamText.h"
 
 #include "common/StringConversion.h"

@@ -1,5 +1,8 @@
 #pragma once
 
+// Text streams for attribute values, so that persist objects read and write
+// bools and numbers in one agreed form.
+
 #include <cstdint>
 #include <string>
 

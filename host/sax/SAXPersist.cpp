@@ -1,3 +1,5 @@
+// Default handlers of the persist interfaces: an element that ignores an event
+// need not override it.
 #include "sax/SAXPersist.h"
 
 ISAXReference::~ISAXReference() = default;

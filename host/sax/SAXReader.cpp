@@ -1,3 +1,5 @@
+// The SAX reader over expat: it hands elements to persist objects and stops the
+// parse cleanly when a handler throws or the stream fails.
 #include "sax/SAXReader.h"
 
 #include "common/StringConversion.h"

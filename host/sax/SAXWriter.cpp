@@ -1,3 +1,5 @@
+// The SAX writer: escapes and buffers UTF-8 output so that persist objects write
+// elements without caring about XML syntax.
 #include "sax/SAXWriter.h"
 
 #include "common/StringConversion.h"

@@ -1,3 +1,4 @@
+// One-call reading and writing of a document rooted in a persist object.
 #include "sax/SaxUtilities.h"
 
 #include "common/StringConversion.h"

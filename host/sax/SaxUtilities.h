@@ -1,5 +1,8 @@
 #pragma once
 
+// Shortcuts to parse a stream into a persist object or print one, with the few
+// output choices a document has.
+
 #include <cstdint>
 #include <iosfwd>
 #include <string>

@@ -1,3 +1,5 @@
+// Prefix-to-namespace bindings in scope at an element, inherited from the
+// parent element's handler.
 #include "sax/XMLNamespaceHandler.h"
 
 #include "common/StringConversion.h"

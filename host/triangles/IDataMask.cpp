@@ -1,3 +1,5 @@
+// Registration of per-element data masks with the mesh that owns them, so the
+// mesh can copy them and a mask can leave it when destroyed.
 #include "triangles/IDataMask.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Parsing and printing of GUIDs; a malformed spelling leaves the nil GUID
+// instead of a partly read value.
 #include "triangles/MGuid.h"
 
 #include "common/HexDigit.h"

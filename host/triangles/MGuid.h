@@ -1,5 +1,8 @@
 #pragma once
 
+// A 128-bit GUID for the UUIDs of build items and objects, with lenient parsing
+// of the spellings found in files.
+
 #include <array>
 #include <cstdint>
 #include <string>

@@ -1,3 +1,5 @@
+// The mesh: shared point and triangle storage that a copy takes over until one
+// of them changes, plus its name, material, texture and features.
 #include "triangles/MStlBase.h"
 
 MStlBase::MStlBase()

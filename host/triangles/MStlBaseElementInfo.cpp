@@ -1,3 +1,5 @@
+// Per-edge cap settings of graph edges, with defaults filled in where an end
+// was left unset.
 #include "triangles/MStlBaseElementInfo.h"
 
 #include "triangles/MStlBase.h"

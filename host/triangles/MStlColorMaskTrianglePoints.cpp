@@ -1,3 +1,4 @@
+// A named mask giving each triangle colours at its three corners.
 #include "triangles/MStlColorMaskTrianglePoints.h"
 
 IAmANamedStlMask::~IAmANamedStlMask() = default;

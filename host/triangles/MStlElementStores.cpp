@@ -1,3 +1,5 @@
+// Point and triangle storage of a mesh; coordinates are rounded to internal
+// integer units without undefined behaviour for any input.
 #include "triangles/MStlElementStores.h"
 
 #include "common/MMTransform.h"

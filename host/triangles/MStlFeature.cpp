@@ -1,3 +1,4 @@
+// Graphs of edges between a mesh's own points, which the mesh carries as features.
 #include "triangles/MStlFeature.h"
 
 #include "triangles/MStlBase.h"

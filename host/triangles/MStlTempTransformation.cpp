@@ -1,3 +1,5 @@
+// A scoped transformation of a mesh that restores the original coordinates
+// exactly when it ends.
 #include "triangles/MStlTempTransformation.h"
 
 MStlTempTransformation::MStlTempTransformation(MStlBase& stl, MMTransform const& transform, bool inverse)

@@ -1,5 +1,8 @@
 #pragma once
 
+// A guard that shows a mesh transformed for a while without losing precision
+// when it goes back.
+
 #include "triangles/MStlBase.h"
 
 #include "common/MMTransform.h"

@@ -1,3 +1,4 @@
+// A mesh's texture: its image and the per-triangle texture coordinates.
 #include "triangles/MStlTexture.h"
 
 #include "triangles/MStlBase.h"

@@ -1,3 +1,5 @@
+// Triangle accessors that go through the mesh's storage, where colours and
+// flags are kept.
 #include "triangles/MStlTriangle.h"
 
 #include "triangles/MStlElementStores.h"

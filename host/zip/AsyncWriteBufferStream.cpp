@@ -1,3 +1,5 @@
+// The background writer behind AsyncWriteBufferStream: a bounded queue of
+// blocks between the printing thread and the compressing one.
 #include "zip/AsyncWriteBufferStream.h"
 
 #include <condition_variable>

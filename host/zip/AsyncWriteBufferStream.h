@@ -1,5 +1,8 @@
 #pragma once
 
+// An output stream that compresses on a second thread, so that writing a big
+// part costs little more than printing it.
+
 #include "zip/IWriteBuffer.h"
 
 #include <memory>

@@ -1,3 +1,5 @@
+// The archive object the package code uses: opening, listing and extracting on
+// libzip, writing through ZipWriter.
 #include "zip/MZipArchive.h"
 
 #include "common/StringConversion.h"

@@ -1,5 +1,8 @@
 #pragma once
 
+// The zip archive as the package layer sees it, for reading or for writing a
+// 32-bit archive.
+
 #include <cstdint>
 #include <memory>
 #include <string>

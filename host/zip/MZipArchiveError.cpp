@@ -1,3 +1,5 @@
+// The archive errors, with a message and a detail joined into one text so that
+// the cause reaches the caller.
 #include "zip/MZipArchiveError.h"
 
 #include "common/StringConversion.h"

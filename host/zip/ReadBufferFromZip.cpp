@@ -1,3 +1,5 @@
+// Opening an entry for reading; big entries get a read-ahead thread so that
+// inflation runs beside the parse.
 #include "zip/ReadBufferFromZip.h"
 
 #include "common/StringConversion.h"

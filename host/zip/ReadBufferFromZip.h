@@ -1,5 +1,7 @@
 #pragma once
 
+// The reading buffer for one archive entry, as the package code opens parts.
+
 #include "zip/IReadBuffer.h"
 
 #include <memory>

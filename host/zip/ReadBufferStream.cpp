@@ -1,3 +1,4 @@
+// A block-buffered streambuf over an IReadBuffer that passes its failures on.
 #include "zip/ReadBufferStream.h"
 
 #include <stdexcept>

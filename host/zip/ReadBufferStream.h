@@ -1,5 +1,8 @@
 #pragma once
 
+// An std::istream over a part's read buffer, so that parsers take the part as a
+// stream without hiding damaged data.
+
 #include "zip/IReadBuffer.h"
 
 #include <istream>

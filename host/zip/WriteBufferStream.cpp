@@ -1,3 +1,4 @@
+// A block-buffered streambuf over an IWriteBuffer that passes its failures on.
 #include "zip/WriteBufferStream.h"
 
 #include <stdexcept>

@@ -1,5 +1,8 @@
 #pragma once
 
+// An std::ostream over a part's write buffer, so that writers print into an
+// archive entry.
+
 #include "zip/IWriteBuffer.h"
 
 #include <memory>

@@ -1,3 +1,5 @@
+// Starting a new entry in a 32-bit or a zip64 archive, refusing a missing
+// archive with a message.
 #include "zip/WriteBufferToZip.h"
 
 #include "zip/MZipArchive.h"

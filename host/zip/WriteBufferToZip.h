@@ -1,5 +1,8 @@
 #pragma once
 
+// Write buffers for new entries of either archive kind, as the package code
+// creates parts.
+
 #include "zip/ZipEntryWriteBuffer.h"
 
 class MZipArchive;

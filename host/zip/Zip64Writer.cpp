@@ -1,3 +1,4 @@
+// Opening, filling and closing an archive that may need zip64 records.
 #include "zip/Zip64Writer.h"
 
 #include "zip/MZipArchiveError.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// The writer for archives that can exceed the 32-bit zip limits.
+
 #include <memory>
 #include <string>
 

@@ -1,3 +1,5 @@
+// Inflating one entry with ISA-L from the raw data libzip reads, checking its
+// size and CRC at the end.
 #include "zip/ZipEntryReader.h"
 
 #include "common/StringConversion.h"

@@ -1,3 +1,4 @@
+// Deflating one new entry with ISA-L and handing the raw data to the archive.
 #include "zip/ZipEntryWriteBuffer.h"
 
 #include "common/StringConversion.h"

@@ -1,5 +1,8 @@
 #pragma once
 
+// The write buffer of one new entry, compressed with ISA-L instead of libzip's
+// slower deflate.
+
 #include "zip/IWriteBuffer.h"
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// The worker thread and block queue that inflate an entry ahead of its reader.
 #include "zip/ZipReadAhead.h"
 
 #include "zip/ZipEntryReader.h"

@@ -1,5 +1,8 @@
 #pragma once
 
+// Read-ahead inflation of an entry, so that parsing a big part does not wait
+// on decompression.
+
 #include <condition_variable>
 #include <cstddef>
 #include <deque>

@@ -1,5 +1,8 @@
 #pragma once
 
+// The shared writing half of both archive kinds: ISA-L compresses into a spool
+// and libzip writes the archive at Close.
+
 #include <cstdint>
 #include <cstdio>
 #include <ctime>

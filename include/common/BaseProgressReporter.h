@@ -1,5 +1,8 @@
 #pragma once
 
+// The common base of progress reporters, which turns own steps and nested
+// delegates' progress into one fraction and answers cancellation.
+
 #include "common/IProgressDelegate.h"
 #include "common/OndExport.h"
 

@@ -1,5 +1,8 @@
 #pragma once
 
+// A progress reporter for a task made of weighted sub-tasks, such as the parts
+// of a package.
+
 #include "common/BaseProgressReporter.h"
 
 #include <string>

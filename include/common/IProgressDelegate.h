@@ -1,5 +1,7 @@
 #pragma once
 
+// The callback through which a caller follows a long read or write and cancels it.
+
 #include "common/OndExport.h"
 
 #include <atomic>

@@ -1,5 +1,8 @@
 #pragma once
 
+// An 8-bit image in memory, the form in which textures and thumbnails pass
+// between the package and the image codecs.
+
 #include "common/OndExport.h"
 
 #include <cstdint>

@@ -1,5 +1,8 @@
 #pragma once
 
+// Loading and saving PNG and JPEG files as ImageBitmap, failing softly on
+// damaged or oversized images.
+
 #include "common/ImageBitmap.h"
 #include "common/OndExport.h"
 

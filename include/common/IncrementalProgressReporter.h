@@ -1,5 +1,8 @@
 #pragma once
 
+// A progress reporter for a task of many small steps, cheap enough to count
+// every element of a large file.
+
 #include "common/BaseProgressReporter.h"
 
 #include <algorithm>

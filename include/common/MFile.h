@@ -1,5 +1,8 @@
 #pragma once
 
+// A binary file of 32-bit numbers with its own buffer, for caches and spools
+// written and read one number at a time.
+
 #include "common/OndExport.h"
 
 #include <cstdint>

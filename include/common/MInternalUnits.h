@@ -1,5 +1,8 @@
 #pragma once
 
+// The integer length unit of mesh coordinates and the conversions from
+// millimetres and the other model units.
+
 #include "common/OndExport.h"
 
 namespace OndSDK::Common

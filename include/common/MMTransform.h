@@ -1,5 +1,7 @@
 #pragma once
 
+// The abstract transformation that meshes and points are mapped through.
+
 #include "common/MMPoint3d.h"
 #include "common/OndExport.h"
 

@@ -1,5 +1,8 @@
 #pragma once
 
+// UTF-8, UTF-16 and wide-string conversion, the one place where the text
+// encodings of archives, paths and XML meet.
+
 #include "common/OndExport.h"
 
 #include <cstdint>

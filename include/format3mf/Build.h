@@ -1,5 +1,8 @@
 #pragma once
 
+// The build of a model part: the items to be made, each an object placed by a
+// transformation.
+
 #include "common/MMTransformMatrix.h"
 #include "common/OndExport.h"
 #include "format3mf/MetaData.h"

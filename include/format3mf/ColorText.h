@@ -1,5 +1,7 @@
 #pragma once
 
+// The "#rrggbb" colour text of 3MF attributes, to and from packed colours.
+
 #include "common/OndExport.h"
 
 #include <string>

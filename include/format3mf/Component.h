@@ -1,5 +1,8 @@
 #pragma once
 
+// Components: objects placed inside other objects, possibly from another model
+// part.
+
 #include "common/MMTransformMatrix.h"
 #include "format3mf/ProductionItem.h"
 #include "format3mf/ReferenceID.h"

@@ -1,5 +1,8 @@
 #pragma once
 
+// The package's content types part, which every reader needs to know what each
+// part holds.
+
 #include "common/OndExport.h"
 #include "format3mf/IPackageFile.h"
 

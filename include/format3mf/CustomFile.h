@@ -1,5 +1,8 @@
 #pragma once
 
+// Parts the library does not interpret but carries through a package for the
+// application.
+
 #include "common/OndExport.h"
 #include "format3mf/IPackageFile.h"
 #include "format3mf/RelsFile.h"

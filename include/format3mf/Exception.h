@@ -1,5 +1,8 @@
 #pragma once
 
+// The exception of package reading, whose message names what is wrong with the
+// file.
+
 #include "common/OndExport.h"
 
 #include <exception>

@@ -1,5 +1,8 @@
 #pragma once
 
+// The mesh interface of objects, with the hooks through which mesh data of any
+// form is written as 3MF vertices and triangles.
+
 #include "common/OndExport.h"
 #include "format3mf/BeamLattice.h"
 #include "format3mf/MeshTetraheders.h"

@@ -1,5 +1,8 @@
 #pragma once
 
+// The base of every package part, with the hooks the package reader and writer
+// drive it through.
+
 #include "common/OndExport.h"
 #include "format3mf/PackageFile.h"
 

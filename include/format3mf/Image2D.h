@@ -1,5 +1,7 @@
 #pragma once
 
+// Texture image parts, decoded only when something asks for the image.
+
 #include "common/ImageBitmap.h"
 #include "common/OndExport.h"
 #include "format3mf/IPackageFile.h"

@@ -1,5 +1,8 @@
 #pragma once
 
+// The simple entry point for applications that want a 3MF file as triangle
+// meshes with transformations applied.
+
 #include "common/OndExport.h"
 
 #include <cstdint>

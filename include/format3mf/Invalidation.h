@@ -1,5 +1,7 @@
 #pragma once
 
+// The part that lists invalidated parts of a package.
+
 #include "common/OndExport.h"
 #include "format3mf/IPackageFile.h"
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// The property groups and textures of a model part, in file order.
+
 #include "common/OndExport.h"
 #include "format3mf/PropertyValues.h"
 #include "format3mf/Texture2D.h"

@@ -1,5 +1,8 @@
 #pragma once
 
+// Merging one mesh into another, so that an import can give all build items as
+// one mesh without losing material colours.
+
 #include "common/OndExport.h"
 
 class MStlBase;

@@ -1,5 +1,8 @@
 #pragma once
 
+// Objects' meshes held as MStlBase, with the colour, texture and displacement
+// data that 3MF attaches to triangles.
+
 #include "common/ImageBitmap.h"
 #include "common/OndExport.h"
 #include "format3mf/IMesh.h"

@@ -1,5 +1,8 @@
 #pragma once
 
+// Tetrahedral meshes, which an application supplies through a provider and the
+// library only carries.
+
 #include "common/OndExport.h"
 #include "format3mf/ModelFileItem.h"
 

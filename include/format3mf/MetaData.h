@@ -1,5 +1,8 @@
 #pragma once
 
+// Metadata of models, objects and build items: named text values with their
+// type and preserve flag.
+
 #include <map>
 #include <string>
 

@@ -1,5 +1,8 @@
 #pragma once
 
+// A model part: its namespaces, units, resources, build and metadata, and the
+// registry of extensions it declares.
+
 #include "common/OndExport.h"
 #include "format3mf/Build.h"
 #include "format3mf/CustomFile.h"

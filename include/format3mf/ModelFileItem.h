@@ -1,5 +1,8 @@
 #pragma once
 
+// The base of everything a model part owns, so that each owns its own XML
+// reading and writing.
+
 #include "common/OndExport.h"
 
 #include <memory>

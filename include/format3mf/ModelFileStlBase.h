@@ -1,5 +1,8 @@
 #pragma once
 
+// A model part made of plain triangle meshes, the common case of reading and
+// writing 3MF as meshes.
+
 #include "common/MMTransformMatrix.h"
 #include "common/OndExport.h"
 #include "format3mf/ModelFile.h"

@@ -1,5 +1,8 @@
 #pragma once
 
+// Objects of a model: mesh, components or both, with the references 3MF
+// attaches to them.
+
 #include "common/OndExport.h"
 #include "format3mf/Component.h"
 #include "format3mf/CustomFile.h"

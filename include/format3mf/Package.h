@@ -1,5 +1,8 @@
 #pragma once
 
+// A 3MF package in memory: its parts, the root model and the package-wide
+// parts, as read or as to be written.
+
 #include "common/OndExport.h"
 #include "format3mf/Content.h"
 #include "format3mf/CustomFile.h"

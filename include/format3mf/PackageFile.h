@@ -1,5 +1,8 @@
 #pragma once
 
+// A part's name and the temporary file that holds its content, deleted with
+// the part.
+
 #include "common/OndExport.h"
 
 #include <string>

@@ -1,5 +1,8 @@
 #pragma once
 
+// An extra part an application asks a write to add, described by its file and
+// types.
+
 #include "common/OndExport.h"
 
 #include <cstdint>

@@ -1,5 +1,8 @@
 #pragma once
 
+// Reading a 3MF file into a Package, with failures reported through the read
+// context instead of thrown.
+
 #include "common/OndExport.h"
 #include "format3mf/CustomFile.h"
 #include "format3mf/PackageReadContext.h"

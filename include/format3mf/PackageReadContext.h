@@ -1,5 +1,7 @@
 #pragma once
 
+// The state of one package read, shared by every class that takes part in it.
+
 #include "format3mf/PackageReadOptions.h"
 
 #include <cstdint>

@@ -1,5 +1,7 @@
 #pragma once
 
+// The options a caller gives a package read.
+
 #include "common/OndExport.h"
 #include "format3mf/PackageOptionCustomFile.h"
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// Writing a Package as a 3MF file, part by part into a 32-bit or zip64 archive.
+
 #include "common/OndExport.h"
 #include "format3mf/CustomFile.h"
 #include "format3mf/PackageWriteContext.h"

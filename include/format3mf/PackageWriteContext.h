@@ -1,5 +1,7 @@
 #pragma once
 
+// The state of one package write, shared by every class that takes part in it.
+
 #include "format3mf/PackageWriteOptions.h"
 
 #include <cstdint>

@@ -1,5 +1,7 @@
 #pragma once
 
+// The options a caller gives a package write.
+
 #include "format3mf/PackageOptionCustomFile.h"
 
 #include <cstdint>

@@ -1,5 +1,8 @@
 #pragma once
 
+// The production extension's UUID, shared by build, items, objects and
+// components.
+
 #include <string>
 
 namespace Format_3MF

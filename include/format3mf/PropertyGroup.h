@@ -1,5 +1,8 @@
 #pragma once
 
+// Property groups: resources holding the per-triangle values (materials,
+// colours, texture coordinates) that meshes refer to by index.
+
 #include "format3mf/ReferenceID.h"
 
 #include "common/OndExport.h"

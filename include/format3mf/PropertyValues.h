@@ -1,5 +1,8 @@
 #pragma once
 
+// The values a property group holds: base materials, colours, texture
+// coordinates and multi-properties, and the groups of each.
+
 #include "format3mf/PropertyGroup.h"
 
 #include <cstdint>

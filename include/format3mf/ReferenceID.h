@@ -1,5 +1,7 @@
 #pragma once
 
+// Resource identifiers and the base of everything a model can refer to by id.
+
 #include "common/OndExport.h"
 
 #include <cstdint>

@@ -1,5 +1,7 @@
 #pragma once
 
+// Relationship parts and their owners, which tie a package's parts together.
+
 #include "common/OndExport.h"
 #include "format3mf/IPackageFile.h"
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// The resources of a model part, in file order.
+
 #include "common/OndExport.h"
 #include "format3mf/Materials.h"
 #include "format3mf/ModelFileItem.h"

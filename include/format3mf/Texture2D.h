@@ -1,5 +1,7 @@
 #pragma once
 
+// Texture resources: which image part a model shows and how it is typed.
+
 #include "common/OndExport.h"
 #include "format3mf/ReferenceID.h"
 

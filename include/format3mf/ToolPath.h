@@ -1,5 +1,7 @@
 #pragma once
 
+// Tool paths, which an application supplies and the library only carries.
+
 #include "common/OndExport.h"
 #include "format3mf/ModelFileItem.h"
 #include "format3mf/ReferenceID.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// The "transform" attribute text, to and from transformation matrices.
+
 #include "common/MMTransformMatrix.h"
 #include "common/OndExport.h"
 #include "format3mf/Units.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// The unit of a model part and its scale to millimetres.
+
 #include "common/OndExport.h"
 
 #include <string>

@@ -1,5 +1,8 @@
 #pragma once
 
+// Strict parsing of numeric attribute values, so that malformed numbers in a
+// document are caught instead of read as zero.
+
 #include <charconv>
 #include <limits>
 #include <string_view>

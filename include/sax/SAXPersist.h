@@ -1,5 +1,8 @@
 #pragma once
 
+// The interfaces of persist objects, which read and write one XML element each
+// and so split a document's handling by element.
+
 #include "common/OndExport.h"
 
 #include <string>

@@ -1,5 +1,7 @@
 #pragma once
 
+// The SAX reader that drives persist objects from an XML stream or buffer.
+
 #include "common/OndExport.h"
 #include "sax/NumberParsing.h"
 

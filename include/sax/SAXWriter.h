@@ -1,5 +1,7 @@
 #pragma once
 
+// The XML writer that persist objects print themselves through.
+
 #include "common/OndExport.h"
 
 #include <cstdint>

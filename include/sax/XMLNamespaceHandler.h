@@ -1,5 +1,8 @@
 #pragma once
 
+// Namespace prefixes in scope while reading, so that elements and attributes
+// are matched by namespace URI rather than by prefix.
+
 #include "common/OndExport.h"
 
 #include <map>

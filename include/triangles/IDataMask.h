@@ -1,5 +1,8 @@
 #pragma once
 
+// Masks: per-point or per-triangle data kept beside a mesh rather than in its
+// elements, and the owner they register with.
+
 #include "common/OndExport.h"
 
 #include <vector>

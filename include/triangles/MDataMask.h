@@ -1,5 +1,7 @@
 #pragma once
 
+// Typed masks over points or triangles, addressed by element index.
+
 #include "triangles/IDataMask.h"
 #include "triangles/PagedArray.h"
 

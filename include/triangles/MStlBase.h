@@ -1,5 +1,8 @@
 #pragma once
 
+// The triangle mesh that 3MF objects are read into and written from, with its
+// points, triangles, colours, textures and features.
+
 #include "triangles/IDataMask.h"
 #include "triangles/MStlBaseElementInfo.h"
 #include "triangles/MStlColor.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// Per-edge information of feature graphs: how each end of an edge is capped.
+
 #include "triangles/MStlFeature.h"
 
 #include "common/OndExport.h"

@@ -1,5 +1,8 @@
 #pragma once
 
+// The aligned chunks that points and triangles live in, so that an element
+// finds its index and store from its own address.
+
 #include <cstddef>
 #include <cstdint>
 

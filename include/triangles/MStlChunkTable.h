@@ -1,5 +1,7 @@
 #pragma once
 
+// The growing list of chunks of one element store, which keeps elements in place.
+
 #include "triangles/MStlChunk.h"
 
 #include <cstdint>

@@ -1,5 +1,7 @@
 #pragma once
 
+// An optional packed RGB colour, as triangles and materials carry it.
+
 #include "common/OndExport.h"
 
 #include <cstdint>

@@ -1,5 +1,8 @@
 #pragma once
 
+// A named mask of per-corner triangle colours, which is how colour groups
+// reach the mesh.
+
 #include "triangles/MDataMask.h"
 #include "triangles/MStlColor.h"
 #include "triangles/MStlTriangle.h"

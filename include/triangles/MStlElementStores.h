@@ -1,5 +1,8 @@
 #pragma once
 
+// The point and triangle storage of a mesh, shareable between copies until one
+// of them changes.
+
 #include "triangles/MStlChunkTable.h"
 #include "triangles/MStlColor.h"
 #include "triangles/MStlPoint.h"

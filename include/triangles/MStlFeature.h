@@ -1,5 +1,7 @@
 #pragma once
 
+// Features of a mesh: named graphs of edges between its points.
+
 #include "common/OndExport.h"
 
 #include <cstdint>

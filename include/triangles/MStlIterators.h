@@ -1,5 +1,7 @@
 #pragma once
 
+// Iterators over a mesh's points and triangles, for range-for loops.
+
 #include "triangles/MStlElementStores.h"
 
 #include <cstdint>

@@ -1,5 +1,7 @@
 #pragma once
 
+// A mesh vertex in internal integer units, living in its mesh's storage.
+
 #include "triangles/MStlChunk.h"
 
 #include "common/MInternalUnits.h"

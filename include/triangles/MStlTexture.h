@@ -1,5 +1,8 @@
 #pragma once
 
+// A texture of a mesh: its image and the texture coordinates of the triangles
+// that use it.
+
 #include "triangles/PagedArray.h"
 
 #include "common/ImageBitmap.h"

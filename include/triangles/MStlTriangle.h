@@ -1,5 +1,7 @@
 #pragma once
 
+// A mesh triangle as three point indices, living in its mesh's storage.
+
 #include "triangles/MStlChunk.h"
 #include "triangles/MStlColor.h"
 

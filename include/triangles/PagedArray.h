@@ -1,5 +1,8 @@
 #pragma once
 
+// A sparse per-element array that costs nothing until written, for data only
+// some meshes carry.
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,8 @@
 #pragma once
 
+// The exception types of the archive layer, carrying the archive or entry name
+// with the cause.
+
 #include "common/OndExport.h"
 
 #include <stdexcept>

@@ -1,3 +1,5 @@
+// Tetrahedral meshes and the process-wide provider slot through which an
+// application supplies them.
 #include "format3mf/MeshTetraheders.h"
 
 #include "format3mf/IMesh.h"

@@ -1,3 +1,4 @@
+// The read exception, keeping a UTF-8 copy of its message for what().
 #include "format3mf/Exception.h"
 
 #include "common/StringConversion.h"

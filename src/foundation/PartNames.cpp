@@ -1,3 +1,4 @@
+// Conversions between part names and paths, and the normalising of part names.
 #include "foundation/PartNames.h"
 
 #include "common/StringConversion.h"

@@ -1,3 +1,5 @@
+// Part names and file paths across the wide-string interface and UTF-8 storage,
+// so that no locale decides how a name is spelled.
 #pragma once
 
 #include <boost/filesystem/path.hpp>

@@ -1,3 +1,5 @@
+// Typed reading of attribute values, so that a malformed id or number in a file
+// is reported rather than read as zero.
 #include "format3mf/ReadAttribute.h"
 
 #include <climits>

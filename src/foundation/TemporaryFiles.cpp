@@ -1,3 +1,4 @@
+// Temporary paths for parts held on disk, in one folder for the whole process.
 #include "foundation/TemporaryFiles.h"
 
 #include "foundation/PartNames.h"

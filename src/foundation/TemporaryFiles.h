@@ -1,3 +1,5 @@
+// Temporary files for the content of parts, named after the part so that its
+// extension survives.
 #pragma once
 
 #include <string>

@@ -1,3 +1,5 @@
+// The "transform" attribute text, its conversion between file and internal
+// units, and the spelling of UUIDs.
 #include "format3mf/Transformation.h"
 
 #include "common/MInternalUnits.h"

@@ -1,3 +1,4 @@
+// The unit names of 3MF and their scales to millimetres.
 #include "format3mf/Units.h"
 
 namespace Format_3MF

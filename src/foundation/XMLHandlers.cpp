@@ -1,3 +1,5 @@
+// What the model part's XML readers and writers share: progress reports and the
+// formatting of ids and coordinates.
 #include "format3mf/XMLHandlers.h"
 
 #include "common/IncrementalProgressReporter.h"

@@ -1,3 +1,4 @@
+// Writing attributes and elements under an optional namespace prefix.
 #include "foundation/XMLNames.h"
 
 #include "format3mf/ReadAttribute.h"

@@ -1,3 +1,4 @@
+// Colour text of "#rrggbb" and "#rrggbbaa" form, to and from packed colours.
 #include "format3mf/ColorText.h"
 
 #include "common/HexDigit.h"

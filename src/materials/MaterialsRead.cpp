@@ -1,3 +1,5 @@
+// Reading property groups and textures out of "resources", entering each in
+// the model under its id.
 #include "materials/MaterialsRead.h"
 
 #include "format3mf/ColorText.h"

@@ -1,3 +1,5 @@
+// The reader of material, colour and texture elements in "resources", for the
+// materials extension and the older core form alike.
 #pragma once
 
 #include "format3mf/XMLHandlers.h"

@@ -1,3 +1,4 @@
+// Property group bases, and the error for a property index beyond a group.
 #include "format3mf/PropertyGroup.h"
 
 #include "format3mf/Exception.h"

@@ -1,3 +1,5 @@
+// The orders of property values, so that groups can find equal values when
+// writing; NaN is ordered rather than breaking the sort.
 #include "format3mf/PropertyValues.h"
 
 #include <cmath>

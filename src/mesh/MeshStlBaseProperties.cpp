@@ -1,3 +1,5 @@
+// Resolving a read mesh's property references into colours and textures once
+// all of the mesh is in.
 #include "format3mf/MeshStlBase.h"
 
 #include "format3mf/Exception.h"

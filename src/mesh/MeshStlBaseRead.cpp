@@ -1,3 +1,5 @@
+// Reading "mesh" elements into MStlBase, with vertices and triangles taken by
+// the fast plain-content path.
 #include "mesh/MeshStlBaseRead.h"
 
 #include "format3mf/Exception.h"

@@ -1,3 +1,5 @@
+// The reader of a "mesh" element, which feeds points and triangles straight
+// into the host mesh.
 #pragma once
 
 #include "format3mf/MeshStlBase.h"

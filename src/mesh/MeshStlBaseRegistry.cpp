@@ -1,3 +1,5 @@
+// The lookups that let a write reuse one texture and one texture group for
+// meshes that share an image.
 #include "format3mf/MeshStlBase.h"
 
 namespace Format_3MF

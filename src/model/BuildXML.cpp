@@ -1,3 +1,5 @@
+// Reading and writing the "build" element and its items, declaring the
+// production extension when an item needs it.
 #include "model/BuildXML.h"
 
 #include "format3mf/FormatIdentifiers.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// The XML reader and writer of "build" and its items.
+
 #include "format3mf/Build.h"
 #include "format3mf/XMLHandlers.h"
 #include "format3mf/XMLPersistHelpers.h"

@@ -1,3 +1,5 @@
+// Reading and writing a "component", including its production path to an
+// object in another model part.
 #include "model/ComponentXML.h"
 
 #include "format3mf/Exception.h"

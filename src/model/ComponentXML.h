@@ -1,5 +1,7 @@
 #pragma once
 
+// The XML reader and writer of "component" elements.
+
 #include "format3mf/Component.h"
 #include "format3mf/XMLHandlers.h"
 #include "format3mf/XMLPersistHelpers.h"

@@ -1,3 +1,4 @@
+// Reading and writing "metadata" elements of a model, an object or a build item.
 #include "model/MetaDataXML.h"
 
 #include "sax/MStreamText.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// The XML reader and writer of metadata groups.
+
 #include "format3mf/MetaData.h"
 #include "format3mf/XMLHandlers.h"
 #include "format3mf/XMLPersistHelpers.h"

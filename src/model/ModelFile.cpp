@@ -1,3 +1,5 @@
+// The model part: its id table, namespaces, extensions, related model parts
+// and the hooks through which a package reads and writes it.
 #include "format3mf/ModelFile.h"
 
 #include "format3mf/FormatIdentifiers.h"

@@ -1,3 +1,5 @@
+// Reading and writing the root "model" element, with the warnings and errors
+// for extensions a file requires.
 #include "model/ModelFileXML.h"
 
 #include "format3mf/Exception.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// The XML reader and writer of a model part's root element.
+
 #include "format3mf/XMLHandlers.h"
 #include "format3mf/XMLPersistHelpers.h"
 

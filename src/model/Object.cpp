@@ -1,3 +1,5 @@
+// Objects: preparing their references for writing and finding the slice data
+// they link to.
 #include "format3mf/Object.h"
 
 #include "format3mf/FormatIdentifiers.h"

@@ -1,3 +1,4 @@
+// Reading and writing "object" elements: type, properties, mesh and components.
 #include "model/ObjectXML.h"
 
 #include "format3mf/Exception.h"

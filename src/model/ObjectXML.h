@@ -1,5 +1,7 @@
 #pragma once
 
+// The XML reader and writer of "object" elements.
+
 #include "format3mf/Object.h"
 #include "format3mf/XMLHandlers.h"
 #include "format3mf/XMLPersistHelpers.h"

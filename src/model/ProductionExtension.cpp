@@ -1,3 +1,5 @@
+// Declaring the production extension in a model part and its root model when
+// something written needs it.
 #include "model/ProductionExtension.h"
 
 #include "format3mf/FormatIdentifiers.h"

@@ -1,3 +1,5 @@
+// Cutting a model part off at its resources, so that a quick analysis of a
+// package reads only the head of each model.
 #include "model/ReadBufferModelFileAnalyzeOnly.h"
 
 #include <algorithm>

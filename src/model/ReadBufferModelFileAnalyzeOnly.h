@@ -1,5 +1,8 @@
 #pragma once
 
+// A read buffer giving only the head of a model part, for analysing a package
+// without parsing its meshes.
+
 #include "zip/IReadBuffer.h"
 
 #include <cstdint>

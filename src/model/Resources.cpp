@@ -1,3 +1,4 @@
+// The resources of a model part and their hooks into reading and writing.
 #include "format3mf/Resources.h"
 
 #include "model/ResourcesXML.h"

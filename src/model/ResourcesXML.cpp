@@ -1,3 +1,5 @@
+// Reading and writing "resources": each child goes to the materials or to the
+// factory of its kind.
 #include "model/ResourcesXML.h"
 
 #include "format3mf/Exception.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// The XML reader and writer of "resources".
+
 #include "format3mf/Resources.h"
 #include "format3mf/XMLHandlers.h"
 #include "format3mf/XMLPersistHelpers.h"

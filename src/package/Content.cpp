@@ -1,3 +1,4 @@
+// The content types part: reading and writing its Default and Override entries.
 #include "format3mf/Content.h"
 
 #include "format3mf/FormatIdentifiers.h"

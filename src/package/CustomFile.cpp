@@ -1,3 +1,4 @@
+// Parts carried through a package uninterpreted, and the outside files behind them.
 #include "format3mf/CustomFile.h"
 
 #include "format3mf/FormatIdentifiers.h"

@@ -1,3 +1,5 @@
+// The public read and write steps of a part, wrapping the hooks each kind of
+// part implements with progress and cancellation.
 #include "format3mf/IPackageFile.h"
 
 #include "format3mf/PackageOptionCustomFile.h"

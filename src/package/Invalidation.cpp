@@ -1,3 +1,5 @@
+// The invalidated-parts part, which is written when it lists parts and
+// otherwise read without keeping anything.
 #include "format3mf/Invalidation.h"
 
 #include "format3mf/FormatIdentifiers.h"

@@ -1,3 +1,5 @@
+// The package in memory: its parts, custom files, relationship ids and
+// thumbnail, and the steps of reading and writing it as a whole.
 #include "format3mf/Package.h"
 
 #include "format3mf/FormatIdentifiers.h"

@@ -1,3 +1,4 @@
+// A part's name and its unpacked file, which is deleted with the part.
 #include "format3mf/PackageFile.h"
 
 #include "foundation/PartNames.h"

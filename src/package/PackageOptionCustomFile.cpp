@@ -1,3 +1,4 @@
+// Descriptions of the extra parts a package knows, such as the build ticket.
 #include "format3mf/PackageOptionCustomFile.h"
 
 #include "format3mf/FormatIdentifiers.h"

@@ -1,3 +1,5 @@
+// Reading a package from an archive: root model, relationships, parts and
+// custom files, with failures kept in the context.
 #include "format3mf/PackageRead.h"
 
 #include "format3mf/Exception.h"

@@ -1,3 +1,4 @@
+// Read options and the custom parts a read accepts by default.
 #include "format3mf/PackageReadOptions.h"
 
 namespace Format_3MF

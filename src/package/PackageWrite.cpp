@@ -1,3 +1,5 @@
+// Writing a package into an archive part by part, removing what a failed write
+// left behind.
 #include "format3mf/PackageWrite.h"
 
 #include "format3mf/Package.h"

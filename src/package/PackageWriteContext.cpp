@@ -1,3 +1,4 @@
+// The write context's parts that need the progress reporter's full type.
 #include "format3mf/PackageWriteContext.h"
 
 #include "common/IncrementalProgressReporter.h"

@@ -1,3 +1,4 @@
+// The shared steps of reading and writing a streaming XML part.
 #include "package/PartXML.h"
 
 #include "format3mf/PackageRead.h"

@@ -1,3 +1,4 @@
+// What every streaming XML part does to be read from or written into a package.
 #pragma once
 
 #include "format3mf/IPackageFile.h"

@@ -1,3 +1,5 @@
+// Relationship parts: where each owner's part lives and how its entries are
+// read and written.
 #include "format3mf/RelsFile.h"
 
 #include "format3mf/FormatIdentifiers.h"

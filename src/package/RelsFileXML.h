@@ -1,3 +1,4 @@
+// The XML reader of relationship parts.
 #pragma once
 
 #include "format3mf/RelsFile.h"

@@ -1,3 +1,5 @@
+// Merging one mesh into another, keeping the colours triangles owed to their
+// material.
 #include "format3mf/MergeStl.h"
 
 #include "triangles/MStlBase.h"

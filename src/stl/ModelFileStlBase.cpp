@@ -1,3 +1,5 @@
+// The model part of plain meshes: building objects from meshes on write and
+// meshes from the build on read.
 #include "format3mf/ModelFileStlBase.h"
 
 #include "format3mf/MeshStlBase.h"

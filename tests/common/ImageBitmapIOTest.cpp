@@ -1,3 +1,5 @@
+// Tests of PNG and JPEG loading and saving: channels kept or expanded, and
+// broken or oversized files refused without a crash.
 #include "support/PackageTestSupport.h"
 
 #include "common/ImageBitmapIO.h"

@@ -1,3 +1,5 @@
+// Tests of MFile: byte order on disk, buffering across seeks, and failures
+// answered rather than thrown.
 #include "support/PackageTestSupport.h"
 
 #include "common/MFile.h"

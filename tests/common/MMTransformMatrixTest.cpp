@@ -1,3 +1,4 @@
+// Tests of transform products and inverses, singular matrices included.
 #include "common/MMTransformMatrix.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// Tests of progress reporting: nested weights, throttled counting, and
+// cancellation seen across threads and nesting levels.
 #include "common/BranchingProgressReporter.h"
 #include "common/IncrementalProgressReporter.h"
 

@@ -1,3 +1,5 @@
+// Tests of UTF-8 and UTF-16 conversion, and of how malformed input becomes
+// replacement characters.
 #include "common/StringConversion.h"
 
 #include <gtest/gtest.h>

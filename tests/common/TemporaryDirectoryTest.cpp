@@ -1,3 +1,5 @@
+// Tests of the process's temporary folder: unique paths across threads and
+// removal with the last user.
 #include "common/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>

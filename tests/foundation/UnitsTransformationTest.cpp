@@ -1,3 +1,5 @@
+// Tests of unit names, of the "transform" text and its unit conversion, and of
+// GUID spelling.
 #include "format3mf/Transformation.h"
 #include "format3mf/Units.h"
 

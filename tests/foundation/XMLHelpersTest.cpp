@@ -1,3 +1,5 @@
+// Tests of the helpers model readers and writers share: attribute reading,
+// namespace scopes and number formatting.
 #include "support/SaxProbe.h"
 
 #include "format3mf/ReadAttribute.h"

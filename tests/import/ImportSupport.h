@@ -1,3 +1,5 @@
+// What the importer tests share: importing a file as meshes and comparing the
+// result with an independent reading of its XML.
 #pragma once
 
 #include "support/Command.h"

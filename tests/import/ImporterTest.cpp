@@ -1,3 +1,5 @@
+// Tests of the importer's options, merging, failures and cancellation, on
+// packages the tests build.
 #include "import/ImportSupport.h"
 #include "support/Samples.h"
 #include "support/SlicerPackages.h"

@@ -1,3 +1,5 @@
+// Imports every sample file and compares the meshes with what a separate
+// reading of the XML expects.
 #include "import/ImportSupport.h"
 #include "support/Samples.h"
 

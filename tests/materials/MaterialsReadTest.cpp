@@ -1,3 +1,5 @@
+// Tests of reading property groups and textures from "resources", malformed
+// elements included.
 #include "materials/MaterialsRead.h"
 
 #include "format3mf/Exception.h"

@@ -1,3 +1,4 @@
+// Tests of property groups' value merging and index checks, and of colour text.
 #include "format3mf/ColorText.h"
 #include "format3mf/Exception.h"
 #include "format3mf/PropertyValues.h"

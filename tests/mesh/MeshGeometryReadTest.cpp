@@ -1,3 +1,5 @@
+// Tests of reading mesh geometry: rounding to internal units, incomplete
+// elements, namespaces, skipping and cancelling.
 #include "mesh/MeshReadSupport.h"
 
 #include "common/IncrementalProgressReporter.h"

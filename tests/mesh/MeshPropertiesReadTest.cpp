@@ -1,3 +1,5 @@
+// Tests of how triangle properties of a read mesh become colours and textures,
+// and of bad references.
 #include "mesh/MeshReadSupport.h"
 
 #include "common/ImageBitmapIO.h"

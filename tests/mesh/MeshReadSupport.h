@@ -1,3 +1,5 @@
+// What the mesh reading tests share: model XML builders, a model file that
+// gives objects host meshes, and a package read of both.
 #pragma once
 
 #include "support/PackageTestSupport.h"

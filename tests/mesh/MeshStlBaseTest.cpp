@@ -1,3 +1,5 @@
+// Tests of the mesh binding: the references triangles note, and who owns the
+// host mesh.
 #include "mesh/MeshReadSupport.h"
 
 #include "format3mf/PropertyValues.h"

@@ -1,3 +1,5 @@
+// Tests of extension resources through application factories, and of the stock
+// factories that skip them.
 #include "support/PackageTestSupport.h"
 #include "support/TestModelFile.h"
 

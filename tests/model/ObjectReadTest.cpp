@@ -1,3 +1,5 @@
+// Tests of reading "object" elements: attributes, children, and hostile
+// references and nesting.
 #include "support/PackageTestSupport.h"
 #include "support/TestModelFile.h"
 

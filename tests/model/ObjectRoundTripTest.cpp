@@ -1,3 +1,5 @@
+// Round trips of objects, components and build items through a package,
+// identifiers and cross-part references included.
 #include "support/PackageTestSupport.h"
 #include "support/TestModelFile.h"
 

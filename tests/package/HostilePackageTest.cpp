@@ -1,3 +1,5 @@
+// Tests that hostile packages (repeated relationships, strange names, truncation)
+// fail cleanly and write nothing outside the temporary folder.
 #include "support/PackageTestSupport.h"
 #include "support/TestModelFile.h"
 

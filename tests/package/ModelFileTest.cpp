@@ -1,3 +1,5 @@
+// Tests of the model part: registry, namespaces, required extensions and the
+// analyse-only cut.
 #include "support/PackageTestSupport.h"
 #include "support/TestModelFile.h"
 

@@ -1,3 +1,5 @@
+// Round trips of whole packages, and the status and messages of failed or
+// cancelled reads and writes.
 #include "support/PackageTestSupport.h"
 #include "support/TestModelFile.h"
 #include "zip/ZipTestSupport.h"

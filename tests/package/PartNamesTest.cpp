@@ -1,3 +1,5 @@
+// Tests of part naming: relationship targets, content type lookup, and the ids
+// a package hands out.
 #include "support/TestModelFile.h"
 
 #include "format3mf/Content.h"

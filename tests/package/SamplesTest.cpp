@@ -1,3 +1,5 @@
+// Reads every sample file in analyse-only mode, skipping when the samples are
+// missing.
 #include "support/Samples.h"
 #include "support/TestModelFile.h"
 

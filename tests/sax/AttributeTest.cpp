@@ -1,3 +1,5 @@
+// Tests of attribute access in the SAX layer: numbers, absent values and
+// escaping through writer and reader.
 #include "SaxTestSupport.h"
 #include "support/SaxProbe.h"
 

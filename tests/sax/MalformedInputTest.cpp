@@ -1,3 +1,5 @@
+// Tests that broken documents, entity expansion and failing streams are
+// refused, and that UTF-16 documents read.
 #include "SaxTestSupport.h"
 
 #include "common/StringConversion.h"

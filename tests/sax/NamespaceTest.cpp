@@ -1,3 +1,4 @@
+// Tests of namespace scopes and lookups, and of the value text streams.
 #include "SaxTestSupport.h"
 
 #include "sax/MStreamText.h"

@@ -1,3 +1,5 @@
+// Tests of the order in which the reader drives persist objects, and of how it
+// handles refusals, positions and exceptions.
 #include "SaxTestSupport.h"
 
 #include "format3mf/Exception.h"

@@ -1,3 +1,5 @@
+// What the SAX tests share: a persist object that logs every callback so that
+// tests can compare their order.
 #pragma once
 
 #include "sax/SAXPersist.h"

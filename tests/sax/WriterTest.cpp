@@ -1,3 +1,4 @@
+// Tests of the XML writer's styles, prolog, refusals, buffering and failures.
 #include "SaxTestSupport.h"
 
 #include "common/StringConversion.h"

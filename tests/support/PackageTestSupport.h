@@ -1,3 +1,5 @@
+// What the package tests share: scratch paths, byte helpers and checks of an
+// archive by Python's own readers.
 #pragma once
 
 #include "support/Command.h"

@@ -1,3 +1,5 @@
+// Finding the sample and real-world 3MF files beside the checkout, for the
+// tests that use them when present.
 #pragma once
 
 #include <boost/filesystem.hpp>

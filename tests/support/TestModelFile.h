@@ -1,3 +1,5 @@
+// A minimal model file and object helpers, so that the package layer can be
+// tested without meshes.
 #pragma once
 
 #include "format3mf/ModelFile.h"

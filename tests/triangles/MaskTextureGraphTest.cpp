@@ -1,3 +1,5 @@
+// Tests of masks, textures and feature graphs of a mesh, and of how they
+// follow its growth and copies.
 #include "MeshTestSupport.h"
 
 #include "triangles/MDataMask.h"

@@ -1,3 +1,5 @@
+// Tests that a mesh copy shares storage until one side changes, and takes its
+// textures, graphs and element data along.
 #include "MeshTestSupport.h"
 
 #include "triangles/MStlBase.h"

@@ -1,3 +1,5 @@
+// Tests of merging meshes and of transforming them, the temporary
+// transformation's exact restore included.
 #include "MeshTestSupport.h"
 
 #include "triangles/MStlBase.h"

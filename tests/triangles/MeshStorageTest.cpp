@@ -1,3 +1,5 @@
+// Tests of mesh storage: building and walking elements, stable addresses,
+// use counters and lazily kept colours.
 #include "MeshTestSupport.h"
 
 #include "triangles/MStlBase.h"

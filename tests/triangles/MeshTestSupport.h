@@ -1,3 +1,5 @@
+// What the mesh tests share: a small pyramid, coordinate dumps and a transform
+// that maps no integers to integers.
 #pragma once
 
 #include "triangles/MStlBase.h"

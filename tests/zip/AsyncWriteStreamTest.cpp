@@ -1,3 +1,5 @@
+// Tests of the background write stream: order kept, failures reported, and
+// memory flat for a large entry.
 #include "ZipTestSupport.h"
 
 #include "zip/AsyncWriteBufferStream.h"

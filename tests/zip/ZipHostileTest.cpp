@@ -1,3 +1,5 @@
+// Tests that damaged, truncated or lying archives fail with an error and never
+// write outside the extraction target.
 #include "ZipTestSupport.h"
 
 #include "zip/MZipArchive.h"

@@ -1,3 +1,5 @@
+// Round trips through 32-bit and zip64 archives, lookups, and archives that
+// cannot be opened.
 #include "ZipTestSupport.h"
 
 #include "common/StringConversion.h"

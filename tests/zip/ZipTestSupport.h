@@ -1,3 +1,5 @@
+// What the zip tests share: a temporary folder, file helpers, mesh-like text
+// and a peak memory reading.
 #pragma once
 
 #include "support/Command.h"
