@@ -11,6 +11,24 @@
 
 namespace OndSAX
 {
+inline bool IsXmlSpace(char c)
+{
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+
+// Moves `first` and `last` inward past the XML white space at both ends.
+inline void TrimXmlSpace(char const*& first, char const*& last)
+{
+    while (first != last && IsXmlSpace(*first))
+    {
+        ++first;
+    }
+    while (first != last && IsXmlSpace(last[-1]))
+    {
+        --last;
+    }
+}
+
 // Parses the text of an attribute value as one number. Leading and trailing
 // XML white space are tolerated, as are a leading '+' (allowed by the XML
 // schema number types), a fraction and an exponent for the floating types.
@@ -19,17 +37,9 @@ namespace OndSAX
 template <typename T>
 bool ParseNumber(std::string_view text, T& value)
 {
-    auto isSpace = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
     char const* first = text.data();
     char const* last = first + text.size();
-    while (first != last && isSpace(*first))
-    {
-        ++first;
-    }
-    while (first != last && isSpace(last[-1]))
-    {
-        --last;
-    }
+    TrimXmlSpace(first, last);
     if (first != last && *first == '+' && last - first > 1 && first[1] != '-')
     {
         ++first;
@@ -50,15 +60,14 @@ bool ParseNumber(std::string_view text, T& value)
 template <typename T>
 bool ParseNumber(char const* text, T& value)
 {
-    auto isSpace = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
-    while (isSpace(*text))
+    while (IsXmlSpace(*text))
     {
         ++text;
     }
     char const* end = text;
     for (char const* p = text; *p != '\0'; ++p)
     {
-        if (!isSpace(*p))
+        if (!IsXmlSpace(*p))
         {
             end = p + 1;
         }
@@ -73,18 +82,10 @@ bool ParseNumber(char const* text, T& value)
 template <typename T>
 bool ParsePlainNumber(std::string_view text, T& value)
 {
-    auto isSpace = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
     auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
     char const* first = text.data();
     char const* last = first + text.size();
-    while (first != last && isSpace(*first))
-    {
-        ++first;
-    }
-    while (first != last && isSpace(last[-1]))
-    {
-        --last;
-    }
+    TrimXmlSpace(first, last);
     bool const negative = first != last && *first == '-';
     if (first != last && (*first == '+' || *first == '-'))
     {
