@@ -182,7 +182,9 @@ struct ExpatEvents
 
     static void XMLCALL DocumentType(void* data, XML_Char const*, XML_Char const*, XML_Char const*, int)
     {
-        static_cast<MSAXReader*>(data)->Refuse();
+        auto* const reader = static_cast<MSAXReader*>(data);
+        reader->m_refusedDocumentType = true;
+        reader->Refuse();
     }
 };
 
@@ -243,6 +245,27 @@ bool MSAXReader::Parse(IReadBuffer& source)
     root.ResolveReferences(*this);
     root.InitAfterLoading();
     return true;
+}
+
+std::wstring MSAXReader::GetErrorMessage() const
+{
+    if (m_refusedDocumentType)
+    {
+        return L"a document type declaration is not allowed";
+    }
+    if (m_parser == nullptr)
+    {
+        return L"the XML parser could not be created";
+    }
+    XML_Error const code = XML_GetErrorCode(m_parser);
+    if (code == XML_ERROR_NONE)
+    {
+        return std::wstring();
+    }
+    std::string message = XML_ErrorString(code);
+    message += " at line " + std::to_string(XML_GetCurrentLineNumber(m_parser)) + ", column " +
+               std::to_string(XML_GetCurrentColumnNumber(m_parser));
+    return StringConversion::ConvertUTF8ToNative(message.data(), message.size());
 }
 
 void MSAXReader::PushHandler(ISAXPersist* child)

@@ -16,12 +16,6 @@ bool ReadStream(std::istream& stream, ISAXPersist& root)
     return reader.Parse(stream);
 }
 
-bool ReadBuffer(IReadBuffer& source, ISAXPersist& root)
-{
-    MSAXReader reader(root);
-    return reader.Parse(source);
-}
-
 bool WriteStream(std::ostream& stream, ISAXPersist const& root, WriteOptions const& options)
 {
     MSAXWriter writer(stream, options.m_style);

@@ -34,8 +34,6 @@ struct WriteOptions
 // it pushes (see MSAXReader). False if the document is malformed or refused,
 // or the stream fails; exceptions thrown by handlers pass through.
 bool ReadStream(std::istream& stream, ISAXPersist& root);
-// The same from a read buffer, block by block, without a stream between.
-bool ReadBuffer(IReadBuffer& source, ISAXPersist& root);
 
 // Prints the declaration, opens the document element, calls root.Write and
 // closes the element. False if Write answers false or the stream fails;

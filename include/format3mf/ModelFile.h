@@ -163,6 +163,8 @@ protected:
     virtual ModelFileItem* _CreateResourceOndAMX(PackageReadContext* context) = 0;
 
 private:
+    // Drops what a related part's read left behind after it failed.
+    void _DiscardReadContent(PackageReadContext* context);
     std::wstring _GenerateRelatedFileName(wchar_t const* folder, wchar_t const* file,
                                           std::uint32_t index) const;
 

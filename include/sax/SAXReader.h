@@ -124,6 +124,10 @@ public:
     bool Parse(IReadBuffer& source);
     // The input bytes that went past the parser as plain content.
     std::int64_t GetBypassedBytes() const { return m_bypassed; }
+    // Why Parse answered false, for a user: the parser's own message with the
+    // line and column where it stopped, or the reason the document was
+    // refused. Empty while nothing has failed.
+    std::wstring GetErrorMessage() const;
 
     void PushHandler(ISAXPersist* child) override;
     void GetText(std::wstring& out) override;
@@ -164,6 +168,8 @@ private:
     std::size_t m_skipping = 0;
     // Set once the parse was stopped from a callback; later events are ignored.
     bool m_stopped = false;
+    // Set when the document itself was refused rather than found malformed.
+    bool m_refusedDocumentType = false;
     std::exception_ptr m_error;
 
     // Input bytes that bypassed the parser: the parser's offsets are behind

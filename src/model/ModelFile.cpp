@@ -2,6 +2,7 @@
 // and the hooks through which a package reads and writes it.
 #include "format3mf/ModelFile.h"
 
+#include "format3mf/Exception.h"
 #include "format3mf/FormatIdentifiers.h"
 #include "format3mf/Package.h"
 #include "format3mf/PackageRead.h"
@@ -372,8 +373,30 @@ std::istream* ModelFile::_CreateInputStream(PackageReadContext const* context) c
 
 void ModelFile::_OnRead(PackageReadContext* context)
 {
-    ModelFileRead reader(this, context);
-    ReadPartXML(*this, context, reader);
+    try
+    {
+        ModelFileRead reader(this, context);
+        ReadPartXML(*this, context, reader);
+    }
+    catch (MalformedPartXML const& error)
+    {
+        // Analysing, the part was cut on purpose and may end anywhere. The
+        // root model fails the read; a related part that can't be read is
+        // left empty, so that no object comes from what stood before the
+        // fault, and the rest of the package is read.
+        if (context->m_package == nullptr || context->m_package->GetRootModel() == this)
+        {
+            if (!context->Package.m_analyseOnly)
+            {
+                throw;
+            }
+        }
+        else
+        {
+            context->m_warnings.push_back(error.m_message + L" Its objects are left out.");
+            _DiscardReadContent(context);
+        }
+    }
     RelsFile& rels = GetRelsFile();
     if (context->m_packageRead->_ReadPackageFile(&rels, false))
     {
@@ -382,6 +405,14 @@ void ModelFile::_OnRead(PackageReadContext* context)
             context->m_packageRead->_AddRelatedCustomFile(relationship);
         }
     }
+}
+
+void ModelFile::_DiscardReadContent(PackageReadContext* context)
+{
+    m_references.clear();
+    m_resources.reset(_CreateResources(this));
+    m_resources->_OnStartReading(context);
+    m_build.m_items.clear();
 }
 
 void ModelFile::_OnWrite(PackageWriteContext* context,

@@ -1,9 +1,11 @@
 // The shared steps of reading and writing a streaming XML part.
 #include "package/PartXML.h"
 
+#include "format3mf/Exception.h"
 #include "format3mf/PackageRead.h"
 #include "format3mf/PackageWrite.h"
 
+#include "sax/SAXReader.h"
 #include "sax/SaxUtilities.h"
 #include "zip/IReadBuffer.h"
 
@@ -15,9 +17,15 @@ namespace Format_3MF
 void ReadPartXML(IPackageFile const& part, PackageReadContext* context, ISAXPersist& root)
 {
     std::unique_ptr<IReadBuffer> const buffer = context->m_packageRead->CreatePartReadBuffer(&part);
-    if (buffer)
+    if (!buffer)
     {
-        OndAM::SaxUtilities::ReadBuffer(*buffer, root);
+        return;
+    }
+    MSAXReader reader(root);
+    if (!reader.Parse(*buffer))
+    {
+        throw MalformedPartXML(L"The XML of " + part.GetFileNameInPackage() + L" is malformed: " +
+                               reader.GetErrorMessage());
     }
 }
 

@@ -209,7 +209,8 @@ TEST(PackageRead, FailuresGiveTheirStatusAndMessage)
         wchar_t const* error;
     };
     for (Case const& c : {Case{text, false, 0, L"Could not open 3mf archive: Not a zip archive"},
-                          Case{empty, false, 1, L"Root model not found"}, Case{broken, true, 0, nullptr}})
+                          Case{empty, false, 1, L"Root model not found"},
+                          Case{broken, false, 0, L"The XML of /3D/m.model is malformed: "}})
     {
         TestModelFile model;
         Package package(&model);
