@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 class MStlBase;
 class MStlColorMaskTrianglePoints;
@@ -57,6 +58,9 @@ public:
 
     // What the archive said when Operate gave ArchiveError; empty otherwise.
     std::wstring const& GetErrorMessage() const { return m_errorMessage; }
+    // What the last Operate dropped or changed to write a valid file (a
+    // texture without pixels left out, a lattice radius supplied), in order.
+    std::vector<std::wstring> const& GetWarnings() const { return m_warnings; }
 
 private:
     MStlBase* m_stl = nullptr;
@@ -65,5 +69,6 @@ private:
     std::wstring m_filePath;
     std::shared_ptr<OndSDK::Common::IProgressDelegate> m_progress;
     std::wstring m_errorMessage;
+    std::vector<std::wstring> m_warnings;
 };
 } // namespace format3mf

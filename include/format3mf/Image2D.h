@@ -26,7 +26,8 @@ public:
 
     // Decodes the image that the read left, once; later calls do nothing. An
     // image that would take the package past kMaxPixelsPerPackage stays
-    // without pixels, with a warning naming the part, like an unreadable one.
+    // without pixels, with a warning naming the part, like an unreadable one;
+    // its file is kept, so that writing the package again keeps the image.
     void Decode(PackageReadContext* context);
 
     double GetWriteProgressWeight() const override { return 0.2; }
@@ -40,13 +41,19 @@ protected:
     // Only keeps the file for Decode: PNG first, then JPEG; an unreadable
     // image leaves the bitmap as it was.
     void _OnRead(PackageReadContext* context) override;
-    bool _OnKeepFileAfterReading() const override { return m_decodePending; }
-    // An image never decoded is written as the file it came in, unchanged.
+    bool _OnKeepFileAfterReading() const override { return m_decodePending || m_undecoded; }
+    // An image never decoded, or that gave no pixels, is written as the file
+    // it came in, unchanged.
     bool _OnFileIsPredefined(std::wstring* path) const override;
     void _OnWrite(PackageWriteContext* context,
                   std::shared_ptr<OndSDK::Common::IProgressDelegate> progress) override;
 
 private:
     bool m_decodePending = false;
+    // Decoding was tried and gave no pixels: the file stays as it came.
+    bool m_undecoded = false;
+    // Unless the model layer has given pixels since, the file it came in is
+    // what is written.
+    bool _KeepsUndecodedBytes() const { return m_undecoded && m_bitmap->IsEmpty(); }
 };
 } // namespace Format_3MF

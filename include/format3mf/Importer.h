@@ -47,7 +47,9 @@ public:
     void SetImportTextures(bool value) { m_importTextures = value; }
 
     // The progress delegate may be empty. Exceptions other than those of a
-    // bad file (file system errors, for one) reach the caller.
+    // bad file (file system errors, a malformed colour as a bare int, a part
+    // without extension under a default content type as std::out_of_range)
+    // reach the caller: ImportFile (ImportFile.h) turns them into a status.
     ErrorStatus Operate(std::shared_ptr<OndSDK::Common::IProgressDelegate> progress);
 
     // Joins the textures of a part that share one bitmap into the first of
@@ -57,6 +59,11 @@ public:
     // The error messages of the last Operate, in the order they arose: why
     // it failed, or what the read met on the way.
     std::vector<std::wstring> const& GetErrors() const { return m_errors; }
+    // The warnings of the last Operate, in order, also when it succeeded:
+    // what the read passed over or changed (an unsupported extension, an item
+    // whose object is missing, an image left undecoded), each naming its part
+    // and, where there is one, the object or build item.
+    std::vector<std::wstring> const& GetWarnings() const { return m_warnings; }
 
 private:
     std::vector<std::unique_ptr<MStlBase>>* m_outputParts = nullptr;
@@ -64,5 +71,6 @@ private:
     bool m_importAsOnePart = false;
     bool m_importTextures = true;
     std::vector<std::wstring> m_errors;
+    std::vector<std::wstring> m_warnings;
 };
 } // namespace format3mf::import

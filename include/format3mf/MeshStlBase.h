@@ -143,7 +143,7 @@ protected:
 private:
     // The steps of AddContentForWriting that need more than a few lines.
     void _AddTriangleColors(PackageWriteContext* context, MStlColorMaskTrianglePoints const* mask);
-    void _AddTextures(MeshStlBaseRegistry& registry,
+    void _AddTextures(PackageWriteContext* context, MeshStlBaseRegistry& registry,
                       std::vector<std::pair<MStlTexture*, Texture2DGroup*>>& made);
     void _AddTextureCoordinates(std::vector<std::pair<MStlTexture*, Texture2DGroup*>> const& made);
     void _FoldIntoMultiProperties();

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace OndSDK::Common
 {
@@ -37,6 +38,8 @@ struct PackageWriteContext : PackageWriteOptions
     // Scratch text of the number formatters; valid until the next call.
     std::wstring m_formatBuffer;
     std::unique_ptr<PackageWriteStepProgress> m_stepProgress;
+    // What the write dropped or changed, each naming what it concerns.
+    std::vector<std::wstring> m_warnings;
 
     PackageWriteContext() = default;
     explicit PackageWriteContext(PackageWriteOptions const& options) : PackageWriteOptions(options) {}

@@ -38,6 +38,7 @@ void Export::SetProgressDelegate(std::shared_ptr<OndSDK::Common::IProgressDelega
 Export::ErrorStatus Export::Operate()
 {
     m_errorMessage.clear();
+    m_warnings.clear();
     if (m_stl == nullptr || m_filePath.empty())
     {
         return InvalidInput;
@@ -55,6 +56,7 @@ Export::ErrorStatus Export::Operate()
         Format_3MF::PackageWrite writer(&package, options);
         // Only an exception says the write failed.
         writer.Write(m_filePath, m_progress);
+        m_warnings = writer.GetContext().m_warnings;
     }
     catch (MZipArchiveError::MGeneric const& error)
     {

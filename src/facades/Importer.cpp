@@ -44,6 +44,7 @@ Importer::ErrorStatus Importer::Operate(std::shared_ptr<OndSDK::Common::IProgres
     Format_3MF::Package package(&model);
     Format_3MF::PackageRead reader(&package, options);
     m_errors.clear();
+    m_warnings.clear();
     bool read = false;
     try
     {
@@ -51,20 +52,30 @@ Importer::ErrorStatus Importer::Operate(std::shared_ptr<OndSDK::Common::IProgres
     }
     catch (MZipArchiveError::MFileNotFound const& error)
     {
+        m_warnings = reader.GetContext().m_warnings;
         m_errors.push_back(error.GetMessage() + L": " + error.GetDetail());
         return ReadFailed;
     }
     catch (std::invalid_argument const& error)
     {
+        m_warnings = reader.GetContext().m_warnings;
         m_errors.push_back(StringConversion::ConvertMultiByteStringToOndString(error.what()));
         return ReadFailed;
     }
     catch (Format_3MF::Exception const& error)
     {
+        m_warnings = reader.GetContext().m_warnings;
         m_errors.push_back(error.m_message);
         return ReadFailed;
     }
+    catch (...)
+    {
+        // Passed on to the caller, but what the read said on the way stays.
+        m_warnings = reader.GetContext().m_warnings;
+        throw;
+    }
     m_errors = reader.GetContext().m_errors;
+    m_warnings = reader.GetContext().m_warnings;
     // The meshes are ours from here on, also those a missing output vector
     // can't take.
     std::vector<std::unique_ptr<MStlBase>> parts;

@@ -108,7 +108,7 @@ void MeshStlBase::AddContentForWriting(PackageWriteContext* context, MeshStlBase
         _AddTriangleColors(context, mask);
     }
     std::vector<std::pair<MStlTexture*, Texture2DGroup*>> textures;
-    _AddTextures(registry, textures);
+    _AddTextures(context, registry, textures);
     // Any namespace will do here; which dialect it names matters only to
     // the lattice's own writer.
     std::wstring const& beamNamespace = context->Graphs.BeamNamespace;
@@ -160,13 +160,26 @@ void MeshStlBase::_AddTriangleColors(PackageWriteContext* context, MStlColorMask
 }
 
 // One Texture2D and image part per bitmap for the whole package; one
-// coordinate group per texture of each mesh.
-void MeshStlBase::_AddTextures(MeshStlBaseRegistry& registry,
+// coordinate group per texture of each mesh. A texture without pixels (one
+// left undecoded when it was read) has no image to write: its triangles go
+// without it, and the write says so.
+void MeshStlBase::_AddTextures(PackageWriteContext* context, MeshStlBaseRegistry& registry,
                                std::vector<std::pair<MStlTexture*, Texture2DGroup*>>& made)
 {
     Materials& materials = m_modelFile->GetResources().m_materials;
     for (MStlTexture* const source : m_stl->GetTextures())
     {
+        if (source->GetBitmap().IsEmpty())
+        {
+            std::wstring const object = m_object->m_name.empty()
+                                            ? L"object " + std::to_wstring(m_object->m_id)
+                                            : L"\"" + m_object->m_name + L"\"";
+            context->m_warnings.push_back(L"The texture \"" + source->GetName() + L"\" of " + object +
+                                          L" has no pixels (it was not decoded when read); its " +
+                                          std::to_wstring(source->GetNumTriangles()) +
+                                          L" triangles are written without it.");
+            continue;
+        }
         OndSDK::Common::ImageBitmap const* const bitmap = source->GetSharedBitmap().get();
         Texture2D* texture = registry.GetRegisteredTexture(bitmap);
         if (texture == nullptr)

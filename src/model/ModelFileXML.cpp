@@ -111,8 +111,8 @@ void ModelFileRead::_ReadMisplacedCore()
     {
         if (IsCore(uri))
         {
-            m_context->m_warnings.push_back(L"The default namespace " + base->second +
-                                            L" stands where the 3MF core namespace belongs; read as " + uri);
+            _Warn(L"The default namespace " + base->second +
+                  L" stands where the 3MF core namespace belongs; read as " + uri);
             AddNamespace(L"", uri);
             return;
         }
@@ -134,15 +134,15 @@ void ModelFileRead::_ReadRequiredExtensions(MSAXReader& reader)
     if (base.empty())
     {
         base = NamespaceCore2015;
-        m_context->m_warnings.emplace_back(L"No base namespace found");
+        _Warn(L"No base namespace found");
     }
     switch (m_modelFile->GetSupportedExtension(base).m_level)
     {
     case 2:
-        m_context->m_warnings.push_back(std::wstring(kPartiallySupported) + L": " + base);
+        _Warn(std::wstring(kPartiallySupported) + L": " + base);
         break;
     case 1:
-        _Unsupported();
+        _Unsupported(base);
         break;
     default:
         break;
@@ -154,23 +154,30 @@ void ModelFileRead::_ReadRequiredExtensions(MSAXReader& reader)
         tSupportedExtension const extension = m_modelFile->GetSupportedExtension(uri);
         if (uri.empty() || extension.m_level == 1)
         {
-            _Unsupported();
+            _Unsupported(uri.empty() ? L"prefix " + prefix : uri);
         }
         else if (extension.m_level == 2)
         {
-            m_context->m_warnings.push_back(std::wstring(kPartiallySupported) + L": " + uri);
+            _Warn(std::wstring(kPartiallySupported) + L": " + uri);
         }
     }
 }
 
-void ModelFileRead::_Unsupported()
+void ModelFileRead::_Unsupported(std::wstring const& uri)
 {
     if (m_context->Package.m_failOnUnsupportedExtension)
     {
         m_context->m_errors.emplace_back(kUnsupported);
         throw Exception(kUnsupported);
     }
-    m_context->m_warnings.emplace_back(kUnsupported);
+    // Unlike the error, the warning says which extension: a reader that goes
+    // on should tell its user what it could not understand.
+    _Warn(std::wstring(kUnsupported) + L": " + uri);
+}
+
+void ModelFileRead::_Warn(std::wstring const& text)
+{
+    m_context->m_warnings.push_back(text + L" (in " + m_modelFile->GetFileNameInPackage() + L")");
 }
 
 void ModelFileRead::_ReadBinaryPart(std::wstring const& name)

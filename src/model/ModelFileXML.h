@@ -32,7 +32,9 @@ private:
     // the core: the default becomes the core, with a warning.
     void _ReadMisplacedCore();
     void _ReadRequiredExtensions(MSAXReader& reader);
-    void _Unsupported();
+    void _Unsupported(std::wstring const& uri);
+    // A warning of this part: the text, then the part it concerns.
+    void _Warn(std::wstring const& text);
     void _ReadBinaryPart(std::wstring const& name);
 
     ModelFile* m_modelFile;

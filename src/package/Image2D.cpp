@@ -41,7 +41,7 @@ void Image2D::_OnRead(PackageReadContext*)
 
 // The size is taken from the header first, so that an image over the budget
 // costs nothing but its header. The extracted file goes once decoded; one
-// that is never decoded goes with the part.
+// that is never decoded, or gives no pixels, goes with the part.
 void Image2D::Decode(PackageReadContext* context)
 {
     if (!m_decodePending)
@@ -51,31 +51,37 @@ void Image2D::Decode(PackageReadContext* context)
     m_decodePending = false;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
-    if (OndSDK::Common::ReadPngSize(m_fileNameUnpacked, width, height) ||
-        OndSDK::Common::ReadJpegSize(m_fileNameUnpacked, width, height))
+    bool const sized = OndSDK::Common::ReadPngSize(m_fileNameUnpacked, width, height) ||
+                       OndSDK::Common::ReadJpegSize(m_fileNameUnpacked, width, height);
+    std::uint64_t const pixels = std::uint64_t(width) * height;
+    if (sized && pixels > kMaxPixelsPerPackage - context->m_decodedTexturePixels)
     {
-        std::uint64_t const pixels = std::uint64_t(width) * height;
-        if (pixels > kMaxPixelsPerPackage - context->m_decodedTexturePixels)
-        {
-            context->m_warnings.push_back(L"The texture " + GetFileNameInPackage() + L" of " +
-                                          std::to_wstring(width) + L" x " + std::to_wstring(height) +
-                                          L" pixels is not decoded: the textures of a package may hold " +
-                                          std::to_wstring(kMaxPixelsPerPackage) + L" pixels in all.");
-        }
-        else if (OndSDK::Common::LoadPng(*m_bitmap, m_fileNameUnpacked) ||
-                 OndSDK::Common::LoadJpeg(*m_bitmap, m_fileNameUnpacked))
-        {
-            context->m_decodedTexturePixels += pixels;
-        }
+        context->m_warnings.push_back(L"The texture " + GetFileNameInPackage() + L" of " +
+                                      std::to_wstring(width) + L" x " + std::to_wstring(height) +
+                                      L" pixels is not decoded: the textures of a package may hold " +
+                                      std::to_wstring(kMaxPixelsPerPackage) + L" pixels in all.");
     }
-    boost::system::error_code error;
-    boost::filesystem::remove(ToPath(m_fileNameUnpacked), error);
-    m_fileNameUnpacked.clear();
+    else if (sized && (OndSDK::Common::LoadPng(*m_bitmap, m_fileNameUnpacked) ||
+                       OndSDK::Common::LoadJpeg(*m_bitmap, m_fileNameUnpacked)))
+    {
+        context->m_decodedTexturePixels += pixels;
+        boost::system::error_code error;
+        boost::filesystem::remove(ToPath(m_fileNameUnpacked), error);
+        m_fileNameUnpacked.clear();
+        return;
+    }
+    else
+    {
+        context->m_warnings.push_back(
+            L"The texture " + GetFileNameInPackage() +
+            L" is no PNG or JPEG image that can be decoded; it is read without pixels.");
+    }
+    m_undecoded = true;
 }
 
 bool Image2D::_OnFileIsPredefined(std::wstring* path) const
 {
-    if (m_decodePending && path != nullptr)
+    if ((m_decodePending || _KeepsUndecodedBytes()) && path != nullptr)
     {
         *path = m_fileNameUnpacked;
     }
@@ -86,7 +92,8 @@ bool Image2D::_OnFileIsPredefined(std::wstring* path) const
 // archive lacks, a file that no reader takes: the write fails instead.
 void Image2D::_OnWrite(PackageWriteContext* context, std::shared_ptr<OndSDK::Common::IProgressDelegate>)
 {
-    if (!m_decodePending && !OndSDK::Common::SavePng(*m_bitmap, m_fileNameUnpacked))
+    if (!m_decodePending && !_KeepsUndecodedBytes() &&
+        !OndSDK::Common::SavePng(*m_bitmap, m_fileNameUnpacked))
     {
         throw Exception(L"The texture image " + GetFileNameInPackage() +
                         (m_bitmap->IsEmpty() ? L" has no pixels to write." : L" could not be saved as PNG."));
