@@ -11,6 +11,7 @@ packages=(
   libpng-dev libjpeg62-turbo-dev
   libgtest-dev libbenchmark-dev unzip
   clang-14 libclang-rt-14-dev
+  nlohmann-json3-dev
 )
 
 missing=()

@@ -6,8 +6,10 @@
 // leaves no partial file. Exits 0 on success, 1 when reading or writing
 // failed, 2 on a bad argument, 130 when cancelled.
 
+#include "ToolCommon.h"
+
 #include "format3mf/FormatIdentifiers.h"
-#include "format3mf/Importer.h"
+#include "format3mf/ImportFile.h"
 #include "format3mf/ModelFileStlBase.h"
 #include "format3mf/Package.h"
 #include "format3mf/PackageWrite.h"
@@ -33,7 +35,7 @@
 
 namespace
 {
-char const kUsage[] = "usage: ond3mf-convert [--binary] [--zip64] [--beams=DIALECT] IN OUT\n"
+char const kUsage[] = "usage: ond3mf-convert [--binary] [--zip64] [--beams=DIALECT] [--quiet] IN OUT\n"
                       "Reads the 3MF file IN and writes every mesh of it, with its colours, textures and\n"
                       "beam lattice, as an object of its own into the 3MF file OUT.\n"
                       "  --binary          vertices and triangles into the model's binary side part\n"
@@ -41,6 +43,8 @@ char const kUsage[] = "usage: ond3mf-convert [--binary] [--zip64] [--beams=DIALE
                       "  --zip64           write the archive as zip64\n"
                       "  --beams=DIALECT   beam lattices in the published dialect (the default), the\n"
                       "                    vendor dialect, or none: published, vendor or none\n"
+                      "  --quiet           no warnings on standard error\n"
+                      "  --version         the library's version\n"
                       "Exit codes: 0 done, 1 reading or writing failed, 2 bad argument, 130 cancelled.\n";
 
 constexpr int kCancelled = 130;
@@ -104,6 +108,7 @@ void CatchInterrupt()
 struct Arguments
 {
     bool binary = false;
+    bool quiet = false;
     bool zip64 = false;
     // Empty: no lattice is written.
     std::wstring beamNamespace = Format_3MF::NamespaceBeamLattice;
@@ -115,12 +120,25 @@ struct Arguments
 bool Parse(int argc, char** argv, Arguments& arguments, std::string& message)
 {
     std::vector<std::string> files;
+    bool options = true;
     for (int i = 1; i < argc; ++i)
     {
         std::string const argument = argv[i];
-        if (argument == "--binary")
+        if (!options || argument.size() < 2 || argument[0] != '-')
+        {
+            files.push_back(argument);
+        }
+        else if (argument == "--")
+        {
+            options = false;
+        }
+        else if (argument == "--binary")
         {
             arguments.binary = true;
+        }
+        else if (argument == "--quiet")
+        {
+            arguments.quiet = true;
         }
         else if (argument == "--zip64")
         {
@@ -147,14 +165,10 @@ bool Parse(int argc, char** argv, Arguments& arguments, std::string& message)
                 return false;
             }
         }
-        else if (argument.size() > 1 && argument[0] == '-')
+        else
         {
             message = "unknown option '" + argument + "'";
             return false;
-        }
-        else
-        {
-            files.push_back(argument);
         }
     }
     if (files.size() != 2)
@@ -167,15 +181,8 @@ bool Parse(int argc, char** argv, Arguments& arguments, std::string& message)
     return true;
 }
 
-std::wstring Wide(std::string const& text)
-{
-    return StringConversion::ConvertUTF8ToNative(text.data(), text.size());
-}
-
-std::string Narrow(std::wstring const& text)
-{
-    return StringConversion::ConvertNativeToUTF8(text);
-}
+using tools::Narrow;
+using tools::Wide;
 
 // Removes a file however the write ends, unless it was kept.
 class TemporaryTarget
@@ -208,24 +215,25 @@ private:
 int Convert(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgressDelegate> const& progress)
 {
     OndSDK::Common::BranchingProgressReporter reporter(progress, "ond3mf-convert", true);
-    std::vector<std::unique_ptr<MStlBase>> meshes;
-    format3mf::import::Importer importer;
-    importer.SetOutputParts(meshes);
-    importer.SetFileName(Wide(arguments.input));
-    format3mf::import::Importer::ErrorStatus const read =
-        importer.Operate(reporter.CreateNestedDelegate(0.4));
-    if (read == format3mf::import::Importer::Canceled)
+    format3mf::import::ImportSettings settings;
+    settings.progress = reporter.CreateNestedDelegate(0.4);
+    format3mf::import::ImportResult const read =
+        format3mf::import::ImportFile(Wide(arguments.input), settings);
+    if (!arguments.quiet)
+    {
+        tools::PrintMessages(arguments.input, "warning", read.warnings);
+    }
+    if (read.status == format3mf::import::Importer::Canceled)
     {
         return kCancelled;
     }
-    if (read != format3mf::import::Importer::Success)
+    if (read.status != format3mf::import::Importer::Success)
     {
-        std::string message =
-            importer.GetErrors().empty() ? "not a readable 3MF file" : Narrow(importer.GetErrors().front());
-        std::fprintf(stderr, "ond3mf-convert: cannot read %s: %s\n", arguments.input.c_str(),
-                     message.c_str());
+        std::fprintf(stderr, "ond3mf-convert: cannot read %s\n", arguments.input.c_str());
+        tools::PrintMessages(arguments.input, "error", read.errors);
         return 1;
     }
+    std::vector<std::unique_ptr<MStlBase>> const& meshes = read.meshes;
 
     // The package is written beside the target and takes its name only when
     // complete, so that neither a failure nor a cancel leaves a partial file
@@ -245,6 +253,10 @@ int Convert(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgres
     {
         Format_3MF::PackageWrite writer(&package, options);
         writer.Write(Wide(target.Path()), reporter.CreateNestedDelegate(0.6));
+        if (!arguments.quiet)
+        {
+            tools::PrintMessages(arguments.output, "warning", writer.GetContext().m_warnings);
+        }
     }
     catch (Format_3MF::PackageWrite::Canceled const&)
     {
@@ -267,20 +279,15 @@ int Convert(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgres
 
 int main(int argc, char** argv)
 {
-    for (int i = 1; i < argc; ++i)
+    if (tools::AnswerStandardOption(argc, argv, "ond3mf-convert", kUsage))
     {
-        if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0)
-        {
-            std::fputs(kUsage, stdout);
-            return 0;
-        }
+        return 0;
     }
     Arguments arguments;
     std::string message;
     if (!Parse(argc, argv, arguments, message))
     {
-        std::fprintf(stderr, "ond3mf-convert: %s; see --help\n", message.c_str());
-        return 2;
+        return tools::BadUsage("ond3mf-convert", message, kUsage);
     }
     std::shared_ptr<OndSDK::Common::IProgressDelegate> progress;
     if (isatty(STDERR_FILENO))
@@ -301,6 +308,14 @@ int main(int argc, char** argv)
     catch (std::exception const& error)
     {
         std::fprintf(stderr, "%sond3mf-convert: %s\n", isatty(STDERR_FILENO) ? "\n" : "", error.what());
+        status = 1;
+    }
+    catch (...)
+    {
+        // Nothing may end the tool through std::terminate: the temporary
+        // file must go, and the user must learn that the write failed.
+        std::fprintf(stderr, "%sond3mf-convert: cannot write %s: the write stopped with an unknown error\n",
+                     isatty(STDERR_FILENO) ? "\n" : "", arguments.output.c_str());
         status = 1;
     }
     g_cancelTarget = nullptr;

@@ -1,9 +1,11 @@
 // Imports each 3MF file named on the command line and prints what came out:
 // per mesh its vertices, triangles, bounding box in millimetres, coloured and
-// textured triangles, textures and beams. With --tsv, one tab-separated line
-// per mesh. Exits 0 when every file imported, 1 otherwise.
+// textured triangles, textures and beams; the read's warnings go to standard
+// error. Exits 0 when every file imported, 1 otherwise, 2 on a bad argument.
 
-#include "format3mf/Importer.h"
+#include "ToolCommon.h"
+
+#include "format3mf/ImportFile.h"
 
 #include "common/MInternalUnits.h"
 #include "common/StringConversion.h"
@@ -13,11 +15,10 @@
 #include "triangles/MStlTexture.h"
 #include "triangles/MStlTriangle.h"
 
-#include <boost/format.hpp>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstdio>
-#include <exception>
 #include <limits>
 #include <memory>
 #include <string>
@@ -26,6 +27,17 @@
 
 namespace
 {
+char const kUsage[] = "usage: ond3mf-info [--tsv | --json] [--quiet] file.3mf...\n"
+                      "Imports each 3MF file and prints per mesh its vertices, triangles, bounding box in\n"
+                      "millimetres, coloured and textured triangles, textures and beams.\n"
+                      "  --tsv       one tab-separated line per mesh: file, index, vertices, triangles,\n"
+                      "              box (min x y z, max x y z), coloured, textured, beams; a failed file\n"
+                      "              gives file, \"error\", result, messages\n"
+                      "  --json      one JSON document: the files with their meshes, errors and warnings\n"
+                      "  --quiet     no warnings on standard error\n"
+                      "  --version   the library's version\n"
+                      "Exit codes: 0 every file imported, 1 a file failed, 2 bad argument.\n";
+
 struct Summary
 {
     std::size_t vertices = 0;
@@ -112,70 +124,147 @@ void PrintTabbed(std::string const& file, std::vector<std::unique_ptr<MStlBase>>
     }
 }
 
-void PrintFailure(std::string const& file, bool tabbed, int result, std::string const& message)
+void PrintFailure(std::string const& file, bool tabbed, int result, std::vector<std::wstring> const& errors)
 {
+    std::string first = errors.empty() ? std::string("no message") : tools::Narrow(errors.front());
     if (tabbed)
     {
-        std::printf("%s\terror\t%d\t%s\n", file.c_str(), result, message.c_str());
+        // One line per file: the causes after the first follow it.
+        for (std::size_t i = 1; i < errors.size(); ++i)
+        {
+            first += "; " + tools::Narrow(errors[i]);
+        }
+        std::printf("%s\terror\t%d\t%s\n", file.c_str(), result, first.c_str());
+        return;
     }
-    else
+    std::printf("%s: import failed with result %d: %s\n", file.c_str(), result, first.c_str());
+    for (std::size_t i = 1; i < errors.size(); ++i)
     {
-        std::printf("%s: import failed with result %d%s%s\n", file.c_str(), result,
-                    message.empty() ? "" : ": ", message.c_str());
+        std::printf("%s: and: %s\n", file.c_str(), tools::Narrow(errors[i]).c_str());
     }
 }
 
-// Imports one file; false when it failed, whatever the way.
-bool Inspect(std::string const& file, bool tabbed)
+// Why a file that read without error gave no mesh, for a person.
+std::string WhyNoMesh(std::vector<std::wstring> const& warnings)
 {
-    std::vector<std::unique_ptr<MStlBase>> meshes;
-    format3mf::import::Importer importer;
-    importer.SetOutputParts(meshes);
-    importer.SetFileName(StringConversion::ConvertMultiByteStringToOndString(file));
-    // The importer lets some exceptions through to its caller by design;
-    // here they only mean that this file failed.
-    int result = -1;
-    std::string message;
-    try
+    if (warnings.empty())
     {
-        result = importer.Operate(nullptr);
-        if (!importer.GetErrors().empty())
+        return "no build item places an object that holds geometry";
+    }
+    return "no build item yields geometry; the read warned: " + tools::Narrow(warnings.front()) +
+           (warnings.size() > 1 ? " (and " + std::to_string(warnings.size() - 1) + " more)" : "");
+}
+
+nlohmann::json MeshJson(MStlBase const& mesh)
+{
+    Summary const s = Summarise(mesh);
+    return {{"name", tools::Narrow(mesh.GetName())},
+            {"vertices", s.vertices},
+            {"triangles", s.triangles},
+            {"box", {{"min", {s.min[0], s.min[1], s.min[2]}}, {"max", {s.max[0], s.max[1], s.max[2]}}}},
+            {"coloured_triangles", s.coloured},
+            {"textured_triangles", s.textured},
+            {"textures", s.textures},
+            {"beams", s.beams}};
+}
+
+nlohmann::json Strings(std::vector<std::wstring> const& messages)
+{
+    nlohmann::json list = nlohmann::json::array();
+    for (std::wstring const& message : messages)
+    {
+        list.push_back(tools::Narrow(message));
+    }
+    return list;
+}
+
+enum class Output
+{
+    Readable,
+    Tabbed,
+    Json
+};
+
+// Imports one file and prints it, or adds it to the JSON document; false
+// when it failed.
+bool Inspect(std::string const& file, Output output, bool quiet, nlohmann::json& document)
+{
+    format3mf::import::ImportResult const result = format3mf::import::ImportFile(tools::Wide(file));
+    bool const ok = result.status == format3mf::import::Importer::Success;
+    if (!quiet)
+    {
+        tools::PrintMessages(file, "warning", result.warnings);
+    }
+    if (output == Output::Json)
+    {
+        nlohmann::json entry = {{"file", file},
+                                {"status", static_cast<int>(result.status)},
+                                {"ok", ok},
+                                {"meshes", nlohmann::json::array()},
+                                {"errors", Strings(result.errors)},
+                                {"warnings", Strings(result.warnings)}};
+        for (auto const& mesh : result.meshes)
         {
-            message = StringConversion::ConvertNativeToUTF8(importer.GetErrors().front());
+            entry["meshes"].push_back(MeshJson(*mesh));
+        }
+        if (ok && result.meshes.empty())
+        {
+            entry["no_mesh_because"] = WhyNoMesh(result.warnings);
+        }
+        document["files"].push_back(std::move(entry));
+    }
+    else if (!ok)
+    {
+        PrintFailure(file, output == Output::Tabbed, result.status, result.errors);
+    }
+    else if (output == Output::Tabbed)
+    {
+        PrintTabbed(file, result.meshes);
+    }
+    else
+    {
+        PrintReadable(file, result.meshes);
+        if (result.meshes.empty())
+        {
+            std::printf("  %s\n", WhyNoMesh(result.warnings).c_str());
         }
     }
-    catch (std::exception const& error)
-    {
-        message = error.what();
-    }
-    catch (int code)
-    {
-        message = (boost::format("error code %d") % code).str();
-    }
-    catch (...)
-    {
-        message = "unknown exception";
-    }
-    if (result != format3mf::import::Importer::Success)
-    {
-        PrintFailure(file, tabbed, result, message);
-        return false;
-    }
-    tabbed ? PrintTabbed(file, meshes) : PrintReadable(file, meshes);
-    return true;
+    return ok;
 }
 } // namespace
 
 int main(int argc, char** argv)
 {
-    bool tabbed = false;
+    if (tools::AnswerStandardOption(argc, argv, "ond3mf-info", kUsage))
+    {
+        return 0;
+    }
+    Output output = Output::Readable;
+    bool quiet = false;
     std::vector<std::string> files;
+    bool options = true;
     for (int i = 1; i < argc; ++i)
     {
         std::string const argument = argv[i];
-        if (argument == "--tsv")
+        if (options && argument == "--")
         {
-            tabbed = true;
+            options = false;
+        }
+        else if (options && argument == "--tsv")
+        {
+            output = Output::Tabbed;
+        }
+        else if (options && argument == "--json")
+        {
+            output = Output::Json;
+        }
+        else if (options && argument == "--quiet")
+        {
+            quiet = true;
+        }
+        else if (options && argument.size() > 1 && argument[0] == '-')
+        {
+            return tools::BadUsage("ond3mf-info", "unknown option '" + argument + "'", kUsage);
         }
         else
         {
@@ -184,13 +273,17 @@ int main(int argc, char** argv)
     }
     if (files.empty())
     {
-        std::fprintf(stderr, "usage: ond3mf-info [--tsv] file.3mf...\n");
-        return 2;
+        return tools::BadUsage("ond3mf-info", "no file given", kUsage);
     }
+    nlohmann::json document = {{"version", format3mf::Version()}, {"files", nlohmann::json::array()}};
     bool all = true;
     for (std::string const& file : files)
     {
-        all = Inspect(file, tabbed) && all;
+        all = Inspect(file, output, quiet, document) && all;
+    }
+    if (output == Output::Json)
+    {
+        std::printf("%s\n", document.dump(2).c_str());
     }
     return all ? 0 : 1;
 }

@@ -3,6 +3,7 @@
 // ond3mf-torus file.3mf [ring tube], where ring and tube give the grid
 // (1000 x 1000 by default: a million vertices and two million triangles).
 
+#include "ToolCommon.h"
 #include "TorusMesh.h"
 
 #include "format3mf/Exporter.h"
@@ -18,7 +19,9 @@ namespace
 {
 char const kUsage[] = "usage: ond3mf-torus file.3mf [ring tube]\n"
                       "Writes a torus of ring x tube grid cells (default 1000 x 1000, each from 3 to 4000)\n"
-                      "as a 3MF file: ring x tube vertices and twice as many triangles.\n";
+                      "as a 3MF file: ring x tube vertices and twice as many triangles.\n"
+                      "  --version   the library's version\n"
+                      "Exit codes: 0 written, 1 the write failed, 2 bad argument.\n";
 
 bool ParseCount(char const* text, std::uint32_t& value)
 {
@@ -35,21 +38,22 @@ bool ParseCount(char const* text, std::uint32_t& value)
 
 int main(int argc, char** argv)
 {
-    if (argc == 2 && (std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0))
+    if (tools::AnswerStandardOption(argc, argv, "ond3mf-torus", kUsage))
     {
-        std::fputs(kUsage, stdout);
         return 0;
     }
-    if ((argc != 2 && argc != 4) || argv[1][0] == '-')
+    if (argc > 1 && argv[1][0] == '-')
     {
-        std::fputs("ond3mf-torus: expected a file name and optionally ring and tube; see --help\n", stderr);
-        return 2;
+        return tools::BadUsage("ond3mf-torus", std::string("unknown option '") + argv[1] + "'", kUsage);
+    }
+    if (argc != 2 && argc != 4)
+    {
+        return tools::BadUsage("ond3mf-torus", "expected a file name and optionally ring and tube", kUsage);
     }
     torus::TorusShape shape;
     if (argc == 4 && !(ParseCount(argv[2], shape.m_ring) && ParseCount(argv[3], shape.m_tube)))
     {
-        std::fputs("ond3mf-torus: ring and tube must be whole numbers from 3 to 4000\n", stderr);
-        return 2;
+        return tools::BadUsage("ond3mf-torus", "ring and tube must be whole numbers from 3 to 4000", kUsage);
     }
     try
     {
@@ -67,6 +71,12 @@ int main(int argc, char** argv)
     catch (std::exception const& error)
     {
         std::fprintf(stderr, "ond3mf-torus: %s\n", error.what());
+        return 1;
+    }
+    catch (...)
+    {
+        std::fprintf(stderr, "ond3mf-torus: cannot write %s: the write stopped with an unknown error\n",
+                     argv[1]);
         return 1;
     }
     std::printf("%s: torus of %u x %u, %u vertices, %u triangles\n", argv[1], shape.m_ring, shape.m_tube,

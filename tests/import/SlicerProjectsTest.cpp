@@ -104,7 +104,7 @@ TEST(SlicerProjects, OldCuraNamespacesReadAsCore)
     StlRead read(file);
     ASSERT_TRUE(read.ok) << read.Error();
     EXPECT_EQ("The default namespace " + cura + " stands where the 3MF core namespace belongs; read as " +
-                  slicer::kCore + "\n",
+                  slicer::kCore + " (in /3D/3dmodel.model)\n",
               read.Warnings());
     ExpectToolMatchesOracle({Utf8(file)});
 }

@@ -113,11 +113,13 @@ TEST(ModelFileRead, RequiredExtensionsAndBaseNamespace)
     EXPECT_TRUE(plain.ok);
     EXPECT_TRUE(plain.warnings.empty());
 
+    // A warning says which extension, and in which part.
+    std::wstring const part = L" (in /3D/3dmodel.model)";
     Probe required = ReadModel("<model " + core + slice + R"( requiredextensions="s  s"/>)");
-    EXPECT_EQ(std::vector<std::wstring>{unsupported}, required.warnings);
+    EXPECT_EQ(std::vector<std::wstring>{unsupported + L": " + NamespaceSlice + part}, required.warnings);
 
     Probe undeclared = ReadModel("<model " + core + R"( requiredextensions="q"/>)");
-    EXPECT_EQ(std::vector<std::wstring>{unsupported}, undeclared.warnings);
+    EXPECT_EQ(std::vector<std::wstring>{unsupported + L": prefix q" + part}, undeclared.warnings);
 
     PackageReadOptions strict;
     strict.Package.m_failOnUnsupportedExtension = true;
@@ -128,11 +130,11 @@ TEST(ModelFileRead, RequiredExtensionsAndBaseNamespace)
 
     Probe old = ReadModel(R"(<model xmlns="http://schemas.microsoft.com/3dmanufacturing/2013/01"/>)");
     ASSERT_EQ(1u, old.warnings.size());
-    EXPECT_EQ(std::wstring(L"Partially supported 3mf extension found: ") + NamespaceCore2013,
+    EXPECT_EQ(std::wstring(L"Partially supported 3mf extension found: ") + NamespaceCore2013 + part,
               old.warnings[0]);
 
     Probe none = ReadModel("<model/>");
-    EXPECT_EQ(std::vector<std::wstring>{L"No base namespace found"}, none.warnings);
+    EXPECT_EQ(std::vector<std::wstring>{L"No base namespace found" + part}, none.warnings);
 }
 
 TEST(ModelFileRead, AnalyseOnlyCutsBeforeTheResources)
