@@ -59,9 +59,11 @@ enum class EReturnCode
 class OND_EXPORT MStlBase
 {
 public:
-    // The kind of part, read and written directly.
+    // The kind of part, read and written directly. A new mesh is a solid
+    // part of a model, what nearly every mesh is; a 3MF build may not place
+    // a part that is neither solid nor support.
     bool m_partIsSupport = false;
-    bool m_partIsSolid = false;
+    bool m_partIsSolid = true;
 
     MStlBase();
     // A copy that shares the element storage (see above); textures, graphs,

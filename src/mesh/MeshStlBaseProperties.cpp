@@ -8,6 +8,7 @@
 #include "format3mf/Object.h"
 #include "format3mf/PropertyValues.h"
 #include "format3mf/Texture2D.h"
+#include "mesh/PartFlags.h"
 
 #include "triangles/MStlBase.h"
 
@@ -30,31 +31,6 @@ std::wstring FileNameOfPart(std::wstring const& name)
 {
     std::size_t const slash = name.find_last_of(L'/');
     return slash == std::wstring::npos ? name : name.substr(slash + 1);
-}
-
-void SetPartFlags(MStlBase& stl, int type)
-{
-    switch (type)
-    {
-    case 0:
-        stl.m_partIsSupport = false;
-        stl.m_partIsSolid = true;
-        break;
-    case 1:
-        stl.m_partIsSupport = true;
-        stl.m_partIsSolid = false;
-        break;
-    case 2:
-        stl.m_partIsSupport = true;
-        stl.m_partIsSolid = true;
-        break;
-    case 3:
-        stl.m_partIsSupport = false;
-        stl.m_partIsSolid = false;
-        break;
-    default:
-        break;
-    }
 }
 
 void SetDefaultColor(MStlBase& stl, Object const& object)

@@ -4,6 +4,8 @@
 
 #include "stl/BuildFlattening.h"
 
+#include "mesh/PartFlags.h"
+
 #include "format3mf/Exception.h"
 #include "format3mf/MeshStlBase.h"
 #include "format3mf/ModelFile.h"
@@ -333,6 +335,13 @@ private:
                 {
                     Place(*node->mesh, matrix, *target);
                 }
+            }
+            else if (first)
+            {
+                // An object of components only: the mesh is named and typed
+                // as the object, not left with a new mesh's defaults.
+                target->SetName(root->m_name.c_str());
+                SetPartFlags(*target, root->m_type);
             }
             first = false;
             std::vector<std::pair<Node const*, Affine>> const& placed = node->placed;

@@ -126,6 +126,6 @@ TEST(MeshStorage, ColoursCostNothingUntilSetAndPartDataIsCopied)
     EXPECT_TRUE(copy.m_partIsSupport);
     EXPECT_EQ(0x00FF8000u, copy.GetMaterial().GetRGB());
     EXPECT_EQ(L"support", copy.GetName());
-    copy.m_partIsSolid = true;
-    EXPECT_FALSE(stl.m_partIsSolid);
+    copy.m_partIsSolid = false;
+    EXPECT_TRUE(stl.m_partIsSolid);
 }
