@@ -35,17 +35,19 @@
 
 namespace
 {
-char const kUsage[] = "usage: ond3mf-convert [--binary] [--zip64] [--beams=DIALECT] [--quiet] IN OUT\n"
-                      "Reads the 3MF file IN and writes every mesh of it, with its colours, textures and\n"
-                      "beam lattice, as an object of its own into the 3MF file OUT.\n"
-                      "  --binary          vertices and triangles into the model's binary side part\n"
-                      "                    (without triangle colours and textures; millimetres)\n"
-                      "  --zip64           write the archive as zip64\n"
-                      "  --beams=DIALECT   beam lattices in the published dialect (the default), the\n"
-                      "                    vendor dialect, or none: published, vendor or none\n"
-                      "  --quiet           no warnings on standard error\n"
-                      "  --version         the library's version\n"
-                      "Exit codes: 0 done, 1 reading or writing failed, 2 bad argument, 130 cancelled.\n";
+char const kUsage[] =
+    "usage: ond3mf-convert [--binary] [--zip64] [--separate-objects] [--beams=DIALECT] [--quiet] IN OUT\n"
+    "Reads the 3MF file IN and writes every mesh of it, with its colours, textures and\n"
+    "beam lattice, as an object of its own into the 3MF file OUT.\n"
+    "  --binary          vertices and triangles into the model's binary side part\n"
+    "                    (without triangle colours and textures; millimetres)\n"
+    "  --zip64           write the archive as zip64\n"
+    "  --separate-objects  each object in a model part of its own\n"
+    "  --beams=DIALECT   beam lattices in the published dialect (the default), the\n"
+    "                    vendor dialect, or none: published, vendor or none\n"
+    "  --quiet           no warnings on standard error\n"
+    "  --version         the library's version\n"
+    "Exit codes: 0 done, 1 reading or writing failed, 2 bad argument, 130 cancelled.\n";
 
 constexpr int kCancelled = 130;
 
@@ -109,6 +111,7 @@ struct Arguments
 {
     bool binary = false;
     bool quiet = false;
+    bool separateObjects = false;
     bool zip64 = false;
     // Empty: no lattice is written.
     std::wstring beamNamespace = Format_3MF::NamespaceBeamLattice;
@@ -139,6 +142,10 @@ bool Parse(int argc, char** argv, Arguments& arguments, std::string& message)
         else if (argument == "--quiet")
         {
             arguments.quiet = true;
+        }
+        else if (argument == "--separate-objects")
+        {
+            arguments.separateObjects = true;
         }
         else if (argument == "--zip64")
         {
@@ -248,6 +255,7 @@ int Convert(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgres
     Format_3MF::PackageWriteOptions options;
     options.IsBinary = arguments.binary;
     options.Package.m_useZip64 = arguments.zip64;
+    options.Objects.m_separateFiles = arguments.separateObjects;
     options.Graphs.BeamNamespace = arguments.beamNamespace;
     try
     {

@@ -3,6 +3,7 @@
 
 #include "beamlattice/BeamLatticeValues.h"
 #include "format3mf/ModelFile.h"
+#include "format3mf/Object.h"
 
 #include "common/StringConversion.h"
 #include "sax/SAXWriter.h"
@@ -113,21 +114,51 @@ bool BeamLatticeStlBaseWriteOfficial::Write(MSAXWriter& writer) const
     return true;
 }
 
+// Every attribute in the range a published reader accepts, whatever the
+// mesh came from: "minlength" and "radius" positive, "cap" one of the three
+// published words.
 void BeamLatticeStlBaseWriteOfficial::_WriteLatticeAttributes(MSAXWriter& writer) const
 {
     MStlBaseElementInfo const& info = m_elementInfo != nullptr ? *m_elementInfo : kNoElementInfo;
     tUnits const& units = m_lattice->m_modelFile->GetUnits();
     char text[64];
     writer.WriteAttribute(L"clippingmode", m_lattice->GetStringClipMode());
-    writer.WriteAttribute("minlength", Narrow(text, std::to_wstring(m_lattice->m_minLength)));
+    writer.WriteAttribute("minlength", Narrow(text, std::to_wstring(std::max(m_lattice->m_minLength, 1))));
     if (m_lattice->m_clippingMesh.IsDefined())
     {
         writer.WriteAttribute("clippingmesh", Narrow(text, FormatID(m_lattice->m_clippingMesh)));
     }
     writer.WriteAttribute("precision", Narrow(text, FormatValueFileUnits(0.001 / units.m_factor, 4)));
-    writer.WriteAttribute("radius",
-                          Narrow(text, FormatValueInternalUnits(info.GetDefaultEdgeDiameter() / 2, units)));
+    // Four decimals of the file's unit: the smallest radius they show.
+    double const radius = std::max(_ToFile(_DefaultRadius()), 0.0001);
+    writer.WriteAttribute("radius", Narrow(text, FormatValueFileUnits(radius, 4)));
     writer.WriteAttribute(L"cap", TextOfCap(info.GetDefaultEdgeCap()));
+}
+
+std::int32_t BeamLatticeStlBaseWriteOfficial::_DefaultRadius() const
+{
+    if (m_elementInfo != nullptr && m_elementInfo->GetDefaultEdgeDiameter() > 1)
+    {
+        return m_elementInfo->GetDefaultEdgeDiameter() / 2;
+    }
+    // The first beam with a radius of its own lends it to the lattice; the
+    // beams without one would otherwise have none that a reader accepts.
+    std::int32_t radius = 0;
+    MStlBase const* const stl = m_lattice->m_stl;
+    for (auto edge = MStlIteratorStlEdgeConst::Begin(stl), end = MStlIteratorStlEdgeConst::End(stl);
+         edge != end && m_elementInfo != nullptr && radius <= 0; ++edge)
+    {
+        radius = m_elementInfo->GetEdgeThickness(*edge).m_first / 2;
+    }
+    radius = std::max(radius, 1);
+    std::wstring const object = m_lattice->m_object != nullptr && !m_lattice->m_object->m_name.empty()
+                                    ? L"\"" + m_lattice->m_object->m_name + L"\""
+                                    : L"an object";
+    m_context->m_warnings.push_back(L"The beam lattice of " + object +
+                                    L" has no radius of its own; it is written with the radius of its first "
+                                    L"beam that has one, " +
+                                    std::to_wstring(LengthToFile(radius, 1.0)) + L" mm.");
+    return radius;
 }
 
 // "r2" only where the ends differ; caps with the lattice's default filled
@@ -141,11 +172,13 @@ void BeamLatticeStlBaseWriteOfficial::_WriteBeam(MSAXWriter& writer, MStlGraphEd
         return;
     }
     char text[64];
+    // A radius a reader would refuse (none, or the negative one a missing
+    // vendor radius leaves) is not written: the beam takes the lattice's.
     MStlGraphEdgeThickness const& thickness = m_elementInfo->GetEdgeThickness(edge);
-    if (thickness.m_first != -1)
+    if (thickness.m_first / 2 > 0)
     {
         writer.WriteAttribute("r1", _Text(text, _ToFile(thickness.m_first / 2)));
-        if (thickness.m_second != thickness.m_first)
+        if (thickness.m_second != thickness.m_first && thickness.m_second / 2 > 0)
         {
             writer.WriteAttribute("r2", _Text(text, _ToFile(thickness.m_second / 2)));
         }

@@ -62,6 +62,9 @@ public:
 
 private:
     void _WriteLatticeAttributes(MSAXWriter& writer) const;
+    // The lattice's radius in internal units: its own default where it has
+    // one, else one its beams justify (with a warning), always positive.
+    std::int32_t _DefaultRadius() const;
     void _WriteBeam(MSAXWriter& writer, MStlGraphEdge const& edge) const;
 };
 

@@ -16,6 +16,7 @@
 #include "triangles/MStlBase.h"
 #include "triangles/MStlColorMaskTrianglePoints.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 
@@ -31,6 +32,12 @@ int ObjectTypeOf(MStlBase const& stl)
         return stl.m_partIsSolid ? 2 : 1;
     }
     return stl.m_partIsSolid ? 0 : 3;
+}
+
+bool HoldsTexture(Materials const& materials, Texture2D const* texture)
+{
+    return std::any_of(materials.m_textures.begin(), materials.m_textures.end(),
+                       [texture](auto const& held) { return held.get() == texture; });
 }
 
 MStlColorMaskTrianglePoints const* FirstColorMask(MStlBase const& stl)
@@ -182,6 +189,21 @@ void MeshStlBase::_AddTextures(PackageWriteContext* context, MeshStlBaseRegistry
         }
         OndSDK::Common::ImageBitmap const* const bitmap = source->GetSharedBitmap().get();
         Texture2D* texture = registry.GetRegisteredTexture(bitmap);
+        if (texture != nullptr && !HoldsTexture(materials, texture))
+        {
+            // The image is written once; a model part other than the one that
+            // first showed it gets a texture resource and a relationship of
+            // its own to the same image.
+            auto owned = std::make_unique<Texture2D>();
+            owned->m_image = texture->m_image;
+            owned->m_path = texture->m_path;
+            owned->m_contentType = texture->m_contentType;
+            texture = owned.get();
+            m_modelFile->Register(*texture, -1);
+            materials.m_textures.push_back(std::move(owned));
+            m_modelFile->GetRelsFile().AddRelationship(Relationship{
+                texture->m_path, m_modelFile->m_package->GetNewRelationString(), RelationshipTexture});
+        }
         if (texture == nullptr)
         {
             Package& package = *m_modelFile->m_package;

@@ -9,9 +9,11 @@
 
 #include "sax/SAXWriter.h"
 #include "triangles/MStlBase.h"
+#include "triangles/MStlIterators.h"
 #include "zip/MZipArchiveError.h"
 
 #include <stdexcept>
+#include <vector>
 
 namespace Format_3MF
 {
@@ -35,6 +37,29 @@ BinaryRef StartBlock(ModelFileBinary const& part, wchar_t const* format)
     BinaryRef ref(static_cast<std::int64_t>(part.m_file.GetPosition()), 0, format);
     ref.m_ref = part.GetFileNameInPackage();
     return ref;
+}
+
+// Which points, by index, are ends of beams; empty without a lattice to write.
+std::vector<bool> BeamEnds(MStlBase const& stl, bool latticeWritten)
+{
+    std::vector<bool> ends;
+    if (!latticeWritten || stl.GetFeature().GetNumEdges() == 0)
+    {
+        return ends;
+    }
+    ends.assign(stl.GetNumberOfPoints(), false);
+    for (auto edge = MStlIteratorStlEdgeConst::Begin(&stl), end = MStlIteratorStlEdgeConst::End(&stl);
+         edge != end; ++edge)
+    {
+        for (std::size_t point : {std::size_t(edge->GetFirst()), std::size_t(edge->GetSecond())})
+        {
+            if (point < ends.size())
+            {
+                ends[point] = true;
+            }
+        }
+    }
+    return ends;
 }
 
 [[noreturn]] void WriteFailed(ModelFileBinary const& part)
@@ -92,10 +117,14 @@ void MeshStlBaseWrite::_WriteVerticesBinary(VertexIndexMask* indices, MSAXWriter
     BinaryRef ref = StartBlock(part, BinaryFormatFloat3);
     MStlBase const& stl = *mp_data->m_stl;
     RecordBatch<float> records(part);
+    // Points no triangle uses are left out, but not the ends of beams that
+    // the lattice will write: a beam names its ends in this block.
+    std::vector<bool> const beamEnds = BeamEnds(stl, !m_context->Graphs.BeamNamespace.empty());
     std::int32_t index = 0;
-    for (auto point = stl.BeginPoint(), end = stl.EndPoint(); point != end; ++point)
+    std::size_t position = 0;
+    for (auto point = stl.BeginPoint(), end = stl.EndPoint(); point != end; ++point, ++position)
     {
-        if (point->GetUseCount() == 0)
+        if (point->GetUseCount() == 0 && !(position < beamEnds.size() && beamEnds[position]))
         {
             continue;
         }

@@ -48,8 +48,9 @@ void ModelFileStlBase::_OnStartWriting(PackageWriteContext* context)
         Object* const object = owned.get();
         file->GetResources().m_objects.push_back(std::move(owned));
         file->Register(*object, -1);
-        // The mesh refers to this root file, whichever file holds the object.
-        object->m_mesh = std::make_unique<MeshStlBase>(stl, this, object, context, registry);
+        // The mesh's colour groups, textures and namespaces go into the part
+        // that holds the object: a reader looks for them there.
+        object->m_mesh = std::make_unique<MeshStlBase>(stl, file, object, context, registry);
         object->m_name = stl->GetName();
         // Unlike preparing the mesh, a solid support goes back as a model.
         object->m_type = stl->m_partIsSolid ? 0 : stl->m_partIsSupport ? 1 : 3;
