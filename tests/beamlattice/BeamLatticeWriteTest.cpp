@@ -150,8 +150,9 @@ TEST(BeamLatticeWrite, NoNamespaceNoLattice)
     EXPECT_EQ(4u, Occurrences(written.xml, "<vertex ")) << written.xml;
 }
 
-// Beams without element information have their ends only; a mesh without
-// graphs gets no lattice and no namespace.
+// Beams without element information have their ends only, and the lattice
+// the smallest radius a published reader accepts; a mesh without graphs gets
+// no lattice and no namespace.
 TEST(BeamLatticeWrite, BareEdgesAndMeshesWithoutGraphs)
 {
     auto bare = std::make_unique<MStlBase>();
@@ -159,7 +160,7 @@ TEST(BeamLatticeWrite, BareEdgesAndMeshesWithoutGraphs)
     MStlPoint* const b = bare->AddPoint(0, 0, 30000);
     bare->GetFeature().AddNewGraph()->AddEdge(a, b);
     Written const published = WriteAndRead(bare.get(), NamespaceBeamLattice);
-    ExpectContains(published.xml, {R"(radius="0.0000" cap="hemisphere">)", R"(<bl:beam v1="0" v2="1"/>)"});
+    ExpectContains(published.xml, {R"(minlength="1" precision="0.0010" radius="0.0001" cap="hemisphere">)", R"(<bl:beam v1="0" v2="1"/>)"});
     Written const vendor = WriteAndRead(bare.get(), NamespaceBeamLatticeOndl);
     ExpectContains(vendor.xml, {R"(<bl:beamgroup name=""><bl:beam v1="0" v2="1"/></bl:beamgroup>)"});
 
