@@ -1,6 +1,7 @@
-// Every sample through ond3mf-convert and back: the same meshes, colours and
-// textures, a file that Python's own readers take, and the tool's behaviour
-// on bad arguments and failures.
+// Every sample through ond3mf-convert and back in every kind of conversion:
+// the same meshes, colours, textures and beams, files that a strict check
+// independent of the writers passes, and the tool's behaviour on bad
+// arguments and failures.
 #include "import/ImportSupport.h"
 #include "support/Samples.h"
 
@@ -112,11 +113,98 @@ std::string Convert(std::string const& arguments, int& status)
     status = WIFEXITED(output.status) ? WEXITSTATUS(output.status) : -1;
     return output.text;
 }
+
+// What a conversion keeps, by the options it was made with.
+struct Conversion
+{
+    char const* name;
+    // Each step converts the file the step before wrote, the first the
+    // original.
+    std::vector<std::string> steps;
+    // Without the binary part, points, colours and textures come back too.
+    bool xml;
+    // A lattice in the vendor dialect or none keeps its beams, or has none;
+    // the published dialect's minimal length drops the short ones.
+    enum Beams
+    {
+        Same,
+        None,
+        Fewer
+    } beams;
+};
+
+Conversion const kConversions[] = {
+    {"plain", {""}, true, Conversion::Fewer},
+    {"separate objects, zip64", {"--separate-objects --zip64"}, true, Conversion::Fewer},
+    {"vendor lattice", {"--beams=vendor"}, true, Conversion::Same},
+    {"no lattice", {"--beams=none"}, true, Conversion::None},
+    {"binary, vendor lattice", {"--binary --beams=vendor"}, false, Conversion::Same},
+    {"twice: separate vendor, then plain",
+     {"--separate-objects --beams=vendor", ""},
+     true,
+     Conversion::Fewer},
+};
+
+void ExpectSameMeshes(MStlBase const& a, MStlBase const& b, Conversion const& conversion)
+{
+    EXPECT_EQ(a.GetNumberOfTriangles(), b.GetNumberOfTriangles());
+    std::size_t const beamsA = a.GetFeature().GetNumEdges();
+    std::size_t const beamsB = b.GetFeature().GetNumEdges();
+    switch (conversion.beams)
+    {
+    case Conversion::Same:
+        EXPECT_EQ(beamsA, beamsB);
+        break;
+    case Conversion::None:
+        EXPECT_EQ(0u, beamsB);
+        break;
+    case Conversion::Fewer:
+        EXPECT_LE(beamsB, beamsA);
+        break;
+    }
+    if (!conversion.xml)
+    {
+        return;
+    }
+    // The written file is in millimetres; a length printed with four
+    // decimals is within half a unit of the internal grid.
+    std::int32_t const tolerance = static_cast<std::int32_t>(0.0001 * OndSDK::Common::MInternalUnits::Get());
+    EXPECT_EQ(a.GetNumberOfPoints(), b.GetNumberOfPoints());
+    Box const boxA = BoxOf(a);
+    Box const boxB = BoxOf(b);
+    for (int axis = 0; axis < 3; ++axis)
+    {
+        EXPECT_NEAR(boxA.low[axis], boxB.low[axis], tolerance) << "axis " << axis;
+        EXPECT_NEAR(boxA.high[axis], boxB.high[axis], tolerance) << "axis " << axis;
+    }
+    EXPECT_EQ(ColouredTriangles(a), ColouredTriangles(b));
+    EXPECT_EQ(TexturedTriangles(a), TexturedTriangles(b));
+    auto const texturesA = Textures(a);
+    auto const texturesB = Textures(b);
+    ASSERT_EQ(texturesA.size(), texturesB.size());
+    for (std::size_t t = 0; t < texturesA.size(); ++t)
+    {
+        EXPECT_TRUE(texturesA[t].first == texturesB[t].first) << "texture " << t << " differs in pixels";
+        EXPECT_EQ(texturesA[t].second, texturesB[t].second);
+    }
+}
+
+// Holds a written file to what a published reader asks (tests/export/
+// check_written.py); gives the counts it prints per object of the root part.
+std::vector<std::string> CheckWritten(std::string const& file)
+{
+    CommandOutput const checked =
+        RunCommand("python3 " + Quoted(FORMAT3MF_SOURCE_DIR "/tests/export/check_written.py") + " " +
+                   Quoted(file) + " 2>&1");
+    EXPECT_EQ(0, checked.status) << checked.text;
+    return SplitLines(checked.text);
+}
 } // namespace
 
 // The samples and the projects of today's slicers and tools, components
-// across model parts among them.
-TEST(ConvertRoundTrip, EveryTestFileComesBackWithTheSameMeshes)
+// across model parts among them, through every kind of conversion: each
+// written file passes the strict check and reads back with the same meshes.
+TEST(ConvertRoundTrip, EveryTestFileInEveryConversionComesBackWithTheSameMeshes)
 {
     auto const files = AllTestFiles();
     if (files.empty())
@@ -124,52 +212,50 @@ TEST(ConvertRoundTrip, EveryTestFileComesBackWithTheSameMeshes)
         GTEST_SKIP() << "no sample files beside the checkout (../shared/testdata)";
     }
     PackageScratch scratch;
-    std::string const converted = StringConversion::ConvertNativeToUTF8(scratch.File("converted.3mf"));
-    // The written file is in millimetres; a length printed with four
-    // decimals is within half a unit of the internal grid.
-    std::int32_t const tolerance = static_cast<std::int32_t>(0.0001 * OndSDK::Common::MInternalUnits::Get());
     for (auto const& file : files)
     {
-        SCOPED_TRACE(file.string());
-        int status = -1;
-        std::string const output = Convert(Quoted(file.string()) + " " + Quoted(converted), status);
-        ASSERT_EQ(0, status) << output;
         auto const before = ImportMeshes(file.string());
-        auto const after = ImportMeshes(converted);
-        ASSERT_EQ(before.size(), after.size());
-
-        CommandOutput const counts =
-            RunCommand("python3 " + Quoted(FORMAT3MF_SOURCE_DIR "/tests/export/written_counts.py") + " " +
-                       Quoted(converted) + " 2>&1");
-        ASSERT_EQ(0, counts.status) << counts.text;
-        std::vector<std::string> const lines = SplitLines(counts.text);
-        ASSERT_EQ(before.size(), lines.size()) << counts.text;
-
-        for (std::size_t i = 0; i < before.size(); ++i)
+        bool const beams =
+            std::any_of(before.begin(), before.end(),
+                        [](auto const& mesh) { return mesh->GetFeature().GetNumEdges() != 0; });
+        for (Conversion const& conversion : kConversions)
         {
-            MStlBase const& a = *before[i];
-            MStlBase const& b = *after[i];
-            EXPECT_EQ(a.GetNumberOfPoints(), b.GetNumberOfPoints());
-            EXPECT_EQ(a.GetNumberOfTriangles(), b.GetNumberOfTriangles());
-            EXPECT_EQ(std::to_string(a.GetNumberOfPoints()) + " " + std::to_string(a.GetNumberOfTriangles()),
-                      lines[i]);
-            Box const boxA = BoxOf(a);
-            Box const boxB = BoxOf(b);
-            for (int axis = 0; axis < 3; ++axis)
+            // The dialects make a difference only where there are beams.
+            if (conversion.beams != Conversion::Fewer && !beams && conversion.xml)
             {
-                EXPECT_NEAR(boxA.low[axis], boxB.low[axis], tolerance) << "axis " << axis;
-                EXPECT_NEAR(boxA.high[axis], boxB.high[axis], tolerance) << "axis " << axis;
+                continue;
             }
-            EXPECT_EQ(ColouredTriangles(a), ColouredTriangles(b));
-            EXPECT_EQ(TexturedTriangles(a), TexturedTriangles(b));
-            auto const texturesA = Textures(a);
-            auto const texturesB = Textures(b);
-            ASSERT_EQ(texturesA.size(), texturesB.size());
-            for (std::size_t t = 0; t < texturesA.size(); ++t)
+            SCOPED_TRACE(file.string() + ", " + conversion.name);
+            std::string source = file.string();
+            std::string converted;
+            for (std::size_t step = 0; step < conversion.steps.size(); ++step)
             {
-                EXPECT_TRUE(texturesA[t].first == texturesB[t].first)
-                    << "texture " << t << " differs in pixels";
-                EXPECT_EQ(texturesA[t].second, texturesB[t].second);
+                converted = StringConversion::ConvertNativeToUTF8(
+                    scratch.File("step" + std::to_string(step) + ".3mf"));
+                int status = -1;
+                std::string const output = Convert("--quiet " + conversion.steps[step] + " " +
+                                                       Quoted(source) + " " + Quoted(converted),
+                                                   status);
+                ASSERT_EQ(0, status) << output;
+                std::vector<std::string> const counts = CheckWritten(converted);
+                if (conversion.xml && conversion.steps[step].find("--separate-objects") == std::string::npos)
+                {
+                    ASSERT_EQ(before.size(), counts.size());
+                    for (std::size_t i = 0; i < before.size(); ++i)
+                    {
+                        EXPECT_EQ(std::to_string(before[i]->GetNumberOfPoints()) + " " +
+                                      std::to_string(before[i]->GetNumberOfTriangles()),
+                                  counts[i]);
+                    }
+                }
+                source = converted;
+            }
+            auto const after = ImportMeshes(converted);
+            ASSERT_EQ(before.size(), after.size());
+            for (std::size_t i = 0; i < before.size(); ++i)
+            {
+                SCOPED_TRACE("mesh " + std::to_string(i));
+                ExpectSameMeshes(*before[i], *after[i], conversion);
             }
         }
     }
@@ -222,10 +308,7 @@ TEST(ConvertTool, HelpBadArgumentsAndFailures)
     int status = -1;
     Convert("--zip64 " + Quoted(torus) + " " + Quoted(out), status);
     EXPECT_EQ(0, status);
-    EXPECT_EQ("64 128\n",
-              RunCommand("python3 " + Quoted(FORMAT3MF_SOURCE_DIR "/tests/export/written_counts.py") + " " +
-                         Quoted(out))
-                  .text);
+    EXPECT_EQ(std::vector<std::string>{"64 128"}, CheckWritten(out));
 }
 
 TEST(TorusTool, HelpPrintsUsageAndWritesNothing)
