@@ -17,7 +17,7 @@ bash "$root/scripts/install-deps.sh"
 
 flags="-fsanitize=address,undefined,fuzzer-no-link -fno-sanitize-recover=undefined -fno-omit-frame-pointer"
 CC=clang-14 CXX=clang++-14 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DFORMAT3MF_BUILD_FUZZERS=ON -DFORMAT3MF_BUILD_TESTS=OFF -DFORMAT3MF_BUILD_BENCH=OFF \
+  -DFORMAT3MF_BUILD_FUZZERS=ON -DFORMAT3MF_BUILD_TESTS=OFF -DFORMAT3MF_BUILD_BENCH=OFF -DFORMAT3MF_BUILD_PYTHON=OFF \
   -DCMAKE_C_FLAGS="$flags" -DCMAKE_CXX_FLAGS="$flags" >/dev/null
 cmake --build "$build" --parallel "$(nproc)" --target "$target"
 

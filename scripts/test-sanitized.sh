@@ -10,7 +10,7 @@ bash "$root/scripts/install-deps.sh"
 
 flags="-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer"
 jobs="$(nproc)"
-cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DFORMAT3MF_BUILD_BENCH=OFF \
+cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DFORMAT3MF_BUILD_BENCH=OFF -DFORMAT3MF_BUILD_PYTHON=OFF \
   -DCMAKE_C_FLAGS="$flags" -DCMAKE_CXX_FLAGS="$flags" >/dev/null
 cmake --build "$build" --parallel "$jobs"
 cd "$build"

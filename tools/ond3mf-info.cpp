@@ -3,26 +3,19 @@
 // textured triangles, textures and beams; the read's warnings go to standard
 // error. Exits 0 when every file imported, 1 otherwise, 2 on a bad argument.
 
+#include "MeshSummary.h"
 #include "ToolCommon.h"
 
 #include "format3mf/ImportFile.h"
 
-#include "common/MInternalUnits.h"
 #include "common/StringConversion.h"
 #include "triangles/MStlBase.h"
-#include "triangles/MStlIterators.h"
-#include "triangles/MStlPoint.h"
-#include "triangles/MStlTexture.h"
-#include "triangles/MStlTriangle.h"
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <cstdio>
-#include <limits>
 #include <memory>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 namespace
@@ -38,66 +31,12 @@ char const kUsage[] = "usage: ond3mf-info [--tsv | --json] [--quiet] file.3mf...
                       "  --version   the library's version\n"
                       "Exit codes: 0 every file imported, 1 a file failed, 2 bad argument.\n";
 
-struct Summary
-{
-    std::size_t vertices = 0;
-    std::size_t triangles = 0;
-    double min[3] = {0, 0, 0};
-    double max[3] = {0, 0, 0};
-    std::size_t coloured = 0;
-    std::size_t textured = 0;
-    std::size_t textures = 0;
-    std::size_t beams = 0;
-};
-
-Summary Summarise(MStlBase const& mesh)
-{
-    Summary summary;
-    summary.vertices = mesh.GetNumberOfPoints();
-    summary.triangles = mesh.GetNumberOfTriangles();
-    if (summary.vertices != 0)
-    {
-        std::int32_t low[3];
-        std::int32_t high[3];
-        std::fill(low, low + 3, std::numeric_limits<std::int32_t>::max());
-        std::fill(high, high + 3, std::numeric_limits<std::int32_t>::min());
-        for (auto point = mesh.BeginPoint(); point != mesh.EndPoint(); ++point)
-        {
-            std::int32_t const coordinates[3] = {point->GetX(), point->GetY(), point->GetZ()};
-            for (int axis = 0; axis < 3; ++axis)
-            {
-                low[axis] = std::min(low[axis], coordinates[axis]);
-                high[axis] = std::max(high[axis], coordinates[axis]);
-            }
-        }
-        double const unit = double(OndSDK::Common::MInternalUnits::Get());
-        for (int axis = 0; axis < 3; ++axis)
-        {
-            summary.min[axis] = low[axis] / unit;
-            summary.max[axis] = high[axis] / unit;
-        }
-    }
-    for (auto triangle = mesh.BeginTriangle(); triangle != mesh.EndTriangle(); ++triangle)
-    {
-        summary.coloured += triangle->GetColor().IsDefined() ? 1 : 0;
-    }
-    std::unordered_set<MStlTriangle const*> textured;
-    for (MStlTexture const* texture : mesh.GetTextures())
-    {
-        textured.insert(texture->GetTriangles().begin(), texture->GetTriangles().end());
-    }
-    summary.textured = textured.size();
-    summary.textures = mesh.GetTextures().size();
-    summary.beams = mesh.GetFeature().GetNumEdges();
-    return summary;
-}
-
 void PrintReadable(std::string const& file, std::vector<std::unique_ptr<MStlBase>> const& meshes)
 {
     std::printf("%s: %zu mesh%s\n", file.c_str(), meshes.size(), meshes.size() == 1 ? "" : "es");
     for (std::size_t i = 0; i < meshes.size(); ++i)
     {
-        Summary const s = Summarise(*meshes[i]);
+        tools::Summary const s = tools::Summarise(*meshes[i]);
         std::string const name = StringConversion::ConvertNativeToUTF8(meshes[i]->GetName());
         std::printf("  mesh %zu%s%s\n", i, name.empty() ? "" : ": ", name.c_str());
         std::printf("    vertices %zu, triangles %zu\n", s.vertices, s.triangles);
@@ -117,7 +56,7 @@ void PrintTabbed(std::string const& file, std::vector<std::unique_ptr<MStlBase>>
     }
     for (std::size_t i = 0; i < meshes.size(); ++i)
     {
-        Summary const s = Summarise(*meshes[i]);
+        tools::Summary const s = tools::Summarise(*meshes[i]);
         std::printf("%s\t%zu\t%zu\t%zu\t%.3f\t%.3f\t%.3f\t%.3f\t%.3f\t%.3f\t%zu\t%zu\t%zu\n", file.c_str(), i,
                     s.vertices, s.triangles, s.min[0], s.min[1], s.min[2], s.max[0], s.max[1], s.max[2],
                     s.coloured, s.textured, s.beams);
@@ -157,7 +96,7 @@ std::string WhyNoMesh(std::vector<std::wstring> const& warnings)
 
 nlohmann::json MeshJson(MStlBase const& mesh)
 {
-    Summary const s = Summarise(mesh);
+    tools::Summary const s = tools::Summarise(mesh);
     return {{"name", tools::Narrow(mesh.GetName())},
             {"vertices", s.vertices},
             {"triangles", s.triangles},

@@ -1,0 +1,175 @@
+// From numpy arrays to a mesh of the library: every field checked first, so
+// that nothing is written from a bad one, then built without the GIL.
+#include "MeshArrays.h"
+
+#include "common/MInternalUnits.h"
+#include "common/StringConversion.h"
+#include "triangles/MStlBase.h"
+#include "triangles/MStlColorMaskTrianglePoints.h"
+#include "triangles/MStlTriangle.h"
+
+#include <cmath>
+#include <limits>
+
+namespace py = pybind11;
+
+namespace ond3mf
+{
+namespace
+{
+[[noreturn]] void Bad(std::string const& label, char const* field, std::string const& what)
+{
+    throw py::value_error(label + ": " + field + " " + what);
+}
+
+std::string Shape(py::array const& array)
+{
+    std::string text = "(";
+    for (py::ssize_t i = 0; i < array.ndim(); ++i)
+    {
+        text += (i == 0 ? "" : ", ") + std::to_string(array.shape(i));
+    }
+    return text + (array.ndim() == 1 ? ",)" : ")");
+}
+
+// The field as an array of the given kind of number ('f' floating, 'i'/'u'
+// integer) and of shape (any, rest...), or a ValueError naming it.
+py::array Field(py::handle mesh, char const* field, std::string const& label, char const* kinds,
+                std::vector<py::ssize_t> const& rest, bool optional)
+{
+    if (!py::hasattr(mesh, field) || mesh.attr(field).is_none())
+    {
+        if (optional)
+        {
+            return py::array();
+        }
+        Bad(label, field, "is missing");
+    }
+    py::array const array = py::array::ensure(mesh.attr(field));
+    if (!array)
+    {
+        Bad(label, field, "is not an array");
+    }
+    char const kind = array.dtype().kind();
+    if (std::string(kinds).find(kind) == std::string::npos)
+    {
+        Bad(label, field,
+            std::string("must hold ") + (kinds[0] == 'f' ? "floating-point" : "integer") + " numbers, not " +
+                py::str(array.dtype()).cast<std::string>());
+    }
+    bool shaped = array.ndim() == py::ssize_t(rest.size() + 1);
+    for (std::size_t i = 0; shaped && i < rest.size(); ++i)
+    {
+        shaped = array.shape(py::ssize_t(i + 1)) == rest[i];
+    }
+    if (!shaped)
+    {
+        std::string wanted = "(n";
+        for (py::ssize_t extent : rest)
+        {
+            wanted += ", " + std::to_string(extent);
+        }
+        Bad(label, field, "must have shape " + wanted + "), not " + Shape(array));
+    }
+    return array;
+}
+} // namespace
+
+CheckedMesh CheckMesh(py::handle mesh, std::string const& label)
+{
+    CheckedMesh checked;
+    py::array const vertices = Field(mesh, "vertices", label, "f", {3}, false);
+    py::array const triangles = Field(mesh, "triangles", label, "iu", {3}, false);
+    py::array const colors = Field(mesh, "triangle_colors", label, "u", {3, 4}, true);
+    checked.vertices = vertices;
+    checked.triangles = triangles;
+    // Coordinates go to 32-bit internal units.
+    double const limit = std::numeric_limits<std::int32_t>::max() / OndSDK::Common::MInternalUnits::Get();
+    double const* v = checked.vertices.data();
+    for (py::ssize_t i = 0, n = checked.vertices.size(); i < n; ++i)
+    {
+        if (!std::isfinite(v[i]) || std::fabs(v[i]) > limit)
+        {
+            Bad(label, "vertices",
+                "has " + std::to_string(v[i]) + " at vertex " + std::to_string(i / 3) +
+                    ": coordinates must be finite and within +-" + std::to_string(static_cast<long>(limit)) +
+                    " mm");
+        }
+    }
+    std::int64_t const count = checked.vertices.shape(0);
+    std::int64_t const* t = checked.triangles.data();
+    for (py::ssize_t i = 0, n = checked.triangles.size(); i < n; ++i)
+    {
+        if (t[i] < 0 || t[i] >= count)
+        {
+            Bad(label, "triangles",
+                "refers to vertex " + std::to_string(t[i]) + " in triangle " + std::to_string(i / 3) +
+                    ", of " + std::to_string(count) + " vertices");
+        }
+        // A triangle on a vertex twice has no area; a 3MF mesh may not hold it.
+        if (i % 3 == 2 && (t[i] == t[i - 1] || t[i] == t[i - 2] || t[i - 1] == t[i - 2]))
+        {
+            Bad(label, "triangles", "has triangle " + std::to_string(i / 3) + " on one vertex twice");
+        }
+    }
+    if (colors)
+    {
+        if (colors.dtype().itemsize() != 1)
+        {
+            Bad(label, "triangle_colors", "must be uint8");
+        }
+        if (colors.shape(0) != checked.triangles.shape(0))
+        {
+            Bad(label, "triangle_colors",
+                "has " + std::to_string(colors.shape(0)) + " rows for " +
+                    std::to_string(checked.triangles.shape(0)) + " triangles");
+        }
+        checked.colors = py::array_t<std::uint8_t, py::array::c_style>::ensure(colors);
+    }
+    if (py::hasattr(mesh, "name") && !mesh.attr("name").is_none())
+    {
+        checked.name = py::str(mesh.attr("name")).cast<std::string>();
+    }
+    return checked;
+}
+
+BuiltMesh ToMesh(CheckedMesh const& checked)
+{
+    BuiltMesh built;
+    built.mesh = std::make_unique<MStlBase>();
+    MStlBase& mesh = *built.mesh;
+    mesh.SetName(StringConversion::ConvertUTF8ToNative(checked.name.data(), checked.name.size()).c_str());
+    double const unit = OndSDK::Common::MInternalUnits::Get();
+    std::vector<MStlPoint*> points(static_cast<std::size_t>(checked.vertices.shape(0)));
+    double const* v = checked.vertices.data();
+    for (std::size_t i = 0; i < points.size(); ++i, v += 3)
+    {
+        // Half away from zero, as lengths read from files are.
+        points[i] = mesh.AddPoint(static_cast<std::int32_t>(std::round(v[0] * unit)),
+                                  static_cast<std::int32_t>(std::round(v[1] * unit)),
+                                  static_cast<std::int32_t>(std::round(v[2] * unit)));
+    }
+    std::int64_t const* t = checked.triangles.data();
+    std::size_t const count = static_cast<std::size_t>(checked.triangles.shape(0));
+    std::uint8_t const* colors = checked.colors ? checked.colors.data() : nullptr;
+    if (colors != nullptr)
+    {
+        built.colors = std::make_unique<MStlColorMaskTrianglePoints>(&mesh.GetTriangleMaskOwner());
+    }
+    for (std::size_t i = 0; i < count; ++i, t += 3)
+    {
+        MStlTriangle* const triangle = mesh.AddTriangle(points[t[0]], points[t[1]], points[t[2]]);
+        if (colors != nullptr && triangle != nullptr)
+        {
+            MStlColorTrianglePoints& corners = built.colors->GetInfo(*triangle);
+            for (int corner = 0; corner < 3; ++corner)
+            {
+                std::uint8_t const* rgba = colors + 12 * i + 4 * corner;
+                corners.m_colors[corner] =
+                    MStlColor(rgba[0] | (rgba[1] << 8) | (std::uint32_t(rgba[2]) << 16));
+            }
+        }
+    }
+    return built;
+}
+} // namespace ond3mf

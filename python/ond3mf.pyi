@@ -1,0 +1,54 @@
+# Type stubs of the ond3mf extension module: 3MF files as numpy arrays.
+from os import PathLike
+from typing import Any, Callable, Iterable, List, Optional, Tuple, Union
+
+import numpy as np
+import numpy.typing as npt
+
+__version__: str
+
+class Error(Exception):
+    """A 3MF file could not be read or written; the message says why."""
+
+class FileError(Error, OSError):
+    """A file that could not be opened."""
+
+class Mesh:
+    """One mesh of a 3MF file, in millimetres."""
+
+    vertices: npt.NDArray[np.float64]  # N x 3
+    triangles: npt.NDArray[np.uint32]  # M x 3
+    triangle_colors: Optional[npt.NDArray[np.uint8]]  # M x 3 x 4, RGBA per corner
+    uvs: Optional[npt.NDArray[np.float32]]  # M x 3 x 2
+    texture_ids: Optional[npt.NDArray[np.int32]]  # M, -1 where untextured
+    textures: Optional[List[npt.NDArray[np.uint8]]]  # H x W x 4 each
+    beams: Optional[npt.NDArray[np.uint32]]  # K x 2 vertex indices
+    beam_radii: Optional[npt.NDArray[np.float64]]  # K x 2, NaN where a beam has none
+    name: str
+    def __init__(
+        self,
+        vertices: npt.ArrayLike,
+        triangles: npt.ArrayLike,
+        triangle_colors: Optional[npt.ArrayLike] = None,
+        name: str = "",
+    ) -> None: ...
+
+def read(
+    path: Union[str, PathLike[str]],
+    textures: bool = True,
+    as_one: bool = False,
+    progress: Optional[Callable[[float], Any]] = None,
+) -> List[Mesh]:
+    """Reads a 3MF file into meshes, one per build item with geometry."""
+
+def write(
+    path: Union[str, PathLike[str]],
+    meshes: Iterable[Any],
+    binary: bool = False,
+    zip64: bool = False,
+    progress: Optional[Callable[[float], Any]] = None,
+) -> None:
+    """Writes meshes as objects of a 3MF file; checks every field first."""
+
+def info(path: Union[str, PathLike[str]]) -> List[dict]:
+    """The figures ond3mf-info prints, as a dict per mesh."""
