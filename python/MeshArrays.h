@@ -39,7 +39,8 @@ struct CheckedMesh
 {
     pybind11::array_t<double, pybind11::array::c_style | pybind11::array::forcecast> vertices;
     pybind11::array_t<std::int64_t, pybind11::array::c_style | pybind11::array::forcecast> triangles;
-    pybind11::array_t<std::uint8_t, pybind11::array::c_style> colors; // empty without colours
+    pybind11::array_t<std::uint8_t, pybind11::array::c_style> colors; // M x 3 x 4 where hasColors
+    bool hasColors = false;
     std::string name;
 };
 CheckedMesh CheckMesh(pybind11::handle mesh, std::string const& label);

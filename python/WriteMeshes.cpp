@@ -33,15 +33,16 @@ std::string Shape(py::array const& array)
 }
 
 // The field as an array of the given kind of number ('f' floating, 'i'/'u'
-// integer) and of shape (any, rest...), or a ValueError naming it.
-py::array Field(py::handle mesh, char const* field, std::string const& label, char const* kinds,
-                std::vector<py::ssize_t> const& rest, bool optional)
+// integer) and of shape (any, rest...), or a ValueError naming it; None for
+// an optional field that is not there.
+py::object Field(py::handle mesh, char const* field, std::string const& label, char const* kinds,
+                 std::vector<py::ssize_t> const& rest, bool optional)
 {
     if (!py::hasattr(mesh, field) || mesh.attr(field).is_none())
     {
         if (optional)
         {
-            return py::array();
+            return py::none();
         }
         Bad(label, field, "is missing");
     }
@@ -78,11 +79,9 @@ py::array Field(py::handle mesh, char const* field, std::string const& label, ch
 CheckedMesh CheckMesh(py::handle mesh, std::string const& label)
 {
     CheckedMesh checked;
-    py::array const vertices = Field(mesh, "vertices", label, "f", {3}, false);
-    py::array const triangles = Field(mesh, "triangles", label, "iu", {3}, false);
-    py::array const colors = Field(mesh, "triangle_colors", label, "u", {3, 4}, true);
-    checked.vertices = vertices;
-    checked.triangles = triangles;
+    checked.vertices = Field(mesh, "vertices", label, "f", {3}, false);
+    checked.triangles = Field(mesh, "triangles", label, "iu", {3}, false);
+    py::object const field = Field(mesh, "triangle_colors", label, "u", {3, 4}, true);
     // Coordinates go to 32-bit internal units.
     double const limit = std::numeric_limits<std::int32_t>::max() / OndSDK::Common::MInternalUnits::Get();
     double const* v = checked.vertices.data();
@@ -112,8 +111,9 @@ CheckedMesh CheckMesh(py::handle mesh, std::string const& label)
             Bad(label, "triangles", "has triangle " + std::to_string(i / 3) + " on one vertex twice");
         }
     }
-    if (colors)
+    if (!field.is_none())
     {
+        py::array const colors = field;
         if (colors.dtype().itemsize() != 1)
         {
             Bad(label, "triangle_colors", "must be uint8");
@@ -125,6 +125,7 @@ CheckedMesh CheckMesh(py::handle mesh, std::string const& label)
                     std::to_string(checked.triangles.shape(0)) + " triangles");
         }
         checked.colors = py::array_t<std::uint8_t, py::array::c_style>::ensure(colors);
+        checked.hasColors = true;
     }
     if (py::hasattr(mesh, "name") && !mesh.attr("name").is_none())
     {
@@ -151,7 +152,7 @@ BuiltMesh ToMesh(CheckedMesh const& checked)
     }
     std::int64_t const* t = checked.triangles.data();
     std::size_t const count = static_cast<std::size_t>(checked.triangles.shape(0));
-    std::uint8_t const* colors = checked.colors ? checked.colors.data() : nullptr;
+    std::uint8_t const* colors = checked.hasColors ? checked.colors.data() : nullptr;
     if (colors != nullptr)
     {
         built.colors = std::make_unique<MStlColorMaskTrianglePoints>(&mesh.GetTriangleMaskOwner());

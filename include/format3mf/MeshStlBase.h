@@ -149,6 +149,9 @@ private:
     void _FoldIntoMultiProperties();
 
     void _AssignMultiProperty(MStlTriangle& triangle, TriangleProperty const& property);
+    // Set while reading without textures: a multi property's layer may then
+    // name a texture group that was never read.
+    bool m_texturesSkipped = false;
     void _AssignTextureCoordinates(MStlTriangle& triangle, TriangleProperty const& property);
     void _DecodeShownImages(PackageReadContext* context);
 };

@@ -6,6 +6,7 @@
 #include "format3mf/Image2D.h"
 #include "format3mf/ModelFile.h"
 #include "format3mf/Object.h"
+#include "format3mf/PackageReadContext.h"
 #include "format3mf/PropertyValues.h"
 #include "format3mf/Texture2D.h"
 #include "mesh/PartFlags.h"
@@ -61,6 +62,7 @@ void MeshStlBase::_OnStopReading(PackageReadContext* context)
 {
     SetPartFlags(*m_stl, m_object->m_type);
     SetDefaultColor(*m_stl, *m_object);
+    m_texturesSkipped = context->IsSkipTextures;
     if (m_triangleProperties)
     {
         // The references go once applied, also when applying one fails.
@@ -123,6 +125,10 @@ void MeshStlBase::_AssignMultiProperty(MStlTriangle& triangle, TriangleProperty 
             continue;
         }
         auto* const group = dynamic_cast<IPropertyGroup*>(m_modelFile->GetReference(id));
+        if (group == nullptr && m_texturesSkipped && m_modelFile->GetReference(id) == nullptr)
+        {
+            continue;
+        }
         if (group == nullptr)
         {
             throw Exception(L"Multi property group " + Id(multi.m_id) + L" names " + Id(id) +
