@@ -1,0 +1,95 @@
+#!/usr/bin/env python3
+"""The Python package against the C++ library on the 2M-triangle torus.
+
+Usage: python_io.py BUILD_DIR   (a Release build with the module, the tools
+and the benchmarks; run with Debian's python3)
+
+Measured in one run: bench_import and bench_export (the C++ figures), then
+ond3mf.read of the torus into numpy and ond3mf.write of those arrays, each
+the best of three in a fresh process, with the peak resident memory over a
+process that only imported the module. Targets: read at most 1.2 times the
+C++ import, write at most 1.2 times the C++ export, peak at most the C++
+import's peak plus the arrays.
+"""
+
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+RUNS = 3
+
+CHILD = r"""
+import resource, sys, time
+import ond3mf
+what, path, target = sys.argv[1:4]
+best = float("inf")
+size = 0
+if what == "read":
+    for _ in range(%(runs)d):
+        start = time.perf_counter()
+        meshes = ond3mf.read(path)
+        best = min(best, time.perf_counter() - start)
+        size = sum(m.vertices.nbytes + m.triangles.nbytes for m in meshes)
+        del meshes
+elif what == "write":
+    meshes = ond3mf.read(path)
+    for _ in range(%(runs)d):
+        start = time.perf_counter()
+        ond3mf.write(target, meshes)
+        best = min(best, time.perf_counter() - start)
+print(best, resource.getrusage(resource.RUSAGE_SELF).ru_maxrss * 1024, size)
+""" % {"runs": RUNS}
+
+
+def run_child(build, what, path, target=""):
+    env = dict(os.environ, PYTHONPATH=str(build / "python"))
+    out = subprocess.run([sys.executable, "-c", CHILD, what, str(path), str(target)], env=env,
+                         capture_output=True, text=True, check=True).stdout.split()
+    return float(out[0]), float(out[1]), float(out[2])
+
+
+def figure(pattern, text, what):
+    found = re.search(pattern, text, re.MULTILINE)
+    if not found:
+        sys.exit("no %s in the output:\n%s" % (what, text))
+    return float(found.group(1))
+
+
+def main(build):
+    build = pathlib.Path(build).resolve()
+    imported = subprocess.run([str(build / "bench" / "bench_import")], capture_output=True, text=True,
+                              check=True).stdout
+    exported = subprocess.run([str(build / "bench" / "bench_export")], capture_output=True, text=True,
+                              check=True).stdout
+    cpp_import = figure(r"^importer, plain mesh data\s+\S+ MB\s+(\S+) s", imported, "import time")
+    cpp_peak = figure(r"^importer, plain mesh data.*peak RSS\s+(\S+) MB", imported, "import peak") * 1e6
+    cpp_base = figure(r"^baseline child \(no work\)\s+peak RSS\s+(\S+) MB", imported, "baseline") * 1e6
+    cpp_export = figure(r"^export\s+(\S+) s", exported, "export time")
+
+    with tempfile.TemporaryDirectory() as folder:
+        torus = pathlib.Path(folder) / "torus.3mf"
+        subprocess.run([str(build / "tools" / "ond3mf-torus"), str(torus)], check=True, capture_output=True)
+        _, py_base, _ = run_child(build, "none", torus)
+        read, read_peak, arrays = run_child(build, "read", torus)
+        write, _, _ = run_child(build, "write", torus, pathlib.Path(folder) / "again.3mf")
+
+    print("C++ import (bench_import)      %7.3f s   peak over its baseline %7.1f MB" %
+          (cpp_import, (cpp_peak - cpp_base) / 1e6))
+    print("C++ export (bench_export)      %7.3f s" % cpp_export)
+    print("ond3mf.read into numpy         %7.3f s   peak over its baseline %7.1f MB, arrays %.1f MB" %
+          (read, (read_peak - py_base) / 1e6, arrays / 1e6))
+    print("ond3mf.write from numpy        %7.3f s" % write)
+    print()
+    print("read / C++ import              %7.2f   (target 1.2)" % (read / cpp_import))
+    print("write / C++ export             %7.2f   (target 1.2)" % (write / cpp_export))
+    print("read peak / (C++ peak + arrays) %6.2f   (target 1.0)" %
+          ((read_peak - py_base) / (cpp_peak - cpp_base + arrays)))
+
+
+if __name__ == "__main__":
+    if len(sys.argv) != 2:
+        sys.exit(__doc__)
+    main(sys.argv[1])
