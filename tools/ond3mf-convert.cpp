@@ -8,6 +8,10 @@
 
 #include "ToolCommon.h"
 
+#ifdef OND3MF_MESH_FORMATS
+#include "MeshFormats.h"
+#endif
+
 #include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ImportFile.h"
 #include "format3mf/ModelFileStlBase.h"
@@ -25,8 +29,10 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <memory>
@@ -112,6 +118,13 @@ struct Arguments
     bool binary = false;
     bool quiet = false;
     bool separateObjects = false;
+#ifdef OND3MF_MESH_FORMATS
+    meshformats::Format from = meshformats::Format::ThreeMF;
+    meshformats::Format to = meshformats::Format::ThreeMF;
+    bool ascii = false;
+    double unitMm = 1.0;
+    double weldMm = 0.0;
+#endif
     bool zip64 = false;
     // Empty: no lattice is written.
     std::wstring beamNamespace = Format_3MF::NamespaceBeamLattice;
@@ -119,11 +132,64 @@ struct Arguments
     std::string output;
 };
 
+#ifdef OND3MF_MESH_FORMATS
+// The options of the other mesh formats: 0 when the argument is none of
+// them, 1 when taken, -1 when bad (with the message).
+int ParseFormatOption(std::string const& argument, Arguments& arguments, bool& fromGiven, bool& toGiven,
+                      std::string& message)
+{
+    auto const value = [&argument](char const* option) { return argument.substr(std::strlen(option)); };
+    if (argument.rfind("--from=", 0) == 0 || argument.rfind("--to=", 0) == 0)
+    {
+        bool const from = argument[2] == 'f';
+        std::string const name = value(from ? "--from=" : "--to=");
+        if (!meshformats::FormatOfName(name, from ? arguments.from : arguments.to))
+        {
+            message = "unknown format '" + name + "'; known are 3mf, stl, obj, ply, off";
+            return -1;
+        }
+        (from ? fromGiven : toGiven) = true;
+        return 1;
+    }
+    if (argument == "--ascii")
+    {
+        arguments.ascii = true;
+        return 1;
+    }
+    if (argument.rfind("--unit=", 0) == 0)
+    {
+        if (!meshformats::MillimetresPerUnit(value("--unit="), arguments.unitMm))
+        {
+            message = "unknown unit '" + value("--unit=") + "'; known are micron, mm, cm, m, inch, ft";
+            return -1;
+        }
+        return 1;
+    }
+    if (argument.rfind("--weld=", 0) == 0)
+    {
+        char* end = nullptr;
+        std::string const text = value("--weld=");
+        arguments.weldMm = std::strtod(text.c_str(), &end);
+        if (text.empty() || *end != '\0' || !(arguments.weldMm >= 0) || !std::isfinite(arguments.weldMm))
+        {
+            message = "--weld takes a distance in millimetres, at least 0, not '" + text + "'";
+            return -1;
+        }
+        return 1;
+    }
+    return 0;
+}
+#endif
+
 // False with a one-line message on a bad argument.
 bool Parse(int argc, char** argv, Arguments& arguments, std::string& message)
 {
     std::vector<std::string> files;
     bool options = true;
+#ifdef OND3MF_MESH_FORMATS
+    bool fromGiven = false;
+    bool toGiven = false;
+#endif
     for (int i = 1; i < argc; ++i)
     {
         std::string const argument = argv[i];
@@ -147,6 +213,16 @@ bool Parse(int argc, char** argv, Arguments& arguments, std::string& message)
         {
             arguments.separateObjects = true;
         }
+#ifdef OND3MF_MESH_FORMATS
+        else if (int const taken = ParseFormatOption(argument, arguments, fromGiven, toGiven, message);
+                 taken != 0)
+        {
+            if (taken < 0)
+            {
+                return false;
+            }
+        }
+#endif
         else if (argument == "--zip64")
         {
             arguments.zip64 = true;
@@ -185,6 +261,17 @@ bool Parse(int argc, char** argv, Arguments& arguments, std::string& message)
     }
     arguments.input = files[0];
     arguments.output = files[1];
+#ifdef OND3MF_MESH_FORMATS
+    // Each side by its option, else by its extension, else 3MF.
+    if (!fromGiven)
+    {
+        meshformats::FormatOfPath(arguments.input, arguments.from);
+    }
+    if (!toGiven)
+    {
+        meshformats::FormatOfPath(arguments.output, arguments.to);
+    }
+#endif
     return true;
 }
 
@@ -219,13 +306,52 @@ private:
     std::string m_path;
 };
 
-int Convert(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgressDelegate> const& progress)
+// What was read: the meshes of a 3MF file, or the one mesh of another
+// format with its colours.
+struct Loaded
 {
-    OndSDK::Common::BranchingProgressReporter reporter(progress, "ond3mf-convert", true);
+    std::vector<std::unique_ptr<MStlBase>> meshes;
+#ifdef OND3MF_MESH_FORMATS
+    std::vector<format3mf::WeldedSoup> soups;
+#endif
+    std::vector<MStlBase*> all;
+};
+
+// 0 when read, else the exit code, the reason printed.
+int Load(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgressDelegate> progress,
+         Loaded& loaded)
+{
+#ifdef OND3MF_MESH_FORMATS
+    if (arguments.from != meshformats::Format::ThreeMF)
+    {
+        meshformats::ReadOptions options;
+        options.unitMm = arguments.unitMm;
+        options.weldMm = arguments.weldMm;
+        try
+        {
+            meshformats::ReadResult read =
+                meshformats::ReadMeshFile(arguments.input, arguments.from, options);
+            for (std::string const& note : read.notes)
+            {
+                if (!arguments.quiet)
+                {
+                    std::fprintf(stderr, "ond3mf-convert: %s\n", note.c_str());
+                }
+            }
+            loaded.all.push_back(read.mesh.mesh.get());
+            loaded.soups.push_back(std::move(read.mesh));
+            return 0;
+        }
+        catch (std::runtime_error const& error)
+        {
+            std::fprintf(stderr, "ond3mf-convert: cannot read %s\n", error.what());
+            return 1;
+        }
+    }
+#endif
     format3mf::import::ImportSettings settings;
-    settings.progress = reporter.CreateNestedDelegate(0.4);
-    format3mf::import::ImportResult const read =
-        format3mf::import::ImportFile(Wide(arguments.input), settings);
+    settings.progress = std::move(progress);
+    format3mf::import::ImportResult read = format3mf::import::ImportFile(Wide(arguments.input), settings);
     if (!arguments.quiet)
     {
         tools::PrintMessages(arguments.input, "warning", read.warnings);
@@ -240,16 +366,21 @@ int Convert(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgres
         tools::PrintMessages(arguments.input, "error", read.errors);
         return 1;
     }
-    std::vector<std::unique_ptr<MStlBase>> const& meshes = read.meshes;
-
-    // The package is written beside the target and takes its name only when
-    // complete, so that neither a failure nor a cancel leaves a partial file
-    // or spoils one that was there.
-    TemporaryTarget target(arguments.output + ".part" + std::to_string(getpid()));
-    Format_3MF::ModelFileStlBase model;
-    for (auto const& mesh : meshes)
+    loaded.meshes = std::move(read.meshes);
+    for (auto const& mesh : loaded.meshes)
     {
-        model.AddStl(mesh.get());
+        loaded.all.push_back(mesh.get());
+    }
+    return 0;
+}
+
+int Save3MF(Arguments const& arguments, std::vector<MStlBase*> const& meshes, std::string const& path,
+            std::shared_ptr<OndSDK::Common::IProgressDelegate> progress)
+{
+    Format_3MF::ModelFileStlBase model;
+    for (MStlBase* mesh : meshes)
+    {
+        model.AddStl(mesh);
     }
     Format_3MF::Package package(&model);
     Format_3MF::PackageWriteOptions options;
@@ -260,7 +391,7 @@ int Convert(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgres
     try
     {
         Format_3MF::PackageWrite writer(&package, options);
-        writer.Write(Wide(target.Path()), reporter.CreateNestedDelegate(0.6));
+        writer.Write(Wide(path), std::move(progress));
         if (!arguments.quiet)
         {
             tools::PrintMessages(arguments.output, "warning", writer.GetContext().m_warnings);
@@ -275,6 +406,52 @@ int Convert(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgres
         std::fprintf(stderr, "ond3mf-convert: cannot write %s: %s\n", arguments.output.c_str(),
                      Narrow(error.GetMessage() + L": " + error.GetDetail()).c_str());
         return 1;
+    }
+    return 0;
+}
+
+int Convert(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgressDelegate> const& progress)
+{
+    OndSDK::Common::BranchingProgressReporter reporter(progress, "ond3mf-convert", true);
+    Loaded loaded;
+    if (int const status = Load(arguments, reporter.CreateNestedDelegate(0.4), loaded))
+    {
+        return status;
+    }
+    // The file is written beside the target and takes its name only when
+    // complete, so that neither a failure nor a cancel leaves a partial file
+    // or spoils one that was there.
+    TemporaryTarget target(arguments.output + ".part" + std::to_string(getpid()));
+#ifdef OND3MF_MESH_FORMATS
+    if (arguments.to != meshformats::Format::ThreeMF)
+    {
+        meshformats::WriteOptions options;
+        options.ascii = arguments.ascii;
+        try
+        {
+            std::vector<MStlBase const*> const meshes(loaded.all.begin(), loaded.all.end());
+            for (std::string const& note :
+                 meshformats::WriteMeshFile(target.Path(), arguments.to, meshes, options))
+            {
+                if (!arguments.quiet)
+                {
+                    std::fprintf(stderr, "ond3mf-convert: %s: %s\n", arguments.output.c_str(), note.c_str());
+                }
+            }
+        }
+        catch (std::runtime_error const& error)
+        {
+            std::fprintf(stderr, "ond3mf-convert: cannot write %s: %s\n", arguments.output.c_str(),
+                         error.what());
+            return 1;
+        }
+    }
+    else
+#endif
+        if (int const status =
+                Save3MF(arguments, loaded.all, target.Path(), reporter.CreateNestedDelegate(0.6)))
+    {
+        return status;
     }
     if (progress && progress->IsCancelled())
     {

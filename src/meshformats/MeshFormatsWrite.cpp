@@ -1,0 +1,214 @@
+// Writing meshes as STL, OBJ or PLY through assimp, and as OFF by hand (assimp
+// has no OFF writer). A coloured mesh goes to OBJ and PLY with its colours on
+// the vertices, each triangle with corners of its own.
+#include "MeshFormats.h"
+
+#include "common/MInternalUnits.h"
+#include "triangles/MStlColorMaskTrianglePoints.h"
+#include "triangles/MStlIterators.h"
+#include "triangles/MStlPoint.h"
+#include "triangles/MStlTriangle.h"
+
+#include <assimp/Exporter.hpp>
+#include <assimp/scene.h>
+
+#include <cstdio>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+
+namespace meshformats
+{
+namespace
+{
+MStlColorMaskTrianglePoints const* CornerColors(MStlBase const& mesh)
+{
+    for (IDataMask const* mask : mesh.GetTriangleMaskOwner().GetMasks())
+    {
+        if (auto const* colors = dynamic_cast<MStlColorMaskTrianglePoints const*>(mask))
+        {
+            return colors;
+        }
+    }
+    return nullptr;
+}
+
+bool HasColors(MStlBase const& mesh)
+{
+    if (CornerColors(mesh) != nullptr)
+    {
+        return true;
+    }
+    for (auto triangle = mesh.BeginTriangle(), end = mesh.EndTriangle(); triangle != end; ++triangle)
+    {
+        if (triangle->GetColor().IsDefined())
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+// The colour a corner shows: its own, else its triangle's, else the mesh's.
+std::uint32_t CornerColor(MStlBase const& mesh, MStlColorMaskTrianglePoints const* corners,
+                          MStlTriangle const& triangle, int corner)
+{
+    if (corners != nullptr)
+    {
+        MStlColor const* const set = corners->GetInfo(triangle).m_colors;
+        if (set[0].IsDefined() && set[1].IsDefined() && set[2].IsDefined())
+        {
+            return set[corner].GetRGB();
+        }
+    }
+    return triangle.GetColor().IsDefined() ? triangle.GetColor().GetRGB() : mesh.GetMaterial().GetRGB();
+}
+
+aiVector3D Millimetres(MStlPoint const& point)
+{
+    double const unit = OndSDK::Common::MInternalUnits::Get();
+    return aiVector3D(static_cast<ai_real>(point.GetX() / unit), static_cast<ai_real>(point.GetY() / unit),
+                      static_cast<ai_real>(point.GetZ() / unit));
+}
+
+// One assimp mesh of a mesh of ours: indexed, or with a vertex a corner and
+// its colour where the mesh is coloured and the format keeps colours.
+aiMesh* ToAssimp(MStlBase const& mesh, bool colours)
+{
+    auto out = std::make_unique<aiMesh>();
+    out->mPrimitiveTypes = aiPrimitiveType_TRIANGLE;
+    out->mMaterialIndex = 0;
+    std::size_t const triangles = mesh.GetNumberOfTriangles();
+    out->mNumFaces = static_cast<unsigned>(triangles);
+    out->mFaces = new aiFace[triangles];
+    if (!colours)
+    {
+        out->mNumVertices = static_cast<unsigned>(mesh.GetNumberOfPoints());
+        out->mVertices = new aiVector3D[mesh.GetNumberOfPoints()];
+        unsigned v = 0;
+        for (auto point = mesh.BeginPoint(), end = mesh.EndPoint(); point != end; ++point)
+        {
+            out->mVertices[v++] = Millimetres(*point);
+        }
+    }
+    else
+    {
+        out->mNumVertices = static_cast<unsigned>(3 * triangles);
+        out->mVertices = new aiVector3D[3 * triangles];
+        out->mColors[0] = new aiColor4D[3 * triangles];
+    }
+    MStlColorMaskTrianglePoints const* const corners = CornerColors(mesh);
+    unsigned f = 0;
+    for (auto triangle = mesh.BeginTriangle(), end = mesh.EndTriangle(); triangle != end; ++triangle, ++f)
+    {
+        aiFace& face = out->mFaces[f];
+        face.mNumIndices = 3;
+        face.mIndices = new unsigned[3];
+        for (int c = 0; c < 3; ++c)
+        {
+            if (!colours)
+            {
+                face.mIndices[c] = triangle->GetPointIndex(c);
+                continue;
+            }
+            unsigned const v = 3 * f + c;
+            face.mIndices[c] = v;
+            out->mVertices[v] = Millimetres(mesh.PointAt(triangle->GetPointIndex(c)));
+            std::uint32_t const rgb = CornerColor(mesh, corners, *triangle, c);
+            out->mColors[0][v] = aiColor4D((rgb & 0xFF) / 255.0f, ((rgb >> 8) & 0xFF) / 255.0f,
+                                           ((rgb >> 16) & 0xFF) / 255.0f, 1.0f);
+        }
+    }
+    return out.release();
+}
+
+void WriteOff(std::string const& path, std::vector<MStlBase const*> const& meshes)
+{
+    std::size_t vertices = 0;
+    std::size_t faces = 0;
+    for (MStlBase const* mesh : meshes)
+    {
+        vertices += mesh->GetNumberOfPoints();
+        faces += mesh->GetNumberOfTriangles();
+    }
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file << "OFF\n" << vertices << ' ' << faces << " 0\n";
+    char line[128];
+    for (MStlBase const* mesh : meshes)
+    {
+        for (auto point = mesh->BeginPoint(), end = mesh->EndPoint(); point != end; ++point)
+        {
+            aiVector3D const at = Millimetres(*point);
+            file.write(line, std::snprintf(line, sizeof line, "%.9g %.9g %.9g\n", at.x, at.y, at.z));
+        }
+    }
+    std::size_t offset = 0;
+    for (MStlBase const* mesh : meshes)
+    {
+        for (auto triangle = mesh->BeginTriangle(), end = mesh->EndTriangle(); triangle != end; ++triangle)
+        {
+            file.write(line, std::snprintf(
+                                 line, sizeof line, "3 %zu %zu %zu\n", offset + triangle->GetPointIndex(0),
+                                 offset + triangle->GetPointIndex(1), offset + triangle->GetPointIndex(2)));
+        }
+        offset += mesh->GetNumberOfPoints();
+    }
+    file.close();
+    if (!file)
+    {
+        throw std::runtime_error(path + ": could not be written");
+    }
+}
+} // namespace
+
+std::vector<std::string> WriteMeshFile(std::string const& path, Format format,
+                                       std::vector<MStlBase const*> const& meshes,
+                                       WriteOptions const& options)
+{
+    std::vector<std::string> notes;
+    bool coloured = false;
+    for (MStlBase const* mesh : meshes)
+    {
+        coloured = coloured || HasColors(*mesh);
+    }
+    bool const keepsColours = format == Format::Obj || format == Format::Ply;
+    if (coloured && !keepsColours)
+    {
+        notes.push_back(std::string(NameOfFormat(format)) +
+                        " holds no colours: the meshes' colours were dropped");
+    }
+    if (meshes.size() > 1)
+    {
+        notes.push_back(std::to_string(meshes.size()) + " meshes were written as one " +
+                        NameOfFormat(format) + " file");
+    }
+    if (format == Format::Off)
+    {
+        WriteOff(path, meshes);
+        return notes;
+    }
+    aiScene scene;
+    scene.mNumMaterials = 1;
+    scene.mMaterials = new aiMaterial* [1] { new aiMaterial() };
+    scene.mNumMeshes = static_cast<unsigned>(meshes.size());
+    scene.mMeshes = new aiMesh*[meshes.size()]();
+    scene.mRootNode = new aiNode();
+    scene.mRootNode->mNumMeshes = scene.mNumMeshes;
+    scene.mRootNode->mMeshes = new unsigned[meshes.size()];
+    for (std::size_t i = 0; i < meshes.size(); ++i)
+    {
+        scene.mMeshes[i] = ToAssimp(*meshes[i], coloured && keepsColours);
+        scene.mRootNode->mMeshes[i] = static_cast<unsigned>(i);
+    }
+    char const* const id = format == Format::Stl   ? (options.ascii ? "stl" : "stlb")
+                           : format == Format::Obj ? "objnomtl"
+                                                   : (options.ascii ? "ply" : "plyb");
+    Assimp::Exporter exporter;
+    if (exporter.Export(&scene, id, path) != aiReturn_SUCCESS)
+    {
+        throw std::runtime_error(path + ": could not be written as " + NameOfFormat(format) + ": " +
+                                 exporter.GetErrorString());
+    }
+    return notes;
+}
+} // namespace meshformats

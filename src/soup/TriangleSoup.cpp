@@ -1,0 +1,178 @@
+// Welding a triangle soup: corners are rounded to internal units and looked
+// up in a hash of their coordinates (exact), or in the cells of a grid as
+// wide as the tolerance and their neighbours (near).
+#include "format3mf/TriangleSoup.h"
+
+#include "common/MInternalUnits.h"
+#include "triangles/MStlPoint.h"
+#include "triangles/MStlTriangle.h"
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <unordered_map>
+
+namespace format3mf
+{
+namespace
+{
+using Key = std::array<std::int64_t, 3>;
+
+struct KeyHash
+{
+    std::size_t operator()(Key const& key) const noexcept
+    {
+        std::uint64_t hash = 1469598103934665603ull;
+        for (std::int64_t value : key)
+        {
+            hash = (hash ^ static_cast<std::uint64_t>(value)) * 1099511628211ull;
+            hash ^= hash >> 29;
+        }
+        return static_cast<std::size_t>(hash);
+    }
+};
+
+std::int32_t ToInternal(double millimetres, std::size_t triangle)
+{
+    double const value = std::round(millimetres * OndSDK::Common::MInternalUnits::Get());
+    if (!std::isfinite(value) || value > std::numeric_limits<std::int32_t>::max() ||
+        value < std::numeric_limits<std::int32_t>::min())
+    {
+        throw std::invalid_argument("triangle " + std::to_string(triangle) + " has a corner at " +
+                                    std::to_string(millimetres) +
+                                    " mm: coordinates must be finite and within +-214748 mm");
+    }
+    return static_cast<std::int32_t>(value);
+}
+
+// Finds or makes the vertex of each corner.
+class Welder
+{
+public:
+    Welder(MStlBase& mesh, double tolerance)
+        : m_mesh(mesh), m_cell(std::max(1.0, tolerance * OndSDK::Common::MInternalUnits::Get())),
+          m_near(tolerance > 0)
+    {
+    }
+
+    MStlPoint* Vertex(std::array<std::int32_t, 3> const& at)
+    {
+        if (!m_near)
+        {
+            auto [entry, fresh] = m_points.try_emplace(Key{at[0], at[1], at[2]}, nullptr);
+            if (fresh)
+            {
+                entry->second = m_mesh.AddPoint(at[0], at[1], at[2]);
+            }
+            return entry->second;
+        }
+        Key const cell = Cell(at);
+        for (std::int64_t dx = -1; dx <= 1; ++dx)
+        {
+            for (std::int64_t dy = -1; dy <= 1; ++dy)
+            {
+                for (std::int64_t dz = -1; dz <= 1; ++dz)
+                {
+                    auto const found = m_grid.find(Key{cell[0] + dx, cell[1] + dy, cell[2] + dz});
+                    if (found == m_grid.end())
+                    {
+                        continue;
+                    }
+                    for (MStlPoint* point : found->second)
+                    {
+                        if (Close(*point, at))
+                        {
+                            return point;
+                        }
+                    }
+                }
+            }
+        }
+        MStlPoint* const point = m_mesh.AddPoint(at[0], at[1], at[2]);
+        m_grid[cell].push_back(point);
+        return point;
+    }
+
+private:
+    Key Cell(std::array<std::int32_t, 3> const& at) const
+    {
+        return Key{static_cast<std::int64_t>(std::floor(at[0] / m_cell)),
+                   static_cast<std::int64_t>(std::floor(at[1] / m_cell)),
+                   static_cast<std::int64_t>(std::floor(at[2] / m_cell))};
+    }
+
+    bool Close(MStlPoint const& point, std::array<std::int32_t, 3> const& at) const
+    {
+        double const dx = double(point.GetX()) - at[0];
+        double const dy = double(point.GetY()) - at[1];
+        double const dz = double(point.GetZ()) - at[2];
+        return dx * dx + dy * dy + dz * dz <= m_cell * m_cell;
+    }
+
+    MStlBase& m_mesh;
+    double m_cell;
+    bool m_near;
+    std::unordered_map<Key, MStlPoint*, KeyHash> m_points;
+    std::unordered_map<Key, std::vector<MStlPoint*>, KeyHash> m_grid;
+};
+} // namespace
+
+WeldedSoup WeldTriangleSoup(TriangleSoup const& soup, double toleranceMm)
+{
+    if (soup.corners.size() % 9 != 0)
+    {
+        throw std::invalid_argument("a triangle soup holds nine numbers a triangle, not " +
+                                    std::to_string(soup.corners.size()));
+    }
+    std::size_t const count = soup.corners.size() / 9;
+    bool const coloured = !soup.cornerColors.empty();
+    if (coloured && soup.cornerColors.size() != 3 * count)
+    {
+        throw std::invalid_argument(
+            "a triangle soup's colours are three a triangle: " + std::to_string(soup.cornerColors.size()) +
+            " for " + std::to_string(count) + " triangles");
+    }
+    if (!(toleranceMm >= 0) || !std::isfinite(toleranceMm))
+    {
+        throw std::invalid_argument(
+            "the welding tolerance must be a finite number of millimetres, at least 0");
+    }
+    WeldedSoup welded;
+    welded.mesh = std::make_unique<MStlBase>();
+    if (coloured)
+    {
+        welded.colors = std::make_unique<MStlColorMaskTrianglePoints>(&welded.mesh->GetTriangleMaskOwner());
+    }
+    Welder welder(*welded.mesh, toleranceMm);
+    double const* corner = soup.corners.data();
+    for (std::size_t t = 0; t < count; ++t)
+    {
+        MStlPoint* points[3];
+        for (int c = 0; c < 3; ++c, corner += 3)
+        {
+            points[c] =
+                welder.Vertex({ToInternal(corner[0], t), ToInternal(corner[1], t), ToInternal(corner[2], t)});
+        }
+        MStlTriangle* const triangle =
+            points[0] == points[1] || points[1] == points[2] || points[0] == points[2]
+                ? nullptr
+                : welded.mesh->AddTriangle(points[0], points[1], points[2]);
+        if (triangle == nullptr)
+        {
+            ++welded.degenerate;
+            continue;
+        }
+        if (coloured)
+        {
+            MStlColorTrianglePoints& colors = welded.colors->GetInfo(*triangle);
+            for (int c = 0; c < 3; ++c)
+            {
+                colors.m_colors[c] = MStlColor(soup.cornerColors[3 * t + c]);
+            }
+        }
+    }
+    return welded;
+}
+} // namespace format3mf
