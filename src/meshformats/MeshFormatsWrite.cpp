@@ -200,9 +200,16 @@ std::vector<std::string> WriteMeshFile(std::string const& path, Format format,
         scene.mMeshes[i] = ToAssimp(*meshes[i], coloured && keepsColours);
         scene.mRootNode->mMeshes[i] = static_cast<unsigned>(i);
     }
-    char const* const id = format == Format::Stl   ? (options.ascii ? "stl" : "stlb")
+    // assimp's binary PLY with vertex colours does not read back (its
+    // reader refuses the faces): a coloured PLY is written as text.
+    bool const text = options.ascii || (format == Format::Ply && coloured);
+    if (format == Format::Ply && coloured && !options.ascii)
+    {
+        notes.push_back("a coloured PLY is written as text");
+    }
+    char const* const id = format == Format::Stl   ? (text ? "stl" : "stlb")
                            : format == Format::Obj ? "objnomtl"
-                                                   : (options.ascii ? "ply" : "plyb");
+                                                   : (text ? "ply" : "plyb");
     Assimp::Exporter exporter;
     if (exporter.Export(&scene, id, path) != aiReturn_SUCCESS)
     {
