@@ -57,16 +57,13 @@ public:
     {
     }
 
-    MStlPoint* Vertex(std::array<std::int32_t, 3> const& at)
+    // The vertex a corner welds to, or null when it needs one of its own.
+    MStlPoint* Find(std::array<std::int32_t, 3> const& at) const
     {
         if (!m_near)
         {
-            auto [entry, fresh] = m_points.try_emplace(Key{at[0], at[1], at[2]}, nullptr);
-            if (fresh)
-            {
-                entry->second = m_mesh.AddPoint(at[0], at[1], at[2]);
-            }
-            return entry->second;
+            auto const found = m_points.find(Key{at[0], at[1], at[2]});
+            return found == m_points.end() ? nullptr : found->second;
         }
         Key const cell = Cell(at);
         for (std::int64_t dx = -1; dx <= 1; ++dx)
@@ -82,7 +79,7 @@ public:
                     }
                     for (MStlPoint* point : found->second)
                     {
-                        if (Close(*point, at))
+                        if (Close(point->GetX(), point->GetY(), point->GetZ(), at))
                         {
                             return point;
                         }
@@ -90,8 +87,26 @@ public:
                 }
             }
         }
+        return nullptr;
+    }
+
+    // Whether two corners that have no vertex yet would weld to one.
+    bool Same(std::array<std::int32_t, 3> const& a, std::array<std::int32_t, 3> const& b) const
+    {
+        return m_near ? Close(a[0], a[1], a[2], b) : a == b;
+    }
+
+    MStlPoint* Add(std::array<std::int32_t, 3> const& at)
+    {
         MStlPoint* const point = m_mesh.AddPoint(at[0], at[1], at[2]);
-        m_grid[cell].push_back(point);
+        if (m_near)
+        {
+            m_grid[Cell(at)].push_back(point);
+        }
+        else
+        {
+            m_points.emplace(Key{at[0], at[1], at[2]}, point);
+        }
         return point;
     }
 
@@ -103,11 +118,11 @@ private:
                    static_cast<std::int64_t>(std::floor(at[2] / m_cell))};
     }
 
-    bool Close(MStlPoint const& point, std::array<std::int32_t, 3> const& at) const
+    bool Close(double x, double y, double z, std::array<std::int32_t, 3> const& at) const
     {
-        double const dx = double(point.GetX()) - at[0];
-        double const dy = double(point.GetY()) - at[1];
-        double const dz = double(point.GetZ()) - at[2];
+        double const dx = x - at[0];
+        double const dy = y - at[1];
+        double const dz = z - at[2];
         return dx * dx + dy * dy + dz * dz <= m_cell * m_cell;
     }
 
@@ -149,16 +164,33 @@ WeldedSoup WeldTriangleSoup(TriangleSoup const& soup, double toleranceMm)
     double const* corner = soup.corners.data();
     for (std::size_t t = 0; t < count; ++t)
     {
+        // Degenerate triangles are found before any vertex is made for
+        // them, so that none is left that no triangle uses.
+        std::array<std::int32_t, 3> at[3];
         MStlPoint* points[3];
         for (int c = 0; c < 3; ++c, corner += 3)
         {
-            points[c] =
-                welder.Vertex({ToInternal(corner[0], t), ToInternal(corner[1], t), ToInternal(corner[2], t)});
+            at[c] = {ToInternal(corner[0], t), ToInternal(corner[1], t), ToInternal(corner[2], t)};
+            points[c] = welder.Find(at[c]);
         }
-        MStlTriangle* const triangle =
-            points[0] == points[1] || points[1] == points[2] || points[0] == points[2]
-                ? nullptr
-                : welded.mesh->AddTriangle(points[0], points[1], points[2]);
+        bool degenerate = false;
+        for (int a = 0; a < 3; ++a)
+        {
+            int const b = (a + 1) % 3;
+            degenerate =
+                degenerate || (points[a] != nullptr ? points[a] == points[b]
+                                                    : points[b] == nullptr && welder.Same(at[a], at[b]));
+        }
+        if (degenerate)
+        {
+            ++welded.degenerate;
+            continue;
+        }
+        for (int c = 0; c < 3; ++c)
+        {
+            points[c] = points[c] != nullptr ? points[c] : welder.Add(at[c]);
+        }
+        MStlTriangle* const triangle = welded.mesh->AddTriangle(points[0], points[1], points[2]);
         if (triangle == nullptr)
         {
             ++welded.degenerate;
