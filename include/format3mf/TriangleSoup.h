@@ -40,4 +40,28 @@ struct WeldedSoup
 // std::invalid_argument for a coordinate that is not finite or lies outside
 // the internal units' range (about +-214 m), naming the triangle.
 OND_EXPORT WeldedSoup WeldTriangleSoup(TriangleSoup const& soup, double toleranceMm = 0.0);
+
+// The same a triangle at a time, for a reader that streams a soup from a
+// file and never holds all of it.
+class OND_EXPORT SoupWelder
+{
+public:
+    // With colours, every triangle must bring them.
+    explicit SoupWelder(double toleranceMm = 0.0, bool colours = false);
+    ~SoupWelder();
+    SoupWelder(SoupWelder const&) = delete;
+    SoupWelder& operator=(SoupWelder const&) = delete;
+
+    // Nine coordinates in millimetres, and three packed RGB colours when the
+    // welder takes colours (else null). Throws as WeldTriangleSoup does.
+    void Add(double const* corners, std::uint32_t const* colors = nullptr);
+    // The mesh so far; the welder is empty afterwards.
+    WeldedSoup Finish();
+
+private:
+    class Grid;
+    std::unique_ptr<Grid> m_grid;
+    WeldedSoup m_welded;
+    std::size_t m_triangles = 0;
+};
 } // namespace format3mf

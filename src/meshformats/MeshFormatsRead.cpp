@@ -2,6 +2,7 @@
 // file claims in its header is checked against its size before assimp sees
 // it, so that a count in a small file never turns into memory.
 #include "MeshFormats.h"
+#include "StlBinary.h"
 
 #include <assimp/Importer.hpp>
 #include <assimp/material.h>
@@ -43,8 +44,8 @@ std::uint64_t SizeOf(std::string const& path)
 }
 
 // A binary STL is 84 bytes and 50 a triangle; a text one begins with "solid"
-// and ends with "endsolid".
-void CheckStl(std::string const& path, std::uint64_t size)
+// and ends with "endsolid". Gives the count of a binary one, -1 for text.
+std::int64_t CheckStl(std::string const& path, std::uint64_t size)
 {
     std::string const head = Head(path, 84);
     if (size >= 84)
@@ -53,7 +54,7 @@ void CheckStl(std::string const& path, std::uint64_t size)
         std::memcpy(&count, head.data() + 80, 4);
         if (size == 84 + 50 * std::uint64_t(count))
         {
-            return;
+            return count;
         }
         if (head.compare(0, 5, "solid") != 0)
         {
@@ -73,6 +74,7 @@ void CheckStl(std::string const& path, std::uint64_t size)
     {
         Fail(path, "text STL is cut short: it does not end with \"endsolid\"");
     }
+    return -1;
 }
 
 // The element counts of a PLY or OFF header against the bytes the file has:
@@ -128,6 +130,19 @@ void CheckCounts(std::string const& path, std::uint64_t size, Format format)
     }
 }
 
+void Noted(std::string const& path, ReadResult& result)
+{
+    if (result.mesh.mesh->GetNumberOfTriangles() == 0)
+    {
+        Fail(path, "holds no triangles");
+    }
+    if (result.mesh.degenerate != 0)
+    {
+        result.notes.push_back(path + ": " + std::to_string(result.mesh.degenerate) +
+                               " degenerate triangles (two corners in one place) were dropped");
+    }
+}
+
 std::uint32_t Packed(aiColor4D const& color)
 {
     auto const byte = [](float value)
@@ -165,7 +180,14 @@ ReadResult ReadMeshFile(std::string const& path, Format format, ReadOptions cons
     }
     if (format == Format::Stl)
     {
-        CheckStl(path, size);
+        std::int64_t const count = CheckStl(path, size);
+        if (count >= 0)
+        {
+            ReadResult result;
+            result.mesh = ReadBinaryStl(path, static_cast<std::uint32_t>(count), options);
+            Noted(path, result);
+            return result;
+        }
     }
     else if (format == Format::Ply || format == Format::Off)
     {
@@ -239,11 +261,7 @@ ReadResult ReadMeshFile(std::string const& path, Format format, ReadOptions cons
     {
         Fail(path, error.what());
     }
-    if (result.mesh.degenerate != 0)
-    {
-        result.notes.push_back(path + ": " + std::to_string(result.mesh.degenerate) +
-                               " degenerate triangles (two corners in one place) were dropped");
-    }
+    Noted(path, result);
     return result;
 }
 } // namespace meshformats

@@ -2,6 +2,7 @@
 // has no OFF writer). A coloured mesh goes to OBJ and PLY with its colours on
 // the vertices, each triangle with corners of its own.
 #include "MeshFormats.h"
+#include "StlBinary.h"
 
 #include "common/MInternalUnits.h"
 #include "triangles/MStlColorMaskTrianglePoints.h"
@@ -185,6 +186,11 @@ std::vector<std::string> WriteMeshFile(std::string const& path, Format format,
     if (format == Format::Off)
     {
         WriteOff(path, meshes);
+        return notes;
+    }
+    if (format == Format::Stl && !options.ascii)
+    {
+        WriteBinaryStl(path, meshes);
         return notes;
     }
     aiScene scene;
