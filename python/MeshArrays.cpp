@@ -21,18 +21,6 @@ namespace ond3mf
 {
 namespace
 {
-MStlColorMaskTrianglePoints const* CornerColors(MStlBase const& mesh)
-{
-    for (IDataMask const* mask : mesh.GetTriangleMaskOwner().GetMasks())
-    {
-        if (auto const* colors = dynamic_cast<MStlColorMaskTrianglePoints const*>(mask))
-        {
-            return colors;
-        }
-    }
-    return nullptr;
-}
-
 void PutColor(std::uint8_t* rgba, std::uint32_t rgb)
 {
     rgba[0] = rgb & 0xFF;
@@ -45,7 +33,7 @@ void PutColor(std::uint8_t* rgba, std::uint32_t rgb)
 // the mesh's material; None when no triangle has a colour of its own.
 py::object Colors(MStlBase const& mesh)
 {
-    MStlColorMaskTrianglePoints const* const corners = CornerColors(mesh);
+    MStlColorMaskTrianglePoints const* const corners = MStlColorMaskTrianglePoints::FirstOf(mesh);
     bool coloured = corners != nullptr;
     for (auto triangle = mesh.BeginTriangle(), end = mesh.EndTriangle(); !coloured && triangle != end;
          ++triangle)

@@ -1,6 +1,8 @@
 // A named mask giving each triangle colours at its three corners.
 #include "triangles/MStlColorMaskTrianglePoints.h"
 
+#include "triangles/MStlBase.h"
+
 IAmANamedStlMask::~IAmANamedStlMask() = default;
 
 MStlColorMaskTrianglePoints::MStlColorMaskTrianglePoints(IDataMaskOwner* owner)
@@ -19,4 +21,16 @@ MStlColorMaskTrianglePoints::~MStlColorMaskTrianglePoints() = default;
 IDataMask* MStlColorMaskTrianglePoints::Clone(IDataMaskOwner& owner) const
 {
     return new MStlColorMaskTrianglePoints(*this, owner);
+}
+
+MStlColorMaskTrianglePoints const* MStlColorMaskTrianglePoints::FirstOf(MStlBase const& mesh)
+{
+    for (IDataMask const* mask : mesh.GetTriangleMaskOwner().GetMasks())
+    {
+        if (auto const* colors = dynamic_cast<MStlColorMaskTrianglePoints const*>(mask))
+        {
+            return colors;
+        }
+    }
+    return nullptr;
 }

@@ -12,6 +12,8 @@
 #include <string>
 
 // A mask with a label that its user chooses.
+class MStlBase;
+
 class OND_EXPORT IAmANamedStlMask
 {
 public:
@@ -33,6 +35,10 @@ public:
     ~MStlColorMaskTrianglePoints() override;
 
     IDataMask* Clone(IDataMaskOwner& owner) const override;
+
+    // The first mask of corner colours attached to the mesh's triangles, the
+    // one readers and writers of colours take; null when there is none.
+    static MStlColorMaskTrianglePoints const* FirstOf(MStlBase const& mesh);
 
 private:
     MStlColorMaskTrianglePoints(MStlColorMaskTrianglePoints const& other, IDataMaskOwner& owner);

@@ -40,18 +40,6 @@ bool HoldsTexture(Materials const& materials, Texture2D const* texture)
                        [texture](auto const& held) { return held.get() == texture; });
 }
 
-MStlColorMaskTrianglePoints const* FirstColorMask(MStlBase const& stl)
-{
-    for (IDataMask const* mask : stl.GetTriangleMaskOwner().GetMasks())
-    {
-        if (auto const* colors = dynamic_cast<MStlColorMaskTrianglePoints const*>(mask))
-        {
-            return colors;
-        }
-    }
-    return nullptr;
-}
-
 // "/3D/Textures2D/<name>.png", with " (2)", " (3)", ... before the extension
 // while an image of that name is in the package. The name is taken as it
 // stands: one read from "a.png" gives "a.png.png".
@@ -109,7 +97,7 @@ void MeshStlBase::AddContentForWriting(PackageWriteContext* context, MeshStlBase
         m_object->m_propertyGroup = group;
     }
 
-    MStlColorMaskTrianglePoints const* const mask = FirstColorMask(*m_stl);
+    MStlColorMaskTrianglePoints const* const mask = MStlColorMaskTrianglePoints::FirstOf(*m_stl);
     if (m_stl->HasTriangleColors() || mask != nullptr)
     {
         _AddTriangleColors(context, mask);

@@ -22,21 +22,9 @@ namespace meshformats
 {
 namespace
 {
-MStlColorMaskTrianglePoints const* CornerColors(MStlBase const& mesh)
-{
-    for (IDataMask const* mask : mesh.GetTriangleMaskOwner().GetMasks())
-    {
-        if (auto const* colors = dynamic_cast<MStlColorMaskTrianglePoints const*>(mask))
-        {
-            return colors;
-        }
-    }
-    return nullptr;
-}
-
 bool HasColors(MStlBase const& mesh)
 {
-    if (CornerColors(mesh) != nullptr)
+    if (MStlColorMaskTrianglePoints::FirstOf(mesh) != nullptr)
     {
         return true;
     }
@@ -98,7 +86,7 @@ aiMesh* ToAssimp(MStlBase const& mesh, bool colours)
         out->mVertices = new aiVector3D[3 * triangles];
         out->mColors[0] = new aiColor4D[3 * triangles];
     }
-    MStlColorMaskTrianglePoints const* const corners = CornerColors(mesh);
+    MStlColorMaskTrianglePoints const* const corners = MStlColorMaskTrianglePoints::FirstOf(mesh);
     unsigned f = 0;
     for (auto triangle = mesh.BeginTriangle(), end = mesh.EndTriangle(); triangle != end; ++triangle, ++f)
     {

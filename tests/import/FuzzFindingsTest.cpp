@@ -3,6 +3,7 @@
 #include "import/ImportSupport.h"
 #include "support/BlankPng.h"
 
+#include "format3mf/ImportFile.h"
 #include "format3mf/Importer.h"
 #include "format3mf/Package.h"
 #include "format3mf/PackageRead.h"
@@ -119,15 +120,23 @@ TEST(FuzzFindings, APartWithoutExtensionReachesTheCallerAsOutOfRange)
 {
     PackageScratch scratch;
     std::wstring const file = scratch.File("no-extension.3mf");
-    WriteArchive(file, {{"[Content_Types].xml",
-                         R"(<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types">)"
-                         R"(<Default Extension="rels" ContentType="application/xml"/></Types>)"},
-                        {"_rels/.rels", R"(<Relationships><Relationship Id="r" Target="/3D/part" Type="t"/>)"
-                                        R"(</Relationships>)"},
-                        {"3D/part", "x"}});
+    WriteArchive(file,
+                 {{"[Content_Types].xml",
+                   R"(<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types">)"
+                   R"(<Default Extension="rels" ContentType="application/xml"/></Types>)"},
+                  {"_rels/.rels", R"(<Relationships><Relationship Id="r" Target="/3D/part" Type="t"/>)"
+                                  R"(</Relationships>)"},
+                  {"3D/part", R"(<model xmlns="http://schemas.microsoft.com/3dmanufacturing/core/2015/02">)"
+                              "<resources/><build/></model>"}});
     Format_3MF::Package package(nullptr);
     Format_3MF::PackageRead reader(&package, Format_3MF::PackageReadOptions());
     EXPECT_THROW(reader.Read(file, nullptr), std::out_of_range);
+    // ImportFile turns it into a status with a message that names it.
+    format3mf::import::ImportResult const imported = format3mf::import::ImportFile(file);
+    EXPECT_EQ(Importer::ReadFailed, imported.status);
+    ASSERT_FALSE(imported.errors.empty());
+    EXPECT_NE(std::wstring::npos, imported.errors.back().find(L"could not be looked up"))
+        << imported.errors.back();
 
     CommandOutput const output =
         RunCommand(Quoted(OND3MF_INFO) + " " + Quoted(StringConversion::ConvertNativeToUTF8(file)));
