@@ -13,7 +13,7 @@ packages=(
   clang-14 libclang-rt-14-dev
   nlohmann-json3-dev
   pybind11-dev python3-dev python3-numpy python3-pytest python3-dask
-  libassimp-dev
+  libassimp-dev gcovr
 )
 
 missing=()
