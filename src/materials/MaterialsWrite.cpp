@@ -12,6 +12,7 @@
 #include "sax/SAXWriter.h"
 
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <string_view>
 #include <vector>
@@ -28,9 +29,12 @@ std::string_view Decimal(char (&text)[16], int value)
 }
 
 // What a wide string stream prints for a float in its default format: six
-// significant digits, as "%g" does ("0.123457", "1e-05").
+// significant digits, as "%g" does ("0.123457", "1e-05"). A coordinate that
+// is not a number (an application's mesh may hold one) is written as 0: a
+// reader refuses "nan" and "inf".
 std::string_view Coordinate(char (&text)[32], float value)
 {
+    value = std::isfinite(value) ? value : 0.0f;
     int const length = std::snprintf(text, sizeof text, "%g", static_cast<double>(value));
     return std::string_view(text, static_cast<std::size_t>(length));
 }
