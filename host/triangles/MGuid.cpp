@@ -4,6 +4,8 @@
 
 #include "common/HexDigit.h"
 
+#include <random>
+
 namespace
 {
 bool IsBlank(wchar_t c)
@@ -19,6 +21,24 @@ bool IsHyphenPosition(std::size_t index)
 
 namespace MStlRevisionSystem
 {
+MGuid MGuid::NewRandom()
+{
+    static thread_local std::mt19937_64 generator{(std::uint64_t(std::random_device{}()) << 32) ^
+                                                  std::random_device{}()};
+    MGuid guid;
+    for (std::size_t i = 0; i < guid.m_bytes.size(); i += 8)
+    {
+        std::uint64_t const bits = generator();
+        for (std::size_t b = 0; b < 8; ++b)
+        {
+            guid.m_bytes[i + b] = static_cast<std::uint8_t>(bits >> (8 * b));
+        }
+    }
+    guid.m_bytes[6] = static_cast<std::uint8_t>((guid.m_bytes[6] & 0x0F) | 0x40); // version 4
+    guid.m_bytes[8] = static_cast<std::uint8_t>((guid.m_bytes[8] & 0x3F) | 0x80); // RFC 4122 variant
+    return guid;
+}
+
 bool MGuid::SetString(std::wstring const& text)
 {
     m_bytes.fill(0);

@@ -16,6 +16,9 @@ public:
     MGuid() = default;
     virtual ~MGuid() = default;
 
+    // A random GUID (version 4), for things written that must bear one.
+    static MGuid NewRandom();
+
     // Accepts 32 hexadecimal digits in either case, plain or hyphenated as
     // 8-4-4-4-12, optionally in braces, with blanks around. Anything else
     // leaves the nil GUID (all zeros) and returns false, so that malformed

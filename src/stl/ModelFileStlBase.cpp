@@ -2,9 +2,12 @@
 // meshes from the build on read.
 #include "format3mf/ModelFileStlBase.h"
 
+#include "model/ProductionExtension.h"
+
 #include "format3mf/MeshStlBase.h"
 #include "format3mf/Object.h"
 #include "format3mf/PackageReadContext.h"
+#include "format3mf/PackageWriteContext.h"
 #include "stl/BuildFlattening.h"
 
 #include "triangles/MStlBase.h"
@@ -56,6 +59,10 @@ void ModelFileStlBase::_OnStartWriting(PackageWriteContext* context)
         object->m_type = stl->m_partIsSolid ? 0 : stl->m_partIsSupport ? 1 : 3;
     }
     _MakeDummyBuild();
+    if (context->Objects.m_separateFiles)
+    {
+        GiveProductionUUIDs(*this);
+    }
     ModelFile::_OnStartWriting(context);
 }
 

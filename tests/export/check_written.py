@@ -298,6 +298,21 @@ def check(path):
                 find_object(models, component.get(q(PRODUCTION, "path"), name), component.get("objectid"), where)
                 transform(component, where)
     build = models[root].root.find(q(CORE, "build"))
+    # With the production extension required, the build, its items, the
+    # objects and the components bear UUIDs.
+    required = models[root].root.get("requiredextensions", "").split()
+    if any(re.search(r'xmlns:%s="%s"' % (re.escape(p), re.escape(PRODUCTION)), texts[root.lstrip("/")])
+           for p in required):
+        uuid = q(PRODUCTION, "UUID")
+        bearers = [("build", build)] + [("build item", item) for item in ([] if build is None else build)]
+        for name, model in models.items():
+            bearers += [("%s: object %d" % (name, oid), obj) for oid, obj in model.objects.items()]
+            bearers += [("%s: component" % name, c) for c in model.root.iter(q(CORE, "component"))]
+        for where, element in bearers:
+            if element is None or not re.match(r"[0-9A-Fa-f]{8}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-"
+                                               r"[0-9A-Fa-f]{12}$", element.get(uuid, "")):
+                raise Invalid("%s: the production extension is required, but p:UUID is %r"
+                              % (where, None if element is None else element.get(uuid)))
     for item in [] if build is None else build:
         where = "%s: build item" % root
         target = find_object(models, item.get(q(PRODUCTION, "path"), root), item.get("objectid"), where)
