@@ -76,8 +76,10 @@ for way in package pkgconfig; do
     cmake -S "$source_dir/tests/consumer" -B "$build" -DCMAKE_PREFIX_PATH="$prefix" \
     -DCONSUMER_USE_PKGCONFIG=$option -DCONSUMER_EXAMPLES="$examples" -DCMAKE_CXX_FLAGS="$flags" >/dev/null
   cmake --build "$build" >/dev/null
-  # What the programs link is the installed library.
-  ldd "$build/consumer" | grep -q "$prefix" || { echo "consumer ($way) does not use the installed library"; exit 1; }
+  # What the programs link is the installed library. grep reads all of ldd's
+  # output: with -q it would stop at the first match, and under pipefail the
+  # SIGPIPE that ldd may then get would fail the check at random.
+  ldd "$build/consumer" | grep "$prefix" >/dev/null || { echo "consumer ($way) does not use the installed library"; exit 1; }
   mkdir -p "$scratch/run-$way"
   "$build/consumer" "$scratch/run-$way" $sample
   (cd "$scratch/run-$way" && "$build/readme_example_2" && "$build/readme_example_1" triangle.3mf)
