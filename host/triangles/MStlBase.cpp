@@ -2,6 +2,10 @@
 // of them changes, plus its name, material, texture and features.
 #include "triangles/MStlBase.h"
 
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+
 MStlBase::MStlBase()
     : m_points(std::make_shared<MStlPointStore>()), m_triangles(std::make_shared<MStlTriangleStore>()),
       m_feature(*this)
@@ -73,6 +77,46 @@ MStlTriangle* MStlBase::AddTriangle(MStlPoint const* first, MStlPoint const* sec
     points.AddUse(b);
     points.AddUse(c);
     return triangle;
+}
+
+std::uint32_t MStlBase::AddPoints(std::int32_t const* coordinates, std::size_t count)
+{
+    if (count > MStlChunk::kMaxElements)
+    {
+        throw std::length_error("a mesh holds at most 4294967294 points");
+    }
+    return EditPoints().AddMany(coordinates, static_cast<std::uint32_t>(count));
+}
+
+std::size_t MStlBase::AddTriangles(std::uint32_t const* corners, std::size_t count, std::uint32_t pointOffset)
+{
+    if (count > MStlChunk::kMaxElements)
+    {
+        throw std::length_error("a mesh holds at most 4294967294 triangles");
+    }
+    // Checked in one pass before anything is stored, so that a bad index
+    // leaves the mesh as it was. The offset is added in 64 bits: it must not
+    // wrap a bad index back into range.
+    std::uint64_t const points = m_points->Size();
+    std::uint32_t largest = 0;
+    for (std::size_t i = 0; i < 3 * count; ++i)
+    {
+        largest = std::max(largest, corners[i]);
+    }
+    if (count > 0 && std::uint64_t(largest) + pointOffset >= points)
+    {
+        for (std::size_t i = 0; i < 3 * count; ++i)
+        {
+            if (std::uint64_t(corners[i]) + pointOffset >= points)
+            {
+                throw std::out_of_range("triangle " + std::to_string(i / 3) + " names point " +
+                                        std::to_string(std::uint64_t(corners[i]) + pointOffset) +
+                                        " of a mesh of " + std::to_string(points) + " points");
+            }
+        }
+    }
+    MStlPointStore& pointStore = EditPoints();
+    return EditTriangles().AddMany(corners, static_cast<std::uint32_t>(count), pointOffset, pointStore);
 }
 
 void MStlBase::Transform(MMTransform const& transform)

@@ -91,6 +91,23 @@ MStlPoint* MStlPointStore::Add(std::int32_t x, std::int32_t y, std::int32_t z)
     return &point;
 }
 
+std::uint32_t MStlPointStore::AddMany(std::int32_t const* coordinates, std::uint32_t count)
+{
+    std::uint32_t const first = m_table.Extend(count);
+    for (std::uint32_t done = 0; done < count;)
+    {
+        std::uint32_t const index = first + done;
+        std::uint32_t const slot = index % kCapacity;
+        std::uint32_t const run = std::min(count - done, kCapacity - slot);
+        MStlPointChunk& chunk = m_table.ChunkAt(index / kCapacity);
+        std::memcpy(static_cast<void*>(chunk.m_points + slot), coordinates + 3 * std::size_t(done),
+                    run * sizeof(MStlPoint));
+        std::memset(chunk.m_useCounts + slot, 0, run * sizeof(std::uint16_t));
+        done += run;
+    }
+    return first;
+}
+
 void MStlPointStore::AddUse(std::uint32_t index)
 {
     std::uint16_t& count = m_table.ChunkAt(index / kCapacity).m_useCounts[index % kCapacity];
@@ -202,6 +219,36 @@ MStlTriangle* MStlTriangleStore::Add(std::uint32_t a, std::uint32_t b, std::uint
     triangle.m_points[1] = b;
     triangle.m_points[2] = c;
     return &triangle;
+}
+
+std::uint32_t MStlTriangleStore::AddMany(std::uint32_t const* corners, std::uint32_t count,
+                                         std::uint32_t pointOffset, MStlPointStore& points)
+{
+    // Room for all, then the size is set to what was kept: triangles on a
+    // point twice are passed over, as Add's callers refuse them.
+    std::uint32_t const first = m_table.Size();
+    m_table.Reserve(count);
+    std::uint32_t kept = 0;
+    for (std::uint32_t done = 0; done < count; ++done)
+    {
+        std::uint32_t const a = corners[3 * std::size_t(done)] + pointOffset;
+        std::uint32_t const b = corners[3 * std::size_t(done) + 1] + pointOffset;
+        std::uint32_t const c = corners[3 * std::size_t(done) + 2] + pointOffset;
+        if (a == b || b == c || a == c)
+        {
+            continue;
+        }
+        std::uint32_t const index = first + kept++;
+        MStlTriangle& triangle = m_table.ChunkAt(index / kCapacity).m_triangles[index % kCapacity];
+        triangle.m_points[0] = a;
+        triangle.m_points[1] = b;
+        triangle.m_points[2] = c;
+        points.AddUse(a);
+        points.AddUse(b);
+        points.AddUse(c);
+    }
+    m_table.Extend(kept);
+    return kept;
 }
 
 void MStlTriangleStore::Append(MStlTriangleStore const& other, std::uint32_t pointOffset, bool withColors)

@@ -5,11 +5,14 @@
 #include "common/OndExport.h"
 #include "format3mf/IPackageFile.h"
 
+#include <memory>
 #include <string>
 
 namespace Format_3MF
 {
+class BinaryPartReader;
 class ModelFile;
+class PackageRead;
 
 // A binary side part: bulk mesh records in a file of its own, with no XML.
 // Writing, the records go to that file while the model is printed, and the
@@ -37,13 +40,23 @@ protected:
 class OND_EXPORT ModelFileBinary : public PackageFileBinary
 {
 public:
-    ModelFileBinary(std::wstring const& nameInPackage, ModelFile* modelFile)
-        : PackageFileBinary(nameInPackage), m_modelFileOfBinary(modelFile)
-    {
-    }
+    ModelFileBinary(std::wstring const& nameInPackage, ModelFile* modelFile);
+    ~ModelFileBinary() override;
 
     double GetWriteProgressWeight() const override { return 0.4; }
 
+    // For the library's mesh readers: the part's blocks, read from the
+    // archive of `package` while the model part is read (`package` may be
+    // null when m_file is open), or from m_file. Made on first use.
+    BinaryPartReader& GetReader(PackageRead* package);
+    // Called when the model part has been read: what was left of the part is
+    // read through, so that the archive checks it whole, and the archive is
+    // let go. Damaged data throws MZipArchiveError::MGeneric.
+    void FinishReading();
+
     ModelFile* m_modelFileOfBinary;
+
+private:
+    std::unique_ptr<BinaryPartReader> m_reader;
 };
 } // namespace Format_3MF

@@ -8,6 +8,7 @@
 #include "format3mf/PackageReadContext.h"
 #include "format3mf/RelsFile.h"
 
+#include <cstdint>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -46,6 +47,14 @@ public:
     bool ExtractPackageFile(std::wstring const& nameInPackage, bool mandatory,
                             std::wstring const& targetPath);
     bool ExtractPackageFile(PackageFile const& file, bool mandatory, std::wstring const& targetPath);
+    // The bytes of one entry, front to back, through an archive object of its
+    // own, so that a part can be read while another one is (a model's binary
+    // part while the model is parsed); `size` is the size that the archive's
+    // directory declares. Null after a failure to open it, noted in the
+    // context as ExtractPackageFile notes it. Read throws
+    // MZipArchiveError::MGeneric when the entry's data is damaged.
+    std::unique_ptr<IReadBuffer> OpenPackageFile(std::wstring const& nameInPackage, bool mandatory,
+                                                 std::uint64_t& size);
 
     void GetContentTypes(std::vector<std::wstring>& types);
     void GetAllModelFileNamespaces(std::vector<std::wstring>& namespaces);

@@ -86,6 +86,17 @@ public:
     virtual MStlTriangle* AddTriangle(MStlPoint const* first, MStlPoint const* second, MStlPoint const* third,
                                       MStlSurface* surface = nullptr);
 
+    // The same for whole arrays, for readers that hold many at once: no call
+    // per element. AddPoints appends `count` points from x, y, z triples and
+    // gives the index of the first. AddTriangles appends `count` triangles
+    // from triples of point indices, each moved by `pointOffset`; a triple
+    // that names one point twice is passed over, as AddTriangle refuses it,
+    // and the number appended is given. Both throw before anything changes:
+    // std::length_error past 32-bit indices, std::out_of_range (AddTriangles)
+    // when an index names no point of this mesh.
+    std::uint32_t AddPoints(std::int32_t const* coordinates, std::size_t count);
+    std::size_t AddTriangles(std::uint32_t const* corners, std::size_t count, std::uint32_t pointOffset = 0);
+
     // Moves every point, rounding half away from zero to 32 bits (values out
     // of range saturate, NaN gives 0). One pass over the points.
     virtual void Transform(MMTransform const& transform);

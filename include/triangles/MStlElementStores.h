@@ -38,6 +38,10 @@ public:
     bool Owns(MStlPoint const* point) const { return point && m_table.Owns(point, point->GetIndex()); }
 
     MStlPoint* Add(std::int32_t x, std::int32_t y, std::int32_t z);
+    // Appends `count` points from x, y, z triples, chunk by chunk, and gives
+    // the index of the first. Throws std::length_error past 32-bit indices
+    // before anything changes.
+    std::uint32_t AddMany(std::int32_t const* coordinates, std::uint32_t count);
     void AddUse(std::uint32_t index);
     // Appends copies of the points of another store (which may be this one).
     void Append(MStlPointStore const& other);
@@ -78,6 +82,12 @@ public:
     }
 
     MStlTriangle* Add(std::uint32_t a, std::uint32_t b, std::uint32_t c);
+    // Appends the triples of `corners` that name three distinct points, each
+    // index moved by `pointOffset`, and counts their uses in `points`. The
+    // indices must have been checked against `points`. Gives the number of
+    // triangles appended.
+    std::uint32_t AddMany(std::uint32_t const* corners, std::uint32_t count, std::uint32_t pointOffset,
+                          MStlPointStore& points);
     // Appends copies of the triangles of another store (which may be this
     // one), their point indices moved by pointOffset.
     void Append(MStlTriangleStore const& other, std::uint32_t pointOffset, bool withColors);

@@ -28,7 +28,7 @@ std::wstring const kRadius = L"radius";
 
 BeamLatticeStlBaseRead::BeamLatticeStlBaseRead(PackageReadContext* context, BeamLatticeStlBase* lattice,
                                                MeshStlBaseRead& mesh, wchar_t const* nameSpace)
-    : ISAXReadHelper(&mesh), XMLReadHandler(context), m_lattice(lattice), m_points(mesh.GetPoints()),
+    : ISAXReadHelper(&mesh), XMLReadHandler(context), m_lattice(lattice), m_mesh(mesh),
       m_elementInfo(&MStlBaseElementInfoStlDependency::GetDependency(lattice->m_stl, true)->GetElementInfo()),
       m_unitFactor(lattice->m_modelFile->GetUnits().m_factor)
 {
@@ -64,12 +64,12 @@ void BeamLatticeStlBaseRead::_ReadLatticeAttributes(MSAXReader& reader)
 
 MStlPoint* BeamLatticeStlBaseRead::_Point(int index) const
 {
-    if (index < 0 || static_cast<std::size_t>(index) >= m_points.size())
+    if (index < 0 || static_cast<std::size_t>(index) >= m_mesh.GetNumberOfVertices())
     {
         throw Exception(L"A beam refers to vertex " + std::to_wstring(index) + L" of " +
-                        std::to_wstring(m_points.size()) + L" vertices.");
+                        std::to_wstring(m_mesh.GetNumberOfVertices()) + L" vertices.");
     }
-    return m_points[static_cast<std::size_t>(index)];
+    return m_mesh.GetVertexPoint(static_cast<std::size_t>(index));
 }
 
 // All beams go to the first graph, made with the first beam if the mesh has

@@ -9,7 +9,6 @@
 #include "format3mf/XMLPersistHelpers.h"
 
 #include <cstdint>
-#include <deque>
 #include <string>
 #include <string_view>
 
@@ -45,7 +44,7 @@ protected:
     std::int32_t _ToInternal(double length) const;
 
     BeamLatticeStlBase* m_lattice;
-    std::deque<MStlPoint*> const& m_points;
+    MeshStlBaseRead const& m_mesh;
     MStlBaseElementInfo* m_elementInfo;
     // The prefix of the dialect's namespace, for prefixed attributes; empty
     // when it has none.

@@ -2,6 +2,7 @@
 // file it reads from, and the file it is written from.
 #include "format3mf/PackageFileBinary.h"
 
+#include "binary/BinaryPartReader.h"
 #include "format3mf/FormatIdentifiers.h"
 #include "format3mf/PackageWrite.h"
 #include "format3mf/PackageWriteContext.h"
@@ -29,6 +30,31 @@ struct FileCloser
 PackageFileBinary::PackageFileBinary(std::wstring const& nameInPackage)
     : IPackageFile(nameInPackage), m_file(kFileBufferSize)
 {
+}
+
+ModelFileBinary::ModelFileBinary(std::wstring const& nameInPackage, ModelFile* modelFile)
+    : PackageFileBinary(nameInPackage), m_modelFileOfBinary(modelFile)
+{
+}
+
+ModelFileBinary::~ModelFileBinary() = default;
+
+BinaryPartReader& ModelFileBinary::GetReader(PackageRead* package)
+{
+    if (!m_reader)
+    {
+        m_reader = std::make_unique<BinaryPartReader>(*this, package);
+    }
+    return *m_reader;
+}
+
+void ModelFileBinary::FinishReading()
+{
+    if (m_reader)
+    {
+        std::unique_ptr<BinaryPartReader> const reader = std::move(m_reader);
+        reader->Finish();
+    }
 }
 
 bool PackageFileBinary::_GetContentInfo(std::wstring& contentType, std::wstring& extension) const

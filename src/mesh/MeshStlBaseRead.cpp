@@ -247,19 +247,34 @@ bool MeshStlBaseRead::_ReadVertex(MSAXReader& reader)
     return true;
 }
 
+void MeshStlBaseRead::_NoteFirstVertex()
+{
+    if (m_vertexCount == 0)
+    {
+        m_firstPoint = static_cast<std::uint32_t>(m_mesh->m_stl->GetNumberOfPoints());
+    }
+}
+
 void MeshStlBaseRead::_AddVertex(double x, double y, double z)
 {
-    m_points.push_back(m_mesh->m_stl->AddPoint(_ToInternal(x), _ToInternal(y), _ToInternal(z), true));
+    _NoteFirstVertex();
+    m_mesh->m_stl->AddPoint(_ToInternal(x), _ToInternal(y), _ToInternal(z), true);
+    ++m_vertexCount;
+}
+
+MStlPoint* MeshStlBaseRead::GetVertexPoint(std::size_t index) const
+{
+    return &m_mesh->m_stl->PointAt(m_firstPoint + static_cast<std::uint32_t>(index));
 }
 
 MStlPoint* MeshStlBaseRead::_Point(int index) const
 {
-    if (index < 0 || static_cast<std::size_t>(index) >= m_points.size())
+    if (index < 0 || static_cast<std::size_t>(index) >= m_vertexCount)
     {
         throw Exception(L"A triangle refers to vertex " + std::to_wstring(index) + L" of " +
-                        std::to_wstring(m_points.size()) + L" vertices.");
+                        std::to_wstring(m_vertexCount) + L" vertices.");
     }
-    return m_points[static_cast<std::size_t>(index)];
+    return GetVertexPoint(static_cast<std::size_t>(index));
 }
 
 IPropertyGroup* MeshStlBaseRead::_Group(tReferenceID id)

@@ -9,7 +9,6 @@
 #include "sax/PlainContent.h"
 
 #include <cstdint>
-#include <deque>
 #include <string>
 #include <string_view>
 
@@ -19,7 +18,7 @@ namespace Format_3MF
 {
 class IPropertyGroup;
 struct BinaryRef;
-class ModelFileBinary;
+class BinaryPartReader;
 
 // The content of a "mesh": points and triangles go straight into the host
 // mesh, and the property reference of each triangle is noted on the binding
@@ -36,8 +35,11 @@ public:
     // Notes the end of "vertices" and "triangles", which "bin" depends on.
     void HandleEndTag(std::wstring const& tag) override;
 
-    // The points of the file's vertices, by index; beams refer to them too.
-    std::deque<MStlPoint*> const& GetPoints() const { return m_points; }
+    // The file's vertices read so far; beams refer to them too.
+    std::size_t GetNumberOfVertices() const { return m_vertexCount; }
+    // The host point of vertex `index` of the file, which must be below
+    // GetNumberOfVertices().
+    MStlPoint* GetVertexPoint(std::size_t index) const;
 
     bool AcceptsPlainContent(std::string_view tag) override;
     bool HandlePlainElement(OndSAX::PlainElement const& element, MSAXReader& reader) override;
@@ -75,6 +77,9 @@ private:
     bool _ReadPlainVertex(OndSAX::PlainElement const& element, MSAXReader& reader);
     bool _ReadPlainTriangle(OndSAX::PlainElement const& element, MSAXReader& reader);
     void _AddVertex(double x, double y, double z);
+    // Where the vertices of the file begin in the host mesh, fixed by the
+    // first one.
+    void _NoteFirstVertex();
     void _AddTriangle(int v1, int v2, int v3, Reference const& reference);
     // A vertex index of the file; out of range is refused, naming the index.
     MStlPoint* _Point(int index) const;
@@ -88,12 +93,16 @@ private:
     bool _ReadBinary(MSAXReader& reader);
     void _ReadBinaryVertices(BinaryRef const& ref);
     void _ReadBinaryTriangles(BinaryRef const& ref);
-    ModelFileBinary* _BinaryPart() const;
+    // The model's binary part placed on the block; throws when the model
+    // names none or the block does not lie in it.
+    BinaryPartReader& _SeekBinary(BinaryRef const& ref) const;
 
     MeshStlBase* m_mesh;
-    // Points never move in the host mesh, so their addresses serve as the
-    // file's vertex indices.
-    std::deque<MStlPoint*> m_points;
+    // Only this reader adds points to the host mesh, so the file's vertices
+    // are its points from m_firstPoint on, in file order: a vertex index is
+    // a point index, and blocks of them go into the mesh in bulk.
+    std::uint32_t m_firstPoint = 0;
+    std::size_t m_vertexCount = 0;
     double m_unitFactor;
     // The scope of the mesh is fixed while it is read, so a prefix means the
     // same namespace each time: the last one looked up is remembered.

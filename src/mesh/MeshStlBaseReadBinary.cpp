@@ -1,33 +1,29 @@
 // The "bin" branch of the mesh reader: vertices and triangles from the
-// model's binary part, through the part's buffered file.
+// model's binary part, taken in batches and handed to the host mesh in bulk.
 // Triangles from there carry no property references.
 #include "mesh/MeshStlBaseRead.h"
 
-#include "binary/BinaryBlock.h"
+#include "binary/BinaryPartReader.h"
 #include "binary/BinaryRefXML.h"
 #include "format3mf/Exception.h"
 #include "format3mf/ModelFile.h"
 #include "format3mf/Object.h"
+#include "format3mf/PackageFileBinary.h"
+#include "format3mf/PackageReadContext.h"
 
-#include "common/MFile.h"
 #include "triangles/MStlBase.h"
 
 #include <algorithm>
+#include <cstring>
+#include <vector>
 
 namespace Format_3MF
 {
 namespace
 {
-// Records taken from the part's buffer per call: a call per record would
-// cost as much as the copying itself.
-constexpr std::uint64_t kBatch = 1024;
-
-// The size was checked before, so a short read means the file went wrong
-// under us.
-[[noreturn]] void ShortRead(ModelFileBinary const& part)
-{
-    throw Exception(L"The binary part " + part.GetFileNameInPackage() + L" ended within a block.");
-}
+// Records per batch: small enough to stay in the cache between the part's
+// bytes and the mesh, large enough that the calls per batch cost nothing.
+constexpr std::uint64_t kBatch = 16384;
 
 bool EndsWithLocalName(std::wstring const& tag, std::wstring_view local)
 {
@@ -36,10 +32,18 @@ bool EndsWithLocalName(std::wstring const& tag, std::wstring_view local)
 }
 } // namespace
 
-// The part named by the model part that holds the object.
-ModelFileBinary* MeshStlBaseRead::_BinaryPart() const
+// The part named by the model part that holds the object, placed on the
+// block.
+BinaryPartReader& MeshStlBaseRead::_SeekBinary(BinaryRef const& ref) const
 {
-    return m_mesh->m_object->m_modelFile->GetBinaryFile();
+    ModelFileBinary* const part = m_mesh->m_object->m_modelFile->GetBinaryFile();
+    if (part == nullptr)
+    {
+        throw Exception(L"A mesh keeps its data in a binary part, but the model names no binary part.");
+    }
+    BinaryPartReader& reader = part->GetReader(m_context->m_packageRead);
+    reader.Seek(ref);
+    return reader;
 }
 
 void MeshStlBaseRead::HandleEndTag(std::wstring const& tag)
@@ -79,48 +83,53 @@ bool MeshStlBaseRead::_ReadBinary(MSAXReader& reader)
 // the writer puts millimetres here: the two agree for a model in millimetres.
 void MeshStlBaseRead::_ReadBinaryVertices(BinaryRef const& ref)
 {
-    ModelFileBinary* const part = _BinaryPart();
-    MFile& file = SeekBinaryBlock(part, ref);
+    BinaryPartReader& part = _SeekBinary(ref);
     MStlBase& stl = *m_mesh->m_stl;
-    float xyz[3 * kBatch];
+    _NoteFirstVertex();
+    // The floats are turned into internal units where they were read.
+    std::vector<std::int32_t> numbers(3 * std::min(kBatch, ref.m_count));
     for (std::uint64_t done = 0; done < ref.m_count;)
     {
         std::uint64_t const records = std::min(kBatch, ref.m_count - done);
-        if (file.READ(xyz, 3 * records) != 3 * records)
+        part.Read(numbers.data(), records * BinaryRecordSize);
+        for (std::uint64_t i = 0; i < 3 * records; ++i)
         {
-            ShortRead(*part);
+            float coordinate;
+            std::memcpy(&coordinate, &numbers[i], sizeof coordinate);
+            numbers[i] = _ToInternal(coordinate);
         }
-        for (std::uint64_t i = 0; i < 3 * records; i += 3)
-        {
-            m_points.push_back(
-                stl.AddPoint(_ToInternal(xyz[i]), _ToInternal(xyz[i + 1]), _ToInternal(xyz[i + 2]), true));
-        }
+        stl.AddPoints(numbers.data(), records);
+        m_vertexCount += records;
         done += records;
     }
 }
 
 void MeshStlBaseRead::_ReadBinaryTriangles(BinaryRef const& ref)
 {
-    ModelFileBinary* const part = _BinaryPart();
-    MFile& file = SeekBinaryBlock(part, ref);
+    BinaryPartReader& part = _SeekBinary(ref);
     MStlBase& stl = *m_mesh->m_stl;
-    std::int32_t corners[3 * kBatch];
+    std::vector<std::int32_t> corners(3 * std::min(kBatch, ref.m_count));
     for (std::uint64_t done = 0; done < ref.m_count;)
     {
         std::uint64_t const records = std::min(kBatch, ref.m_count - done);
-        if (file.READ(corners, 3 * records) != 3 * records)
+        part.Read(corners.data(), records * BinaryRecordSize);
+        // One pass finds whether any index is out of range (a negative one
+        // is, as unsigned); only then is the first one looked for, to be
+        // named. A triangle on a point twice is passed over by the host, as
+        // in XML.
+        std::uint32_t largest = 0;
+        for (std::uint64_t i = 0; i < 3 * records; ++i)
         {
-            ShortRead(*part);
+            largest = std::max(largest, static_cast<std::uint32_t>(corners[i]));
         }
-        for (std::uint64_t i = 0; i < 3 * records; i += 3)
+        if (largest >= m_vertexCount)
         {
-            // One at a time, so that a failure names the first bad index. A
-            // triangle on a point twice is refused by the host, as in XML.
-            MStlPoint const* const first = _Point(corners[i]);
-            MStlPoint const* const second = _Point(corners[i + 1]);
-            MStlPoint const* const third = _Point(corners[i + 2]);
-            stl.AddTriangle(first, second, third, nullptr);
+            for (std::uint64_t i = 0; i < 3 * records; ++i)
+            {
+                _Point(corners[i]);
+            }
         }
+        stl.AddTriangles(reinterpret_cast<std::uint32_t const*>(corners.data()), records, m_firstPoint);
         done += records;
     }
 }

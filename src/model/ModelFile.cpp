@@ -377,6 +377,10 @@ void ModelFile::_OnRead(PackageReadContext* context)
     {
         ModelFileRead reader(this, context);
         ReadPartXML(*this, context, reader);
+        if (m_binary)
+        {
+            m_binary->FinishReading();
+        }
     }
     catch (MalformedPartXML const& error)
     {

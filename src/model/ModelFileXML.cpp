@@ -5,10 +5,8 @@
 #include "format3mf/Exception.h"
 #include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFile.h"
-#include "format3mf/PackageRead.h"
 #include "format3mf/ReadAttribute.h"
 #include "foundation/PartNames.h"
-#include "foundation/TemporaryFiles.h"
 #include "model/BuildXML.h"
 #include "model/MetaDataXML.h"
 
@@ -180,18 +178,11 @@ void ModelFileRead::_Warn(std::wstring const& text)
     m_context->m_warnings.push_back(text + L" (in " + m_modelFile->GetFileNameInPackage() + L")");
 }
 
+// The part is read as the meshes ask for its blocks, from an archive object
+// of its own: the model's entry is being read from the main one.
 void ModelFileRead::_ReadBinaryPart(std::wstring const& name)
 {
-    ModelFileBinary* const binary = m_modelFile->SetBinaryFileForReading(name);
-    // Extracted through an archive of the reader's own: the model's entry is
-    // being read from the main one.
-    std::wstring const path = NewTemporaryPath(name);
-    if (m_context->m_packageRead->ExtractPackageFile(name, true, path))
-    {
-        binary->m_fileNameUnpacked = path;
-        binary->m_temporaryPath = path;
-        binary->m_file.OPEN_READ(path.c_str());
-    }
+    m_modelFile->SetBinaryFileForReading(name);
 }
 
 ModelFileWrite::ModelFileWrite(ModelFile const* modelFile, PackageWriteContext* context,

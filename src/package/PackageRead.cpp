@@ -2,6 +2,7 @@
 // custom files, with failures kept in the context.
 #include "format3mf/PackageRead.h"
 
+#include "format3mf/ArchivedCustomFile.h"
 #include "format3mf/Exception.h"
 #include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ModelFile.h"
@@ -10,6 +11,7 @@
 #include "foundation/TemporaryFiles.h"
 
 #include "common/IncrementalProgressReporter.h"
+#include "common/StringConversion.h"
 #include "zip/MZipArchive.h"
 #include "zip/MZipArchiveError.h"
 #include "zip/ReadBufferFromZip.h"
@@ -255,7 +257,12 @@ void PackageRead::_AddRelatedCustomFile(Relationship const& relationship)
     {
         return;
     }
-    auto file = std::make_shared<CustomFile>(relationship.m_target, L"", nullptr);
+    // A model's binary part is read by its meshes straight from the archive:
+    // a copy of it is made only for a caller that asks for one.
+    std::shared_ptr<CustomFile> file =
+        relationship.m_type == RelationshipBinaryModelFile
+            ? std::make_shared<ArchivedCustomFile>(relationship.m_target, m_fileName)
+            : std::make_shared<CustomFile>(relationship.m_target, L"", nullptr);
     file->SetContentInfo(element.m_contentType, element.m_extension);
     file->SetRelationInfo(relationship.m_type);
     m_package->AddCustomFile(std::move(file), false, nullptr);
@@ -335,6 +342,50 @@ bool PackageRead::ExtractPackageFile(std::wstring const& nameInPackage, bool man
         }
     }
     return true;
+}
+
+namespace
+{
+// An entry's bytes together with the archive object they come through.
+class OwnArchiveReadBuffer final : public IReadBuffer
+{
+public:
+    OwnArchiveReadBuffer(std::wstring const& archivePath, std::wstring const& name, std::uint64_t& size)
+        : m_archive(false)
+    {
+        if (!m_archive.OpenArchiveRead(archivePath.c_str()))
+        {
+            throw Exception(L"Could not open 3mf archive: " + m_archive.GetOpenError());
+        }
+        // The buffer refuses a missing entry, naming it.
+        m_buffer = std::make_unique<ReadBufferFromZip>(&m_archive, name.c_str());
+        MZipArchive::MZipFileInfo info;
+        m_archive.GetFileInfo(StringConversion::ConvertNativeToUTF8(name).c_str(), info);
+        size = info.m_uncompressedSize;
+    }
+
+    std::size_t Read(char* data, std::size_t size) override { return m_buffer->Read(data, size); }
+
+private:
+    MZipArchive m_archive;
+    // Declared after the archive: it goes first.
+    std::unique_ptr<ReadBufferFromZip> m_buffer;
+};
+} // namespace
+
+std::unique_ptr<IReadBuffer> PackageRead::OpenPackageFile(std::wstring const& nameInPackage, bool mandatory,
+                                                          std::uint64_t& size)
+{
+    try
+    {
+        return std::make_unique<OwnArchiveReadBuffer>(
+            m_fileName, StringConversion::ConvertMultiByteStringToOndString(ArchiveName(nameInPackage)), size);
+    }
+    catch (MZipArchiveError::MGeneric const& error)
+    {
+        NoteArchiveFailure(m_context, error, mandatory);
+        return nullptr;
+    }
 }
 
 bool PackageRead::ExtractPackageFile(PackageFile const& file, bool mandatory, std::wstring const& targetPath)
