@@ -211,27 +211,6 @@ bool MeshStlBaseRead::_ReadPlainTriangle(OndSAX::PlainElement const& element, MS
     return true;
 }
 
-std::int32_t MeshStlBaseRead::_ToInternal(double value) const
-{
-    double const scaled = value * m_unitFactor * OndSDK::Common::MInternalUnits::Get();
-    double const rounded = scaled >= 0 ? scaled + 0.5 : scaled - 0.5;
-    // Beyond 32 bits the nearest limit, so that a hostile number can't make
-    // the conversion undefined; NaN gives 0.
-    if (std::isnan(rounded))
-    {
-        return 0;
-    }
-    if (rounded >= 2147483648.0)
-    {
-        return std::numeric_limits<std::int32_t>::max();
-    }
-    if (rounded <= -2147483649.0)
-    {
-        return std::numeric_limits<std::int32_t>::min();
-    }
-    return static_cast<std::int32_t>(rounded);
-}
-
 // A vertex without all three coordinates is dropped, and later indices shift:
 // the geometry of a file is taken as it stands.
 bool MeshStlBaseRead::_ReadVertex(MSAXReader& reader)

@@ -6,7 +6,11 @@
 #include "format3mf/XMLHandlers.h"
 #include "format3mf/XMLPersistHelpers.h"
 
+#include "common/MInternalUnits.h"
 #include "sax/PlainContent.h"
+
+#include <cmath>
+#include <limits>
 
 #include <cstdint>
 #include <string>
@@ -83,7 +87,8 @@ private:
     void _AddTriangle(int v1, int v2, int v3, Reference const& reference);
     // A vertex index of the file; out of range is refused, naming the index.
     MStlPoint* _Point(int index) const;
-    // A coordinate of the file in internal units, rounded half away from zero.
+    // A coordinate of the file in internal units, rounded half away from
+    // zero. Inline: the binary reader calls it for every number.
     std::int32_t _ToInternal(double value) const;
     // The property group of an identifier, or null.
     IPropertyGroup* _Group(tReferenceID id);
@@ -115,4 +120,25 @@ private:
     IPropertyGroup* m_lastGroup = nullptr;
     Block m_block = Block::None;
 };
+
+inline std::int32_t MeshStlBaseRead::_ToInternal(double value) const
+{
+    double const scaled = value * m_unitFactor * OndSDK::Common::MInternalUnits::Get();
+    double const rounded = scaled >= 0 ? scaled + 0.5 : scaled - 0.5;
+    // Beyond 32 bits the nearest limit, so that a hostile number can't make
+    // the conversion undefined; NaN gives 0.
+    if (std::isnan(rounded))
+    {
+        return 0;
+    }
+    if (rounded >= 2147483648.0)
+    {
+        return std::numeric_limits<std::int32_t>::max();
+    }
+    if (rounded <= -2147483649.0)
+    {
+        return std::numeric_limits<std::int32_t>::min();
+    }
+    return static_cast<std::int32_t>(rounded);
+}
 } // namespace Format_3MF
