@@ -183,6 +183,11 @@ bool MZipArchive::ExtractFile(char const* name, wchar_t const* target, char cons
     return true;
 }
 
+void MZipArchive::AddPreparedEntry(char const* name, FileIO::Zip::PreparedEntry& entry)
+{
+    Writer().AddPreparedEntry(name != nullptr ? name : "", entry);
+}
+
 FileIO::Zip::ZipWriter& MZipArchive::Writer()
 {
     if (!m_writer)

@@ -12,6 +12,7 @@ struct zip;
 
 namespace FileIO::Zip
 {
+class PreparedEntry;
 class ZipWriter;
 class ZipEntryReader;
 } // namespace FileIO::Zip
@@ -64,6 +65,9 @@ public:
     // nearest zlib's level (-1 is zlib's default; 0 stores it as it is).
     // False on failure or with a password.
     bool AddFile(wchar_t const* diskPath, wchar_t const* nameInArchive, int level, char const* password);
+    // An entry compressed before its turn (see PreparedEntry), finished;
+    // its data is taken over without a copy. Throws MZipArchiveError::MGeneric.
+    void AddPreparedEntry(char const* name, FileIO::Zip::PreparedEntry& entry);
     // Unpacks one entry into target and nothing else. Throws
     // MZipArchiveError::MGeneric on failure (MFileNotFound for a missing
     // entry) and then leaves no file at target.

@@ -42,6 +42,11 @@ bool Zip64Writer::CloseArchive()
     return closed;
 }
 
+void Zip64Writer::AddPreparedEntry(char const* name, PreparedEntry& entry)
+{
+    Writer().AddPreparedEntry(name != nullptr ? name : "", entry);
+}
+
 ZipWriter& Zip64Writer::Writer()
 {
     if (!m_writer)

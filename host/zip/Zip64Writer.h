@@ -9,6 +9,7 @@ class WriteBufferToZip64;
 
 namespace FileIO::Zip
 {
+class PreparedEntry;
 class ZipWriter;
 
 // Writes an archive that may pass the limits of 32-bit archives (entries and
@@ -29,6 +30,9 @@ public:
     // nearest zlib's level (0 stores it as it is).
     // False on failure or with a password, which is not supported.
     bool AddFile(wchar_t const* diskPath, char const* nameInArchive, int level, char const* password);
+    // An entry compressed before its turn (see PreparedEntry), finished;
+    // its data is taken over without a copy. Throws MZipArchiveError::MGeneric.
+    void AddPreparedEntry(char const* name, PreparedEntry& entry);
     // Finishes the archive: libzip writes it only now. False if anything
     // written failed; the file is then removed, never left broken.
     bool CloseArchive();

@@ -3,12 +3,12 @@
 
 #include "common/StringConversion.h"
 #include "zip/MZipArchiveError.h"
-#include "zip/ZipWriter.h"
 
 #include <isa-l/crc.h>
 #include <isa-l/igzip_lib.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace FileIO::Zip
 {
@@ -32,8 +32,8 @@ std::uint32_t LevelBufferSize(int level)
 }
 } // namespace
 
-ZipDeflater::ZipDeflater(ZipWriter& archive, std::string name, int level)
-    : m_archive(archive), m_name(std::move(name)), m_stream(std::make_unique<isal_zstream>()),
+ZipDeflater::ZipDeflater(Sink sink, std::string name, int level)
+    : m_sink(std::move(sink)), m_name(std::move(name)), m_stream(std::make_unique<isal_zstream>()),
       m_levelBuffer(new std::uint8_t[LevelBufferSize(level)]), m_output(new std::uint8_t[kOutputSize])
 {
     isal_deflate_init(m_stream.get());
@@ -88,7 +88,7 @@ void ZipDeflater::Run(bool last)
         std::uint32_t const produced = kOutputSize - m_stream->avail_out;
         if (produced > 0)
         {
-            m_archive.WriteRaw(m_output.get(), produced);
+            m_sink(m_output.get(), produced);
         }
     } while (m_stream->avail_out == 0);
 }

@@ -1,9 +1,11 @@
 #pragma once
 
-// Raw deflate data of one archive entry, made by ISA-L and handed to the
-// archive as it comes, with the size and CRC of what went in.
+// Raw deflate data of one archive entry, made by ISA-L and handed to where
+// the entry's data goes as it comes, with the size and CRC of what went in.
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -11,13 +13,14 @@ struct isal_zstream;
 
 namespace FileIO::Zip
 {
-class ZipWriter;
-
 class ZipDeflater
 {
 public:
+    // Where the deflate data goes, in pieces; it may throw.
+    using Sink = std::function<void(unsigned char const* data, std::size_t size)>;
+
     // level is ISA-L's, 1 to 3. name only serves messages.
-    ZipDeflater(ZipWriter& archive, std::string name, int level);
+    ZipDeflater(Sink sink, std::string name, int level);
     ZipDeflater(ZipDeflater const&) = delete;
     ZipDeflater& operator=(ZipDeflater const&) = delete;
     ~ZipDeflater();
@@ -33,7 +36,7 @@ public:
 private:
     void Run(bool last);
 
-    ZipWriter& m_archive;
+    Sink m_sink;
     std::string m_name;
     std::unique_ptr<isal_zstream> m_stream;
     std::unique_ptr<std::uint8_t[]> m_levelBuffer;

@@ -18,7 +18,10 @@ ZipEntryWriteBuffer::ZipEntryWriteBuffer(ZipWriter& archive, char const* name)
     : m_archive(archive), m_name(name != nullptr ? name : "")
 {
     m_archive.BeginRawEntry(m_name);
-    m_deflater = std::make_unique<ZipDeflater>(m_archive, m_name, kLevel);
+    ZipWriter& target = m_archive;
+    m_deflater = std::make_unique<ZipDeflater>([&target](unsigned char const* data, std::size_t size)
+                                               { target.WriteRaw(data, size); },
+                                               m_name, kLevel);
 }
 
 ZipEntryWriteBuffer::~ZipEntryWriteBuffer()

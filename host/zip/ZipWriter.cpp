@@ -4,6 +4,7 @@
 
 #include "common/StringConversion.h"
 #include "zip/MZipArchiveError.h"
+#include "zip/PreparedEntry.h"
 #include "zip/ZipArchiveSink.h"
 #include "zip/ZipDeflater.h"
 #include "zip/ZipSpool.h"
@@ -192,9 +193,14 @@ void ZipWriter::EndRawEntry(std::uint64_t uncompressedSize, std::uint32_t crc)
 
 void ZipWriter::EndEntry(std::uint64_t size, std::uint32_t crc, std::time_t modified)
 {
-    SpooledEntry const entry{m_entryStart, m_spool->Size() - m_entryStart, size, crc, m_entryStored,
-                             modified};
-    zip_source_t* const source = m_spool->CreateSource(m_archive, entry);
+    EndEntryFrom(*m_spool, m_entryStart, m_spool->Size() - m_entryStart, size, crc, modified);
+}
+
+void ZipWriter::EndEntryFrom(ZipSpool const& spool, std::uint64_t offset, std::uint64_t compressedSize,
+                             std::uint64_t size, std::uint32_t crc, std::time_t modified)
+{
+    SpooledEntry const entry{offset, compressedSize, size, crc, m_entryStored, modified};
+    zip_source_t* const source = spool.CreateSource(m_archive, entry);
     zip_int64_t const index =
         source != nullptr ? zip_file_add(m_archive, m_entryName.c_str(), source, ZIP_FL_ENC_UTF_8) : -1;
     if (index < 0)
@@ -216,6 +222,35 @@ void ZipWriter::EndEntry(std::uint64_t size, std::uint32_t crc, std::time_t modi
     m_localBytes += kLocalHeader + name + entry.m_compressedSize;
     m_directoryBytes += kDirectoryHeader + name;
     ++m_entries;
+}
+
+void ZipWriter::AddPreparedEntry(std::string const& name, PreparedEntry& entry)
+{
+    BeginEntry(name, false);
+    std::uint64_t const compressedSize = entry.GetCompressedSize();
+    if (!m_zip64 && Zip32Need(compressedSize) > kZip32Limit)
+    {
+        Fail(compressedSize > kZip32Limit || entry.GetSize() > kZip32Limit
+                 ? L"The entry is too large for a 32-bit archive"
+                 : L"The archive is too large for a 32-bit archive");
+    }
+    if (!m_zip64 && entry.GetSize() > kZip32Limit)
+    {
+        Fail(L"The entry is too large for a 32-bit archive");
+    }
+    std::unique_ptr<ZipSpool> spool;
+    try
+    {
+        spool = entry.TakeSpool();
+    }
+    catch (MZipArchiveError::MGeneric const&)
+    {
+        AbandonRawEntry();
+        throw;
+    }
+    m_preparedSpools.push_back(std::move(spool));
+    EndEntryFrom(*m_preparedSpools.back(), 0, compressedSize, entry.GetSize(), entry.GetCrc(),
+                 std::time(nullptr));
 }
 
 void ZipWriter::AbandonRawEntry() noexcept
@@ -273,7 +308,9 @@ bool ZipWriter::AddFileData(std::FILE* file, int level)
     std::unique_ptr<ZipDeflater> deflater;
     if (level != 0)
     {
-        deflater = std::make_unique<ZipDeflater>(*this, m_entryName, IsalLevel(level));
+        deflater = std::make_unique<ZipDeflater>([this](unsigned char const* data, std::size_t size)
+                                                 { WriteRaw(data, size); },
+                                                 m_entryName, IsalLevel(level));
     }
     std::uint64_t size = 0;
     std::uint32_t crc = 0;
@@ -331,6 +368,7 @@ bool ZipWriter::Close()
     }
     m_archive = nullptr;
     m_spool.reset();
+    m_preparedSpools.clear();
     if (!written)
     {
         unlink(m_narrowPath.c_str());

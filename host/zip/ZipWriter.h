@@ -8,11 +8,13 @@
 #include <ctime>
 #include <memory>
 #include <string>
+#include <vector>
 
 struct zip;
 
 namespace FileIO::Zip
 {
+class PreparedEntry;
 class ZipSpool;
 
 // The writing half of both archive kinds, on libzip. ISA-L compresses; the
@@ -46,6 +48,9 @@ public:
     void BeginRawEntry(std::string const& name);
     void WriteRaw(unsigned char const* data, std::size_t size);
     void EndRawEntry(std::uint64_t uncompressedSize, std::uint32_t crc);
+    // An entry whose deflate data was made before its turn, finished; the
+    // archive takes its spool over. Failures throw MZipArchiveError::MGeneric.
+    void AddPreparedEntry(std::string const& name, PreparedEntry& entry);
     // Closes an entry that can't be finished and marks the archive damaged.
     void AbandonRawEntry() noexcept;
 
@@ -58,6 +63,9 @@ private:
     ZipWriter(zip* archive, std::wstring path, std::string narrowPath, bool zip64);
     void BeginEntry(std::string const& name, bool stored);
     void EndEntry(std::uint64_t size, std::uint32_t crc, std::time_t modified);
+    // Ends the open entry with compressedSize bytes of `spool` from offset.
+    void EndEntryFrom(ZipSpool const& spool, std::uint64_t offset, std::uint64_t compressedSize,
+                      std::uint64_t size, std::uint32_t crc, std::time_t modified);
     bool AddFileData(std::FILE* file, int level);
     std::uint64_t Zip32Need(std::uint64_t entryBytes) const;
     [[noreturn]] void Fail(wchar_t const* message);
@@ -67,6 +75,8 @@ private:
     std::string m_narrowPath;
     bool m_zip64;
     std::unique_ptr<ZipSpool> m_spool;
+    // The spools of prepared entries, read by libzip at Close.
+    std::vector<std::unique_ptr<ZipSpool>> m_preparedSpools;
     std::uint64_t m_entries = 0;
     bool m_damaged = false;
     // The entry being written.

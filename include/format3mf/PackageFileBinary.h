@@ -5,8 +5,15 @@
 #include "common/OndExport.h"
 #include "format3mf/IPackageFile.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
+
+namespace FileIO::Zip
+{
+class PreparedEntry;
+}
 
 namespace Format_3MF
 {
@@ -14,16 +21,33 @@ class BinaryPartReader;
 class ModelFile;
 class PackageRead;
 
-// A binary side part: bulk mesh records in a file of its own, with no XML.
-// Writing, the records go to that file while the model is printed, and the
-// part then streams the file into the package; reading keeps the unpacked
-// file for the meshes to seek in.
+// A binary side part: bulk mesh records, with no XML. Writing, the records
+// are deflated on a thread of their own while the model is printed, and the
+// package takes the deflated data over when the part's turn comes. Reading,
+// the meshes take them from the archive (ModelFileBinary::GetReader), or
+// from the unpacked file when they come out of order.
 class OND_EXPORT PackageFileBinary : public IPackageFile
 {
 public:
     explicit PackageFileBinary(std::wstring const& nameInPackage);
+    ~PackageFileBinary() override;
 
-    std::wstring m_temporaryPath; // the file on disk that holds the bytes
+    // Writing: opens the records, which go into a temporary file of no name
+    // (gone with its last handle, whatever happens). Throws
+    // MZipArchiveError::MGeneric when it can't be made.
+    void StartWriting();
+    bool IsOpenForWriting() const { return m_records != nullptr; }
+    // Appends records; throws MZipArchiveError::MGeneric when they can't be
+    // taken. Only between StartWriting and FinishWriting.
+    void WriteRecords(void const* data, std::size_t size);
+    // The bytes written so far: where the next block starts.
+    std::uint64_t GetWritePosition() const;
+    // Ends the records and waits for their compression; throws
+    // MZipArchiveError::MGeneric when any of them failed.
+    void FinishWriting();
+
+    // Reading: the unpacked file, when the part had to be unpacked.
+    std::wstring m_temporaryPath;
     MFile m_file;
 
 protected:
@@ -34,6 +58,9 @@ protected:
                   std::shared_ptr<OndSDK::Common::IProgressDelegate> progress) override;
     bool _OnKeepFileAfterReading() const override { return true; }
     bool _OnCanStreamWrite() const override { return true; }
+
+private:
+    std::unique_ptr<FileIO::Zip::PreparedEntry> m_records;
 };
 
 // The binary side part of one model part.

@@ -14,8 +14,9 @@
 class MZipArchive;
 namespace FileIO::Zip
 {
+class PreparedEntry;
 class Zip64Writer;
-}
+} // namespace FileIO::Zip
 namespace OndSDK::Common
 {
 class IProgressDelegate;
@@ -53,6 +54,10 @@ public:
     bool Write(std::wstring const& fileName, std::shared_ptr<OndSDK::Common::IProgressDelegate> progress);
     // A new archive entry for the part; deleting the stream ends the entry.
     std::ostream* CreatePartOutputStream(PackageFile const& file);
+    // The part's entry from data compressed before its turn (a model's
+    // binary part, deflated while the model was written), taken over
+    // without a copy. Throws MZipArchiveError::MGeneric.
+    void AddPreparedPart(PackageFile const& file, FileIO::Zip::PreparedEntry& entry);
 
     PackageWriteContext& GetContext() { return m_context; }
 

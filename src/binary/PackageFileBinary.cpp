@@ -1,36 +1,33 @@
-// The binary side part: its content type and relationship, the unpacked
-// file it reads from, and the file it is written from.
+// The binary side part: its content type and relationship, its reader, and
+// the records it is written from.
 #include "format3mf/PackageFileBinary.h"
 
 #include "binary/BinaryPartReader.h"
 #include "format3mf/FormatIdentifiers.h"
 #include "format3mf/PackageWrite.h"
 #include "format3mf/PackageWriteContext.h"
+#include "foundation/PartNames.h"
+#include "foundation/TemporaryFiles.h"
 
-#include "common/StringConversion.h"
 #include "zip/MZipArchiveError.h"
+#include "zip/PreparedEntry.h"
 
-#include <cstdio>
 #include <memory>
-#include <ostream>
-#include <vector>
+#include <string>
 
 namespace Format_3MF
 {
 namespace
 {
 constexpr std::uint64_t kFileBufferSize = 0x40000;
-
-struct FileCloser
-{
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
 } // namespace
 
 PackageFileBinary::PackageFileBinary(std::wstring const& nameInPackage)
     : IPackageFile(nameInPackage), m_file(kFileBufferSize)
 {
 }
+
+PackageFileBinary::~PackageFileBinary() = default;
 
 ModelFileBinary::ModelFileBinary(std::wstring const& nameInPackage, ModelFile* modelFile)
     : PackageFileBinary(nameInPackage), m_modelFileOfBinary(modelFile)
@@ -75,35 +72,47 @@ void PackageFileBinary::_OnRead(PackageReadContext*)
     m_temporaryPath = m_fileNameUnpacked;
 }
 
-// The records were written to the file while the model's XML was printed;
-// the model part comes first in the package, so they are complete now. They
-// go through the writer's stream like the XML parts, deflated beside the
-// copying: handing the file to the archive to compress on its own would
-// make a binary write slower than the XML it replaces.
+void PackageFileBinary::StartWriting()
+{
+    // The spool goes into the folder of the library's temporary files.
+    std::string const folder = ToPath(NewTemporaryPath(GetFileNameInPackage())).parent_path().string();
+    m_records = std::make_unique<FileIO::Zip::PreparedEntry>(folder, GetFileNameInPackage());
+}
+
+void PackageFileBinary::WriteRecords(void const* data, std::size_t size)
+{
+    if (!m_records)
+    {
+        throw MZipArchiveError::MGeneric(L"The binary part is not open for writing", GetFileNameInPackage());
+    }
+    m_records->Write(static_cast<char const*>(data), size);
+}
+
+std::uint64_t PackageFileBinary::GetWritePosition() const
+{
+    return m_records ? m_records->GetSize() : 0;
+}
+
+void PackageFileBinary::FinishWriting()
+{
+    if (m_records)
+    {
+        m_records->Finish();
+    }
+}
+
+// The records were deflated while the model's XML was printed; the model
+// part comes first in the package, so they are complete now, and the
+// archive takes them as they are.
 void PackageFileBinary::_OnWrite(PackageWriteContext* context,
                                  std::shared_ptr<OndSDK::Common::IProgressDelegate>)
 {
-    if (!m_file.Close())
+    if (!m_records)
     {
-        throw MZipArchiveError::MGeneric(L"Failed to write the binary part", m_temporaryPath);
+        throw MZipArchiveError::MGeneric(L"The binary part was never opened for writing",
+                                         GetFileNameInPackage());
     }
-    std::unique_ptr<std::FILE, FileCloser> file(
-        std::fopen(StringConversion::ConvertNativeToUTF8(m_temporaryPath).c_str(), "rb"));
-    if (!file)
-    {
-        throw MZipArchiveError::MGeneric(L"Failed to open the binary part", m_temporaryPath);
-    }
-    std::unique_ptr<std::ostream> stream(context->m_packageWrite->CreatePartOutputStream(*this));
-    std::vector<char> block(kFileBufferSize);
-    std::size_t got;
-    while ((got = std::fread(block.data(), 1, block.size(), file.get())) > 0)
-    {
-        stream->write(block.data(), static_cast<std::streamsize>(got));
-    }
-    stream->flush();
-    if (std::ferror(file.get()) || !*stream)
-    {
-        throw MZipArchiveError::MGeneric(L"Failed to write the binary part", GetFileNameInPackage());
-    }
+    m_records->Finish();
+    context->m_packageWrite->AddPreparedPart(*this, *m_records);
 }
 } // namespace Format_3MF

@@ -10,7 +10,6 @@
 #include "sax/SAXWriter.h"
 #include "triangles/MStlBase.h"
 #include "triangles/MStlIterators.h"
-#include "zip/MZipArchiveError.h"
 
 #include <stdexcept>
 #include <vector>
@@ -24,7 +23,7 @@ namespace
 ModelFileBinary& BinaryPart(MeshStlBase const& mesh)
 {
     ModelFileBinary* const part = mesh.m_object->m_modelFile->GetBinaryFile();
-    if (part == nullptr || !part->m_file.IsOpen())
+    if (part == nullptr || !part->IsOpenForWriting())
     {
         throw std::logic_error("MeshStlBaseWrite: the model has no binary part open for writing.");
     }
@@ -34,7 +33,7 @@ ModelFileBinary& BinaryPart(MeshStlBase const& mesh)
 // A block starts where the part stands now.
 BinaryRef StartBlock(ModelFileBinary const& part, wchar_t const* format)
 {
-    BinaryRef ref(static_cast<std::int64_t>(part.m_file.GetPosition()), 0, format);
+    BinaryRef ref(static_cast<std::int64_t>(part.GetWritePosition()), 0, format);
     ref.m_ref = part.GetFileNameInPackage();
     return ref;
 }
@@ -62,13 +61,8 @@ std::vector<bool> BeamEnds(MStlBase const& stl, bool latticeWritten)
     return ends;
 }
 
-[[noreturn]] void WriteFailed(ModelFileBinary const& part)
-{
-    throw MZipArchiveError::MGeneric(L"Failed to write the binary part", part.m_temporaryPath);
-}
-
-// Records gathered on the stack and handed to the part's buffer a thousand
-// at a time: a call per record costs as much as the copying itself.
+// Records gathered on the stack and handed to the part a thousand at a
+// time: a call per record would cost as much as the copying itself.
 template <typename Number>
 class RecordBatch
 {
@@ -87,10 +81,7 @@ public:
     }
     void Flush()
     {
-        if (m_part.m_file.WRITE(m_numbers, m_size) != m_size)
-        {
-            WriteFailed(m_part);
-        }
+        m_part.WriteRecords(m_numbers, m_size * sizeof(Number));
         m_size = 0;
     }
 

@@ -8,12 +8,10 @@
 #include "format3mf/PackageRead.h"
 #include "format3mf/PackageWrite.h"
 #include "foundation/PartNames.h"
-#include "foundation/TemporaryFiles.h"
 #include "model/ModelFileXML.h"
 #include "model/ReadBufferModelFileAnalyzeOnly.h"
 #include "package/PartXML.h"
 
-#include "zip/MZipArchiveError.h"
 #include "zip/ReadBufferFromZip.h"
 #include "zip/ReadBufferStream.h"
 
@@ -257,10 +255,7 @@ void ModelFile::EnsureBinary()
         return;
     }
     m_binary = std::make_unique<ModelFileBinary>(GetFileNameInPackage() + ExtensionBinaryModelFile, this);
-    std::wstring const path = NewTemporaryPath(GetFileNameInPackage());
-    m_binary->m_temporaryPath = path;
-    m_binary->m_fileNameUnpacked = path;
-    m_binary->m_file.OPEN_WRITE(path.c_str());
+    m_binary->StartWriting();
     if (m_package != nullptr)
     {
         m_package->AddPackageFile(m_binary.get(), true, this);
@@ -423,11 +418,11 @@ void ModelFile::_OnWrite(PackageWriteContext* context,
                          std::shared_ptr<OndSDK::Common::IProgressDelegate> progress)
 {
     WritePartXML(*this, context, ModelFileWrite(this, context, progress), L"model");
-    // The binary part is complete; records that could not reach the disk
+    // The binary part is complete; records that could not be compressed
     // would leave blocks that the XML names but the part lacks.
-    if (m_binary && !m_binary->m_file.Close())
+    if (m_binary)
     {
-        throw MZipArchiveError::MGeneric(L"Failed to write the binary part", m_binary->m_temporaryPath);
+        m_binary->FinishWriting();
     }
 }
 

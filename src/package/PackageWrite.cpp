@@ -187,6 +187,24 @@ std::ostream* PackageWrite::CreatePartOutputStream(PackageFile const& file)
     return CreateAsyncWriteBufferStream(std::move(buffer)).release();
 }
 
+void PackageWrite::AddPreparedPart(PackageFile const& file, FileIO::Zip::PreparedEntry& entry)
+{
+    std::string const name = StringConversion::ConvertNativeToUTF8(
+        WithForwardSlashes(file.GetFileNameInPackageWithoutLeadingSlash()));
+    if (m_zipArchive)
+    {
+        m_zipArchive->AddPreparedEntry(name.c_str(), entry);
+    }
+    else if (m_zip64Writer)
+    {
+        m_zip64Writer->AddPreparedEntry(name.c_str(), entry);
+    }
+    else
+    {
+        throw std::logic_error("Unspecified target archive.");
+    }
+}
+
 void PackageWrite::_CloseArchive()
 {
     for (WriteFile const& record : m_writeFiles)

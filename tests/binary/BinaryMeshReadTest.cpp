@@ -105,6 +105,64 @@ TEST(BinaryMeshRead, WhatABinElementReads)
     }
 }
 
+// Blocks are read as the part lies: in the order the model names them,
+// straight from the archive; out of that order (two objects on one block,
+// triangles stored before vertices) through the unpacked part. Each block
+// may end exactly where the part ends, and no byte further.
+TEST(BinaryMeshRead, BlocksInAnyOrderUpToTheLastByte)
+{
+    std::string const trianglesFirst = kSquareTriangles + kSquare;
+    struct Case
+    {
+        char const* name;
+        std::string resources;
+        std::string part;
+        std::string says; // empty for a read that succeeds
+    };
+    Case const cases[] = {
+        {"in order, the triangles ending with the part",
+         BinObject(10, R"(format="float3" pos="0" count="4")", R"(format="int32_3" pos="48" count="2")"),
+         kSquare + kSquareTriangles, ""},
+        {"the part one byte short of the last triangle",
+         BinObject(10, R"(format="float3" pos="0" count="4")", R"(format="int32_3" pos="48" count="2")"),
+         (kSquare + kSquareTriangles).substr(0, 71),
+         "A block of 2 records at position 48 lies beyond the end"},
+        {"triangles before vertices, the vertices ending with the part",
+         BinObject(10, R"(format="float3" pos="24" count="4")", R"(format="int32_3" pos="0" count="2")"),
+         trianglesFirst, ""},
+        {"two objects on the same blocks",
+         BinObject(10, R"(format="float3" pos="0" count="4")", R"(format="int32_3" pos="48" count="2")") +
+             BinObject(11, R"(format="float3" pos="0" count="4")", R"(format="int32_3" pos="48" count="2")"),
+         kSquare + kSquareTriangles, ""},
+        {"a part of no bytes", BinObject(10, R"(format="float3" pos="0" count="1")", ""), "",
+         "A block of 1 records at position 0 lies beyond the end of the binary part /3D/3dmodel.model.bin of "
+         "0 "
+         "bytes."},
+    };
+    for (Case const& entry : cases)
+    {
+        MeshRead read(BinaryModel(entry.resources), {}, {{kPart, entry.part}});
+        if (!entry.says.empty())
+        {
+            EXPECT_FALSE(read.ok) << entry.name;
+            EXPECT_NE(std::string::npos, read.Error().find(entry.says)) << entry.name << ": " << read.Error();
+            continue;
+        }
+        ASSERT_TRUE(read.ok) << entry.name << ": " << read.Error();
+        for (int id : {10, 11})
+        {
+            if (read.Mesh(id) == nullptr)
+            {
+                continue;
+            }
+            EXPECT_EQ((std::vector<std::int32_t>{0, Internal(1), Internal(1), 0}), Xs(read.Stl(id)))
+                << entry.name;
+            ASSERT_EQ(2u, read.Stl(id).GetNumberOfTriangles()) << entry.name;
+            EXPECT_EQ(3u, read.Stl(id).TriangleAt(1).GetPointIndex(2)) << entry.name;
+        }
+    }
+}
+
 // A "bin" elsewhere than under "vertices" or "triangles" is not data.
 TEST(BinaryMeshRead, BinOutsideVerticesAndTrianglesIsSkipped)
 {
@@ -154,6 +212,10 @@ TEST(BinaryMeshRead, HostileBlocksFailTheRead)
          true, 0, "the model names no binary part"},
         {"binary part missing from the archive", BinaryModel(BinObject(10, goodVertices, goodTriangles)),
          false, 2, "File not found in archive: 3D/3dmodel.model.bin"},
+        {"a block one record past the end",
+         BinaryModel(BinObject(10, goodVertices, R"(format="int32_3" pos="48" count="4")")), true, 0,
+         "A block of 4 records at position 48 lies beyond the end of the binary part "
+         "/3D/3dmodel.model.bin of 84 bytes."},
     };
     for (Case const& entry : cases)
     {

@@ -6,7 +6,9 @@
 #include "import/ImportSupport.h"
 #include "support/Samples.h"
 
+#include "format3mf/ArchivedCustomFile.h"
 #include "format3mf/Importer.h"
+#include "format3mf/PackageRead.h"
 #include "format3mf/PackageWrite.h"
 
 #include "common/IProgressDelegate.h"
@@ -14,6 +16,9 @@
 #include "triangles/MStlPoint.h"
 
 #include <boost/filesystem.hpp>
+
+#include <fstream>
+#include <iterator>
 
 #include <gtest/gtest.h>
 
@@ -38,6 +43,12 @@ std::unique_ptr<MStlBase> SquareAfterAnUnusedPoint()
     mesh->AddTriangle(a, b, c);
     mesh->AddTriangle(a, c, d);
     return mesh;
+}
+
+std::string ReadFileBytes(std::wstring const& path)
+{
+    std::ifstream file(StringConversion::ConvertNativeToUTF8(path), std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
 std::unique_ptr<MStlBase> OneTriangle()
@@ -181,6 +192,37 @@ TEST(BinaryWrite, ColouredMeshReadsBackWithItsGeometryAndObjectColour)
         EXPECT_FALSE(meshes[0]->TriangleAt(t).GetColor().IsDefined());
     }
     EXPECT_EQ(0x3366ccu, meshes[0]->GetMaterial().GetRGB());
+}
+
+// Read as a package, the binary part is carried as a custom file that stays
+// in the archive until its path is asked for; then the path holds the
+// part's bytes, and writing the package again carries them over.
+TEST(BinaryWrite, ReadPackageCarriesTheBinaryPartLazily)
+{
+    PackageScratch scratch;
+    std::wstring const path = scratch.File("binary.3mf");
+    auto const square = SquareAfterAnUnusedPoint();
+    WriteBinary(path, {square.get()});
+    std::string const bytes = EntryText(path, "3D/3dmodel.model.bin");
+    ASSERT_EQ(4u * 12u + 2u * 12u, bytes.size());
+
+    Format_3MF::ModelFileStlBase model;
+    Format_3MF::Package package(&model);
+    Format_3MF::PackageRead reader(&package, {});
+    ASSERT_TRUE(reader.Read(path, nullptr));
+    std::vector<Format_3MF::CustomFile const*> files;
+    package.GetCustomFiles(files);
+    auto const carried = std::find_if(files.begin(), files.end(),
+                                      [](auto const* file)
+                                      { return dynamic_cast<Format_3MF::ArchivedCustomFile const*>(file); });
+    ASSERT_NE(files.end(), carried);
+    std::wstring const copy = (*carried)->GetPath();
+    EXPECT_EQ(bytes, ReadFileBytes(copy));
+    EXPECT_EQ(copy, (*carried)->GetPath()) << "unpacked once";
+
+    std::wstring const again = scratch.File("again.3mf");
+    Format_3MF::PackageWrite(&package, {}).Write(again, nullptr);
+    EXPECT_EQ(bytes, EntryText(again, "3D/3dmodel.model.bin"));
 }
 
 // A cancel while the package is written leaves neither the package nor the

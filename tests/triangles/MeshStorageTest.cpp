@@ -1,11 +1,15 @@
 // Tests of mesh storage: building and walking elements, stable addresses,
-// use counters and lazily kept colours.
+// use counters, lazily kept colours, and arrays added in bulk.
 #include "MeshTestSupport.h"
 
 #include "triangles/MStlBase.h"
 #include "triangles/MStlChunk.h"
 
 #include <gtest/gtest.h>
+
+#include <random>
+#include <stdexcept>
+#include <vector>
 
 TEST(MeshStorage, BuildsAndWalksPointsAndTriangles)
 {
@@ -128,4 +132,73 @@ TEST(MeshStorage, ColoursCostNothingUntilSetAndPartDataIsCopied)
     EXPECT_EQ(L"support", copy.GetName());
     copy.m_partIsSolid = false;
     EXPECT_TRUE(stl.m_partIsSolid);
+}
+
+// Arrays added in bulk give the store that one element at a time gives:
+// across chunk borders, with an offset, with triangles on a point twice
+// passed over, onto a mesh that shares its storage with a copy; a bad index
+// changes nothing.
+TEST(MeshStorage, BulkInsertionEqualsOneAtATime)
+{
+    std::mt19937 random(7);
+    std::uniform_int_distribution<std::int32_t> coordinate(-1000000, 1000000);
+    constexpr std::uint32_t kPoints = 10000;
+    constexpr std::uint32_t kTriangles = 25000;
+    std::vector<std::int32_t> xyz(3 * kPoints);
+    for (std::int32_t& value : xyz)
+    {
+        value = coordinate(random);
+    }
+    // Indices into the last kPoints points, some triples degenerate.
+    std::uniform_int_distribution<std::uint32_t> index(0, kPoints - 1);
+    std::vector<std::uint32_t> corners(3 * kTriangles);
+    for (std::size_t i = 0; i < corners.size(); ++i)
+    {
+        corners[i] = i % 97 == 2 ? corners[i - 1] : index(random);
+    }
+
+    MStlBase single;
+    MStlBase bulk;
+    for (MStlBase* mesh : {&single, &bulk})
+    {
+        mesh->AddPoint(1, 2, 3); // so that the arrays start at an offset
+    }
+    MStlBase const sharing(bulk);
+    for (std::uint32_t p = 0; p < kPoints; ++p)
+    {
+        single.AddPoint(xyz[3 * p], xyz[3 * p + 1], xyz[3 * p + 2]);
+    }
+    std::size_t made = 0;
+    for (std::uint32_t t = 0; t < kTriangles; ++t)
+    {
+        made +=
+            single.AddTriangle(&single.PointAt(1 + corners[3 * t]), &single.PointAt(1 + corners[3 * t + 1]),
+                               &single.PointAt(1 + corners[3 * t + 2])) != nullptr;
+    }
+    EXPECT_EQ(1u, bulk.AddPoints(xyz.data(), kPoints));
+    EXPECT_EQ(made, bulk.AddTriangles(corners.data(), kTriangles, 1));
+    EXPECT_LT(made, std::size_t(kTriangles));
+
+    ASSERT_EQ(single.GetNumberOfPoints(), bulk.GetNumberOfPoints());
+    ASSERT_EQ(single.GetNumberOfTriangles(), bulk.GetNumberOfTriangles());
+    for (std::uint32_t p = 0; p < single.GetNumberOfPoints(); ++p)
+    {
+        ASSERT_EQ(single.PointAt(p).GetCoordinates(), bulk.PointAt(p).GetCoordinates()) << p;
+        ASSERT_EQ(single.PointAt(p).GetUseCount(), bulk.PointAt(p).GetUseCount()) << p;
+    }
+    for (std::uint32_t t = 0; t < single.GetNumberOfTriangles(); ++t)
+    {
+        for (unsigned corner = 0; corner < 3; ++corner)
+        {
+            ASSERT_EQ(single.TriangleAt(t).GetPointIndex(corner), bulk.TriangleAt(t).GetPointIndex(corner))
+                << t;
+        }
+    }
+    EXPECT_EQ(1u, sharing.GetNumberOfPoints()) << "the copy keeps the storage it shared";
+
+    std::uint32_t const beyond[] = {0, 1, kPoints + 1};
+    EXPECT_THROW(bulk.AddTriangles(beyond, 1), std::out_of_range);
+    EXPECT_THROW(bulk.AddTriangles(beyond, 1, 0xFFFFFFFFu), std::out_of_range) << "the offset must not wrap";
+    EXPECT_EQ(single.GetNumberOfTriangles(), bulk.GetNumberOfTriangles());
+    EXPECT_EQ(single.PointAt(1).GetUseCount(), bulk.PointAt(1).GetUseCount());
 }
