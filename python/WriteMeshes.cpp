@@ -8,8 +8,10 @@
 #include "triangles/MStlColorMaskTrianglePoints.h"
 #include "triangles/MStlTriangle.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace py = pybind11;
 
@@ -140,33 +142,48 @@ BuiltMesh ToMesh(CheckedMesh const& checked)
     built.mesh = std::make_unique<MStlBase>();
     MStlBase& mesh = *built.mesh;
     mesh.SetName(StringConversion::ConvertUTF8ToNative(checked.name.data(), checked.name.size()).c_str());
+    // Into the mesh in bulk, a batch at a time: the arrays were checked, so
+    // every index names a vertex and no triangle names one twice.
+    constexpr std::size_t kBatch = 65536;
     double const unit = OndSDK::Common::MInternalUnits::Get();
-    std::vector<MStlPoint*> points(static_cast<std::size_t>(checked.vertices.shape(0)));
+    std::size_t const vertexCount = static_cast<std::size_t>(checked.vertices.shape(0));
+    std::vector<std::int32_t> xyz(3 * std::min(kBatch, vertexCount));
     double const* v = checked.vertices.data();
-    for (std::size_t i = 0; i < points.size(); ++i, v += 3)
+    for (std::size_t done = 0; done < vertexCount;)
     {
-        // Half away from zero, as lengths read from files are.
-        points[i] = mesh.AddPoint(static_cast<std::int32_t>(std::round(v[0] * unit)),
-                                  static_cast<std::int32_t>(std::round(v[1] * unit)),
-                                  static_cast<std::int32_t>(std::round(v[2] * unit)));
+        std::size_t const batch = std::min(kBatch, vertexCount - done);
+        for (std::size_t i = 0; i < 3 * batch; ++i)
+        {
+            // Half away from zero, as lengths read from files are.
+            xyz[i] = static_cast<std::int32_t>(std::round(v[3 * done + i] * unit));
+        }
+        mesh.AddPoints(xyz.data(), batch);
+        done += batch;
     }
     std::int64_t const* t = checked.triangles.data();
     std::size_t const count = static_cast<std::size_t>(checked.triangles.shape(0));
-    std::uint8_t const* colors = checked.hasColors ? checked.colors.data() : nullptr;
-    if (colors != nullptr)
+    std::vector<std::uint32_t> corners(3 * std::min(kBatch, count));
+    for (std::size_t done = 0; done < count;)
     {
-        built.colors = std::make_unique<MStlColorMaskTrianglePoints>(&mesh.GetTriangleMaskOwner());
-    }
-    for (std::size_t i = 0; i < count; ++i, t += 3)
-    {
-        MStlTriangle* const triangle = mesh.AddTriangle(points[t[0]], points[t[1]], points[t[2]]);
-        if (colors != nullptr && triangle != nullptr)
+        std::size_t const batch = std::min(kBatch, count - done);
+        for (std::size_t i = 0; i < 3 * batch; ++i)
         {
-            MStlColorTrianglePoints& corners = built.colors->GetInfo(*triangle);
+            corners[i] = static_cast<std::uint32_t>(t[3 * done + i]);
+        }
+        mesh.AddTriangles(corners.data(), batch);
+        done += batch;
+    }
+    if (checked.hasColors)
+    {
+        std::uint8_t const* colors = checked.colors.data();
+        built.colors = std::make_unique<MStlColorMaskTrianglePoints>(&mesh.GetTriangleMaskOwner());
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            MStlColorTrianglePoints& triangle = built.colors->GetInfo(static_cast<std::uint32_t>(i));
             for (int corner = 0; corner < 3; ++corner)
             {
                 std::uint8_t const* rgba = colors + 12 * i + 4 * corner;
-                corners.m_colors[corner] =
+                triangle.m_colors[corner] =
                     MStlColor(rgba[0] | (rgba[1] << 8) | (std::uint32_t(rgba[2]) << 16));
             }
         }

@@ -60,8 +60,15 @@ public:
 
 private:
     class Grid;
+    // Hands the triangles made so far to the mesh, in bulk.
+    void _Flush();
+
     std::unique_ptr<Grid> m_grid;
     WeldedSoup m_welded;
     std::size_t m_triangles = 0;
+    // Triangles made but not yet in the mesh, as vertex indices, and how many
+    // were made in all.
+    std::vector<std::uint32_t> m_pending;
+    std::uint32_t m_accepted = 0;
 };
 } // namespace format3mf

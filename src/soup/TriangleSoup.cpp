@@ -5,7 +5,6 @@
 
 #include "common/MInternalUnits.h"
 #include "triangles/MStlPoint.h"
-#include "triangles/MStlTriangle.h"
 
 #include <array>
 #include <cmath>
@@ -48,24 +47,29 @@ std::int32_t ToInternal(double millimetres, std::size_t triangle)
     return static_cast<std::int32_t>(value);
 }
 
+// The index of no vertex.
+constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
+// Triangles handed to the mesh at once.
+constexpr std::size_t kBatch = 65536;
+
 // Exact coordinates to their vertex: open addressing with linear probing in
 // one array, kept at most half full. A node-based map took twice the time of
 // the rest of an STL conversion.
 class ExactTable
 {
 public:
-    MStlPoint* Find(std::array<std::int32_t, 3> const& at) const
+    std::uint32_t Find(std::array<std::int32_t, 3> const& at) const
     {
         if (m_slots.empty())
         {
-            return nullptr;
+            return kNone;
         }
         for (std::size_t slot = Slot(at);; slot = (slot + 1) & (m_slots.size() - 1))
         {
             Entry const& entry = m_slots[slot];
-            if (entry.point == nullptr)
+            if (entry.point == kNone)
             {
-                return nullptr;
+                return kNone;
             }
             if (entry.at == at)
             {
@@ -74,7 +78,7 @@ public:
         }
     }
 
-    void Insert(std::array<std::int32_t, 3> const& at, MStlPoint* point)
+    void Insert(std::array<std::int32_t, 3> const& at, std::uint32_t point)
     {
         if (2 * (m_size + 1) > m_slots.size())
         {
@@ -88,7 +92,7 @@ private:
     struct Entry
     {
         std::array<std::int32_t, 3> at;
-        MStlPoint* point = nullptr;
+        std::uint32_t point = kNone;
     };
 
     std::size_t Slot(std::array<std::int32_t, 3> const& at) const
@@ -99,10 +103,10 @@ private:
         return static_cast<std::size_t>(hash ^ (hash >> 32)) & (m_slots.size() - 1);
     }
 
-    void Place(std::array<std::int32_t, 3> const& at, MStlPoint* point)
+    void Place(std::array<std::int32_t, 3> const& at, std::uint32_t point)
     {
         std::size_t slot = Slot(at);
-        while (m_slots[slot].point != nullptr)
+        while (m_slots[slot].point != kNone)
         {
             slot = (slot + 1) & (m_slots.size() - 1);
         }
@@ -115,7 +119,7 @@ private:
         old.swap(m_slots);
         for (Entry const& entry : old)
         {
-            if (entry.point != nullptr)
+            if (entry.point != kNone)
             {
                 Place(entry.at, entry.point);
             }
@@ -137,8 +141,8 @@ public:
     {
     }
 
-    // The vertex a corner welds to, or null when it needs one of its own.
-    MStlPoint* Find(std::array<std::int32_t, 3> const& at) const
+    // The vertex a corner welds to, or kNone when it needs one of its own.
+    std::uint32_t Find(std::array<std::int32_t, 3> const& at) const
     {
         if (!m_near)
         {
@@ -156,9 +160,10 @@ public:
                     {
                         continue;
                     }
-                    for (MStlPoint* point : found->second)
+                    for (std::uint32_t point : found->second)
                     {
-                        if (Close(point->GetX(), point->GetY(), point->GetZ(), at))
+                        MStlPoint const& there = m_mesh.PointAt(point);
+                        if (Close(there.GetX(), there.GetY(), there.GetZ(), at))
                         {
                             return point;
                         }
@@ -166,7 +171,7 @@ public:
                 }
             }
         }
-        return nullptr;
+        return kNone;
     }
 
     // Whether two corners that have no vertex yet would weld to one.
@@ -175,9 +180,9 @@ public:
         return m_near ? Close(a[0], a[1], a[2], b) : a == b;
     }
 
-    MStlPoint* Add(std::array<std::int32_t, 3> const& at)
+    std::uint32_t Add(std::array<std::int32_t, 3> const& at)
     {
-        MStlPoint* const point = m_mesh.AddPoint(at[0], at[1], at[2]);
+        std::uint32_t const point = m_mesh.AddPoint(at[0], at[1], at[2])->GetIndex();
         if (m_near)
         {
             m_grid[Cell(at)].push_back(point);
@@ -209,7 +214,7 @@ private:
     double m_cell;
     bool m_near;
     ExactTable m_points;
-    std::unordered_map<Key, std::vector<MStlPoint*>, KeyHash> m_grid;
+    std::unordered_map<Key, std::vector<std::uint32_t>, KeyHash> m_grid;
 };
 SoupWelder::SoupWelder(double toleranceMm, bool colours)
 {
@@ -235,7 +240,7 @@ void SoupWelder::Add(double const* corner, std::uint32_t const* colors)
     // Degenerate triangles are found before any vertex is made for them, so
     // that none is left that no triangle uses.
     std::array<std::int32_t, 3> at[3];
-    MStlPoint* points[3];
+    std::uint32_t points[3];
     for (int c = 0; c < 3; ++c, corner += 3)
     {
         at[c] = {ToInternal(corner[0], t), ToInternal(corner[1], t), ToInternal(corner[2], t)};
@@ -245,28 +250,28 @@ void SoupWelder::Add(double const* corner, std::uint32_t const* colors)
     for (int a = 0; a < 3; ++a)
     {
         int const b = (a + 1) % 3;
-        degenerate =
-            degenerate || (points[a] != nullptr ? points[a] == points[b]
-                                                : points[b] == nullptr && m_grid->Same(at[a], at[b]));
+        degenerate = degenerate || (points[a] != kNone ? points[a] == points[b]
+                                                       : points[b] == kNone && m_grid->Same(at[a], at[b]));
     }
     if (degenerate)
     {
         ++m_welded.degenerate;
         return;
     }
+    // Three distinct vertices: the triangle will be made, with the next index.
     for (int c = 0; c < 3; ++c)
     {
-        points[c] = points[c] != nullptr ? points[c] : m_grid->Add(at[c]);
+        points[c] = points[c] != kNone ? points[c] : m_grid->Add(at[c]);
+        m_pending.push_back(points[c]);
     }
-    MStlTriangle* const triangle = m_welded.mesh->AddTriangle(points[0], points[1], points[2]);
-    if (triangle == nullptr)
+    std::uint32_t const triangle = m_accepted++;
+    if (m_pending.size() == 3 * kBatch)
     {
-        ++m_welded.degenerate;
-        return;
+        _Flush();
     }
     if (m_welded.colors && colors != nullptr)
     {
-        MStlColorTrianglePoints& set = m_welded.colors->GetInfo(*triangle);
+        MStlColorTrianglePoints& set = m_welded.colors->GetInfo(triangle);
         for (int c = 0; c < 3; ++c)
         {
             set.m_colors[c] = MStlColor(colors[c]);
@@ -274,8 +279,15 @@ void SoupWelder::Add(double const* corner, std::uint32_t const* colors)
     }
 }
 
+void SoupWelder::_Flush()
+{
+    m_welded.mesh->AddTriangles(m_pending.data(), m_pending.size() / 3);
+    m_pending.clear();
+}
+
 WeldedSoup SoupWelder::Finish()
 {
+    _Flush();
     m_grid.reset();
     return std::move(m_welded);
 }
