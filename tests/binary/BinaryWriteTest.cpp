@@ -210,6 +210,11 @@ TEST(BinaryWrite, ReadPackageCarriesTheBinaryPartLazily)
     Format_3MF::Package package(&model);
     Format_3MF::PackageRead reader(&package, {});
     ASSERT_TRUE(reader.Read(path, nullptr));
+    // The flattened meshes are the reader's caller's.
+    for (std::uint64_t i = 0; i < model.GetNumStls(); ++i)
+    {
+        std::unique_ptr<MStlBase> const owned(model.GetStl(i));
+    }
     std::vector<Format_3MF::CustomFile const*> files;
     package.GetCustomFiles(files);
     auto const carried = std::find_if(files.begin(), files.end(),
