@@ -1,0 +1,222 @@
+// Reading painted triangles: the multi-material paint of PrusaSlicer
+// ("slic3rpe:mmu_segmentation") and of Bambu Studio and OrcaSlicer
+// ("paint_color") is decoded; support and seam paint is counted, for a
+// warning, and left.
+#include "project/PaintedMeshRead.h"
+
+#include "project/PaintedMesh.h"
+
+#include "common/StringConversion.h"
+#include "triangles/MStlBase.h"
+#include "triangles/MStlPoint.h"
+#include "triangles/MStlTriangle.h"
+
+#include <charconv>
+
+namespace Format_3MF::project
+{
+namespace
+{
+std::wstring const kPaint[] = {L"paint_color", L"slic3rpe:mmu_segmentation"};
+std::wstring const kOtherPaint[] = {L"paint_supports", L"paint_seam", L"slic3rpe:custom_supports",
+                                    L"slic3rpe:custom_seam"};
+
+bool IsTriangle(std::wstring const& tag)
+{
+    std::size_t const colon = tag.find(L':');
+    return (colon == std::wstring::npos ? tag : tag.substr(colon + 1)) == L"triangle";
+}
+
+bool ParseIndex(std::string_view text, int& value)
+{
+    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() && end == text.data() + text.size();
+}
+
+std::int32_t Middle(std::int32_t a, std::int32_t b)
+{
+    // Symmetric in a and b, so that two triangles that halve one edge put
+    // their midpoints at the same place.
+    return std::int32_t((std::int64_t(a) + std::int64_t(b)) / 2);
+}
+} // namespace
+
+PaintedMeshRead::PaintedMeshRead(PackageReadContext* context, PaintedMesh* mesh, ISAXReadHelper* parent)
+    : MeshStlBaseRead(context, mesh, parent), m_painted(mesh)
+{
+}
+
+PaintedMeshRead::~PaintedMeshRead()
+{
+    m_painted->NoteVertexCount(GetPoints().size());
+}
+
+std::size_t PaintedMeshRead::_Triangles() const
+{
+    return m_painted->m_stl->GetNumberOfTriangles();
+}
+
+void PaintedMeshRead::_CountPlain(std::size_t before)
+{
+    if (_Triangles() != before)
+    {
+        m_painted->NotePlainTriangle();
+    }
+}
+
+bool PaintedMeshRead::HandleTag(std::wstring const& tag, MSAXReader& reader)
+{
+    if (!IsTriangle(tag))
+    {
+        return MeshStlBaseRead::HandleTag(tag, reader);
+    }
+    std::wstring text;
+    for (std::wstring const& name : kOtherPaint)
+    {
+        if (reader.GetAttributeString(text, name) && !text.empty())
+        {
+            m_painted->NoteSupportOrSeamPaint();
+            break;
+        }
+    }
+    std::size_t const before = _Triangles();
+    int v[3];
+    for (std::wstring const& name : kPaint)
+    {
+        if (reader.GetAttributeString(text, name) && !text.empty() && reader.ReadAttribute(v[0], L"v1") &&
+            reader.ReadAttribute(v[1], L"v2") && reader.ReadAttribute(v[2], L"v3") &&
+            _AddPainted(v[0], v[1], v[2], StringConversion::ConvertNativeToUTF8(text)))
+        {
+            return true;
+        }
+    }
+    bool const taken = MeshStlBaseRead::HandleTag(tag, reader);
+    _CountPlain(before);
+    return taken;
+}
+
+bool PaintedMeshRead::HandlePlainElement(OndSAX::PlainElement const& element, MSAXReader& reader)
+{
+    if (element.m_name != "triangle")
+    {
+        return MeshStlBaseRead::HandlePlainElement(element, reader);
+    }
+    // The core reader takes the element without the paint, which it would
+    // refuse to read in plain form.
+    OndSAX::PlainElement plain;
+    plain.m_name = element.m_name;
+    std::string_view code;
+    bool otherPaint = false;
+    int v[3] = {0, 0, 0};
+    unsigned given = 0;
+    for (std::size_t i = 0; i < element.m_count; ++i)
+    {
+        OndSAX::PlainAttribute const& attribute = element.m_attributes[i];
+        if (attribute.m_name == "paint_color")
+        {
+            code = attribute.m_value;
+            continue;
+        }
+        if (attribute.m_name == "paint_supports" || attribute.m_name == "paint_seam")
+        {
+            otherPaint = otherPaint || !attribute.m_value.empty();
+            continue;
+        }
+        plain.m_attributes[plain.m_count++] = attribute;
+        std::string_view const name = attribute.m_name;
+        if (name.size() == 2 && name[0] == 'v' && name[1] >= '1' && name[1] <= '3' &&
+            ParseIndex(attribute.m_value, v[name[1] - '1']))
+        {
+            given |= 1u << (name[1] - '1');
+        }
+    }
+    if (given == 7 && !code.empty() && _AddPainted(v[0], v[1], v[2], code))
+    {
+        if (otherPaint)
+        {
+            m_painted->NoteSupportOrSeamPaint();
+        }
+        return true;
+    }
+    std::size_t const before = _Triangles();
+    if (!MeshStlBaseRead::HandlePlainElement(plain, reader))
+    {
+        // The parser hands the element to HandleTag, which counts it.
+        return false;
+    }
+    if (otherPaint)
+    {
+        m_painted->NoteSupportOrSeamPaint();
+    }
+    _CountPlain(before);
+    return true;
+}
+
+bool PaintedMeshRead::_AddPainted(int v1, int v2, int v3, std::string_view code)
+{
+    std::vector<std::uint32_t> const& filaments = m_painted->GetFilaments();
+    std::deque<MStlPoint*> const& points = GetPoints();
+    int const corners[3] = {v1, v2, v3};
+    for (int corner : corners)
+    {
+        if (corner < 0 || std::size_t(corner) >= points.size())
+        {
+            return false;
+        }
+    }
+    if (filaments.empty() || m_painted->HasFailed() || v1 == v2 || v2 == v3 || v3 == v1)
+    {
+        return false;
+    }
+    std::uint64_t const plainIndex = m_painted->GetPlainTriangleCount();
+    std::string const error = m_decoder.Decode(code, m_subdivision);
+    std::wstring const triangle = L"triangle " + std::to_wstring(plainIndex);
+    if (!error.empty())
+    {
+        std::string const shown =
+            code.size() > 24 ? std::string(code.substr(0, 24)) + "..." : std::string(code);
+        m_painted->Fail(L"the paint \"" + StringConversion::ConvertMultiByteStringToOndString(shown) +
+                        L"\" of " + triangle + L" is not paint: " +
+                        StringConversion::ConvertMultiByteStringToOndString(error));
+        return false;
+    }
+    for (PaintLeaf const& leaf : m_subdivision.leaves)
+    {
+        if (leaf.state > filaments.size())
+        {
+            m_painted->Fail(L"the paint of " + triangle + L" names filament " + std::to_wstring(leaf.state) +
+                            L", beyond the " + std::to_wstring(filaments.size()) +
+                            L" filaments of the project");
+            return false;
+        }
+    }
+    MStlBase& mesh = *m_painted->m_stl;
+    m_leafPoints.assign({points[v1], points[v2], points[v3]});
+    for (auto const& [a, b] : m_subdivision.midpoints)
+    {
+        MStlPoint const& first = *m_leafPoints[a];
+        MStlPoint const& second = *m_leafPoints[b];
+        m_leafPoints.push_back(mesh.AddPoint(Middle(first.GetX(), second.GetX()),
+                                             Middle(first.GetY(), second.GetY()),
+                                             Middle(first.GetZ(), second.GetZ())));
+    }
+    std::uint64_t leaves = 0;
+    for (PaintLeaf const& leaf : m_subdivision.leaves)
+    {
+        MStlTriangle* const added = mesh.AddTriangle(
+            m_leafPoints[leaf.points[0]], m_leafPoints[leaf.points[1]], m_leafPoints[leaf.points[2]]);
+        if (added == nullptr)
+        {
+            continue;
+        }
+        ++leaves;
+        if (leaf.state != 0)
+        {
+            added->SetRGB(filaments[leaf.state - 1]);
+        }
+    }
+    std::uint32_t const fileCorners[3] = {std::uint32_t(v1), std::uint32_t(v2), std::uint32_t(v3)};
+    m_painted->NotePainted(plainIndex, leaves, fileCorners);
+    return true;
+}
+} // namespace Format_3MF::project
