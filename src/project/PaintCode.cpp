@@ -143,7 +143,7 @@ std::string PaintDecoder::Decode(std::string_view code, PaintSubdivision& out)
     }
     if (left != 0)
     {
-        return std::to_string(left) + " digits stand before its first, outside the subdivision";
+        return "it holds " + std::to_string(left) + " digits beyond its subdivision";
     }
     return {};
 }
