@@ -29,6 +29,8 @@ public:
     void NotePainted(std::uint64_t plainIndex, std::uint64_t leaves, std::uint32_t const (&corners)[3]);
     void NotePlainTriangle() { ++m_plainTriangles; }
     std::uint64_t GetPlainTriangleCount() const { return m_plainTriangles; }
+    // Whether a triangle came out as the leaves of its paint.
+    bool HasPaint() const { return !m_record.empty(); }
     // The triangles of the plain reading that carry support or seam paint.
     void NoteSupportOrSeamPaint() { ++m_supportOrSeamTriangles; }
     std::uint64_t GetSupportOrSeamTriangles() const { return m_supportOrSeamTriangles; }

@@ -83,6 +83,7 @@ public:
             if (object->GetModelFile() != &m_root || described == m_config.objects.end() ||
                 !_Plan(*object, described->second, item.m_transform, parts))
             {
+                _Unpaint(*object);
                 _Add(FlattenObject(m_root, *object, item.m_transform, _Remaining(), m_warnings),
                      PartRole::Printable, std::nullopt);
                 continue;
@@ -126,6 +127,35 @@ private:
                     }
                 }
             });
+    }
+
+    // An object read plain is read as without the project: without its
+    // paint, and that of the objects it places.
+    void _Unpaint(Object const& object)
+    {
+        std::vector<Object const*> pending{&object};
+        std::set<Object const*> seen;
+        while (!pending.empty())
+        {
+            Object const* const next = pending.back();
+            pending.pop_back();
+            if (!seen.insert(next).second)
+            {
+                continue;
+            }
+            auto* const mesh = dynamic_cast<PaintedMesh*>(next->m_mesh.get());
+            if (mesh != nullptr && mesh->m_stl != nullptr && mesh->HasPaint())
+            {
+                mesh->Revert();
+            }
+            for (Component const& component : next->m_components)
+            {
+                if (component.m_object != nullptr)
+                {
+                    pending.push_back(component.m_object);
+                }
+            }
+        }
     }
 
     // How often each object is placed by an item or a component: one placed
