@@ -29,11 +29,36 @@ int HexValue(char digit)
 
 std::uint32_t PaintDecoder::_Midpoint(std::uint32_t a, std::uint32_t b, PaintSubdivision& out)
 {
-    std::uint64_t const key = a < b ? (std::uint64_t(a) << 32) | b : (std::uint64_t(b) << 32) | a;
-    auto const [entry, fresh] = m_midpoints.try_emplace(key, std::uint32_t(out.midpoints.size() + 3));
+    std::array<std::uint32_t, 2> const side =
+        a < b ? std::array<std::uint32_t, 2>{a, b} : std::array<std::uint32_t, 2>{b, a};
+    std::uint32_t const next = std::uint32_t(out.midpoints.size() + 3);
+    // Nearly every painted triangle has a few midpoints, found faster by
+    // looking than by hashing; a fine subdivision gets the map.
+    constexpr std::size_t kLinear = 16;
+    if (out.midpoints.size() < kLinear)
+    {
+        for (std::size_t i = 0; i < out.midpoints.size(); ++i)
+        {
+            if (out.midpoints[i] == side)
+            {
+                return std::uint32_t(i + 3);
+            }
+        }
+        out.midpoints.push_back(side);
+        return next;
+    }
+    if (m_midpoints.empty())
+    {
+        for (std::size_t i = 0; i < out.midpoints.size(); ++i)
+        {
+            m_midpoints.emplace((std::uint64_t(out.midpoints[i][0]) << 32) | out.midpoints[i][1],
+                                std::uint32_t(i + 3));
+        }
+    }
+    auto const [entry, fresh] = m_midpoints.try_emplace((std::uint64_t(side[0]) << 32) | side[1], next);
     if (fresh)
     {
-        out.midpoints.push_back({a, b});
+        out.midpoints.push_back(side);
     }
     return entry->second;
 }
@@ -42,7 +67,10 @@ std::string PaintDecoder::Decode(std::string_view code, PaintSubdivision& out)
 {
     out.midpoints.clear();
     out.leaves.clear();
-    m_midpoints.clear();
+    if (!m_midpoints.empty())
+    {
+        m_midpoints.clear();
+    }
     m_pending.clear();
     if (code.empty())
     {

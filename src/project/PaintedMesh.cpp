@@ -14,21 +14,25 @@ namespace Format_3MF::project
 {
 namespace
 {
-void PutNumber(std::vector<std::uint8_t>& record, std::uint64_t value)
+// The longest entry: five numbers of up to ten bytes.
+constexpr std::size_t kMaxEntryBytes = 50;
+
+std::uint8_t* PutNumber(std::uint8_t* at, std::uint64_t value)
 {
     while (value >= 0x80)
     {
-        record.push_back(std::uint8_t(value | 0x80));
+        *at++ = std::uint8_t(value | 0x80);
         value >>= 7;
     }
-    record.push_back(std::uint8_t(value));
+    *at++ = std::uint8_t(value);
+    return at;
 }
 
-void PutDifference(std::vector<std::uint8_t>& record, std::uint32_t from, std::uint32_t to)
+std::uint8_t* PutDifference(std::uint8_t* at, std::uint32_t from, std::uint32_t to)
 {
     std::int64_t const difference = std::int64_t(to) - std::int64_t(from);
-    PutNumber(record,
-              difference < 0 ? (std::uint64_t(-difference) << 1) - 1 : std::uint64_t(difference) << 1);
+    return PutNumber(at,
+                     difference < 0 ? (std::uint64_t(-difference) << 1) - 1 : std::uint64_t(difference) << 1);
 }
 
 std::uint64_t GetNumber(std::uint8_t const*& at)
@@ -68,30 +72,47 @@ ISAXReadHelper* PaintedMesh::_CreateSaxHandlerRead(PackageReadContext* context, 
 void PaintedMesh::NotePainted(std::uint64_t plainIndex, std::uint64_t leaves,
                               std::uint32_t const (&corners)[3])
 {
-    PutNumber(m_record, plainIndex - m_lastPlainIndex);
-    PutNumber(m_record, leaves);
-    PutDifference(m_record, m_lastCorner, corners[0]);
-    PutDifference(m_record, corners[0], corners[1]);
-    PutDifference(m_record, corners[0], corners[2]);
-    m_lastPlainIndex = plainIndex;
-    m_lastCorner = corners[0];
+    if (m_record.empty() || Block::kBytes - m_record.back().used < kMaxEntryBytes)
+    {
+        m_record.emplace_back();
+    }
+    Block& block = m_record.back();
+    std::uint8_t* at = block.bytes.get() + block.used;
+    bool const sameLeaves = leaves == m_last.leaves;
+    at = PutNumber(at, ((plainIndex - m_last.plainIndex) << 1) | (sameLeaves ? 1 : 0));
+    if (!sameLeaves)
+    {
+        at = PutNumber(at, leaves);
+    }
+    at = PutDifference(at, m_last.corners[0], corners[0]);
+    at = PutDifference(at, corners[0], corners[1]);
+    at = PutDifference(at, corners[0], corners[2]);
+    block.used = std::size_t(at - block.bytes.get());
+    m_last = {plainIndex, leaves, {corners[0], corners[1], corners[2]}};
     ++m_plainTriangles;
 }
 
 template <typename Visit>
 void PaintedMesh::_Walk(Visit&& visit) const
 {
-    std::uint8_t const* at = m_record.data();
-    std::uint8_t const* const end = at + m_record.size();
     Entry entry{0, 0, {0, 0, 0}};
-    while (at != end)
+    for (Block const& block : m_record)
     {
-        entry.plainIndex += GetNumber(at);
-        entry.leaves = GetNumber(at);
-        entry.corners[0] = GetDifference(at, entry.corners[0]);
-        entry.corners[1] = GetDifference(at, entry.corners[0]);
-        entry.corners[2] = GetDifference(at, entry.corners[0]);
-        visit(entry);
+        std::uint8_t const* at = block.bytes.get();
+        std::uint8_t const* const end = at + block.used;
+        while (at != end)
+        {
+            std::uint64_t const step = GetNumber(at);
+            entry.plainIndex += step >> 1;
+            if ((step & 1) == 0)
+            {
+                entry.leaves = GetNumber(at);
+            }
+            entry.corners[0] = GetDifference(at, entry.corners[0]);
+            entry.corners[1] = GetDifference(at, entry.corners[0]);
+            entry.corners[2] = GetDifference(at, entry.corners[0]);
+            visit(entry);
+        }
     }
 }
 
@@ -172,5 +193,6 @@ void PaintedMesh::Revert()
     SetStl(plain.release(), true);
     m_record.clear();
     m_record.shrink_to_fit();
+    m_last = {0, 0, {0, 0, 0}};
 }
 } // namespace Format_3MF::project

@@ -7,6 +7,7 @@
 #include "format3mf/MeshStlBase.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -63,11 +64,18 @@ private:
 
     std::vector<std::uint32_t> const& m_filaments;
     // The painted triangles, each as a few variable-length numbers: its
-    // distance in the plain reading from the one before, its leaves, and
-    // its corners as differences. A painted triangle takes some six bytes.
-    std::vector<std::uint8_t> m_record;
-    std::uint64_t m_lastPlainIndex = 0;
-    std::uint32_t m_lastCorner = 0;
+    // distance in the plain reading from the one before (with a flag for as
+    // many leaves as that one), its leaves where they differ, and its
+    // corners as differences; some five bytes a triangle. In blocks, which
+    // grow without copying what they hold.
+    struct Block
+    {
+        static constexpr std::size_t kBytes = std::size_t(1) << 16;
+        std::unique_ptr<std::uint8_t[]> bytes{new std::uint8_t[kBytes]};
+        std::size_t used = 0;
+    };
+    std::vector<Block> m_record;
+    Entry m_last{0, 0, {0, 0, 0}};
     std::uint64_t m_plainTriangles = 0;
     std::uint64_t m_supportOrSeamTriangles = 0;
     std::uint64_t m_vertexCount = 0;

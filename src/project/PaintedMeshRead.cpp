@@ -170,13 +170,13 @@ bool PaintedMeshRead::_AddPainted(int v1, int v2, int v3, std::string_view code)
     }
     std::uint64_t const plainIndex = m_painted->GetPlainTriangleCount();
     std::string const error = m_decoder.Decode(code, m_subdivision);
-    std::wstring const triangle = L"triangle " + std::to_wstring(plainIndex);
+    auto triangle = [plainIndex] { return L"triangle " + std::to_wstring(plainIndex); };
     if (!error.empty())
     {
         std::string const shown =
             code.size() > 24 ? std::string(code.substr(0, 24)) + "..." : std::string(code);
         m_painted->Fail(L"the paint \"" + StringConversion::ConvertMultiByteStringToOndString(shown) +
-                        L"\" of " + triangle + L" is not paint: " +
+                        L"\" of " + triangle() + L" is not paint: " +
                         StringConversion::ConvertMultiByteStringToOndString(error));
         return false;
     }
@@ -184,9 +184,9 @@ bool PaintedMeshRead::_AddPainted(int v1, int v2, int v3, std::string_view code)
     {
         if (leaf.state > filaments.size())
         {
-            m_painted->Fail(L"the paint of " + triangle + L" names filament " + std::to_wstring(leaf.state) +
-                            L", beyond the " + std::to_wstring(filaments.size()) +
-                            L" filaments of the project");
+            m_painted->Fail(L"the paint of " + triangle() + L" names filament " +
+                            std::to_wstring(leaf.state) + L", beyond the " +
+                            std::to_wstring(filaments.size()) + L" filaments of the project");
             return false;
         }
     }
