@@ -153,12 +153,14 @@ int main()
         Figures const plain = Read(painted, false, plainTriangles);
         Figures const project = Read(painted, true, 4 * plainTriangles);
         Figures const unpainted = Read(bare, false, plainTriangles);
+        Figures const unpaintedProject = Read(bare, true, plainTriangles);
         std::printf("torus of %zu triangles, each painted \"%s\"; package %.1f MB; best of %d runs\n",
                     plainTriangles, kPaint, double(std::filesystem::file_size(painted)) / 1e6,
                     measure::kRuns);
         Print("plain read (floor)", plain, baseline);
         Print("project read", project, baseline);
         Print("plain read of the unpainted twin", unpainted, baseline);
+        Print("project read of the unpainted twin", unpaintedProject, baseline);
         std::printf("project / floor time       %6.2f   (target at most 2)\n",
                     project.m_seconds / plain.m_seconds);
         std::printf("project / unpainted time   %6.2f\n", project.m_seconds / unpainted.m_seconds);

@@ -28,13 +28,6 @@ std::uint8_t* PutNumber(std::uint8_t* at, std::uint64_t value)
     return at;
 }
 
-std::uint8_t* PutDifference(std::uint8_t* at, std::uint32_t from, std::uint32_t to)
-{
-    std::int64_t const difference = std::int64_t(to) - std::int64_t(from);
-    return PutNumber(at,
-                     difference < 0 ? (std::uint64_t(-difference) << 1) - 1 : std::uint64_t(difference) << 1);
-}
-
 std::uint64_t GetNumber(std::uint8_t const*& at)
 {
     std::uint64_t value = 0;
@@ -47,14 +40,6 @@ std::uint64_t GetNumber(std::uint8_t const*& at)
             return value;
         }
     }
-}
-
-std::uint32_t GetDifference(std::uint8_t const*& at, std::uint32_t from)
-{
-    std::uint64_t const coded = GetNumber(at);
-    std::int64_t const difference =
-        (coded & 1) != 0 ? -std::int64_t((coded + 1) >> 1) : std::int64_t(coded >> 1);
-    return std::uint32_t(std::int64_t(from) + difference);
 }
 } // namespace
 
@@ -70,7 +55,7 @@ ISAXReadHelper* PaintedMesh::_CreateSaxHandlerRead(PackageReadContext* context, 
 }
 
 void PaintedMesh::NotePainted(std::uint64_t plainIndex, std::uint64_t leaves,
-                              std::uint32_t const (&corners)[3])
+                              std::array<std::uint64_t, 3> const& corners)
 {
     if (m_record.empty() || Block::kBytes - m_record.back().used < kMaxEntryBytes)
     {
@@ -78,17 +63,18 @@ void PaintedMesh::NotePainted(std::uint64_t plainIndex, std::uint64_t leaves,
     }
     Block& block = m_record.back();
     std::uint8_t* at = block.bytes.get() + block.used;
-    bool const sameLeaves = leaves == m_last.leaves;
-    at = PutNumber(at, ((plainIndex - m_last.plainIndex) << 1) | (sameLeaves ? 1 : 0));
-    if (!sameLeaves)
+    bool const sameShape = leaves == m_last.leaves && corners == m_last.corners;
+    at = PutNumber(at, ((plainIndex - m_last.plainIndex) << 1) | (sameShape ? 1 : 0));
+    if (!sameShape)
     {
         at = PutNumber(at, leaves);
+        for (std::uint64_t const corner : corners)
+        {
+            at = PutNumber(at, corner);
+        }
     }
-    at = PutDifference(at, m_last.corners[0], corners[0]);
-    at = PutDifference(at, corners[0], corners[1]);
-    at = PutDifference(at, corners[0], corners[2]);
     block.used = std::size_t(at - block.bytes.get());
-    m_last = {plainIndex, leaves, {corners[0], corners[1], corners[2]}};
+    m_last = {plainIndex, leaves, corners};
     ++m_plainTriangles;
 }
 
@@ -107,10 +93,11 @@ void PaintedMesh::_Walk(Visit&& visit) const
             if ((step & 1) == 0)
             {
                 entry.leaves = GetNumber(at);
+                for (std::uint64_t& corner : entry.corners)
+                {
+                    corner = GetNumber(at);
+                }
             }
-            entry.corners[0] = GetDifference(at, entry.corners[0]);
-            entry.corners[1] = GetDifference(at, entry.corners[0]);
-            entry.corners[2] = GetDifference(at, entry.corners[0]);
             visit(entry);
         }
     }
@@ -182,7 +169,11 @@ void PaintedMesh::Revert()
         [&](Entry const& entry)
         {
             copyUpTo(entry.plainIndex);
-            plain->AddTriangle(point(entry.corners[0]), point(entry.corners[1]), point(entry.corners[2]));
+            auto corner = [&](std::uint64_t where) {
+                return point(
+                    painted.TriangleAt(output + std::uint32_t(where / 3)).GetPointIndex(unsigned(where % 3)));
+            };
+            plain->AddTriangle(corner(entry.corners[0]), corner(entry.corners[1]), corner(entry.corners[2]));
             ++plainIndex;
             output += std::uint32_t(entry.leaves);
         });

@@ -6,6 +6,7 @@
 
 #include "format3mf/MeshStlBase.h"
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -26,8 +27,10 @@ public:
     std::vector<std::uint32_t> const& GetFilaments() const { return m_filaments; }
 
     // A painted triangle, the `plainIndex`-th of the plain reading, came out
-    // as `leaves` triangles; its corners are the file's vertices v1, v2, v3.
-    void NotePainted(std::uint64_t plainIndex, std::uint64_t leaves, std::uint32_t const (&corners)[3]);
+    // as `leaves` triangles, the last ones of the mesh. Its corners stand
+    // in them at `corners`: leaf times 3 plus the leaf's corner.
+    void NotePainted(std::uint64_t plainIndex, std::uint64_t leaves,
+                     std::array<std::uint64_t, 3> const& corners);
     void NotePlainTriangle() { ++m_plainTriangles; }
     std::uint64_t GetPlainTriangleCount() const { return m_plainTriangles; }
     // Whether a triangle came out as the leaves of its paint.
@@ -56,7 +59,7 @@ private:
     {
         std::uint64_t plainIndex;
         std::uint64_t leaves;
-        std::uint32_t corners[3];
+        std::array<std::uint64_t, 3> corners;
     };
     // Calls `visit` with each entry of the record, in order.
     template <typename Visit>
@@ -64,10 +67,10 @@ private:
 
     std::vector<std::uint32_t> const& m_filaments;
     // The painted triangles, each as a few variable-length numbers: its
-    // distance in the plain reading from the one before (with a flag for as
-    // many leaves as that one), its leaves where they differ, and its
-    // corners as differences; some five bytes a triangle. In blocks, which
-    // grow without copying what they hold.
+    // distance in the plain reading from the one before, with a flag for
+    // the shape of that one, else its leaves and where its corners stand.
+    // Most paint repeats a shape: a byte a triangle. In blocks, which grow
+    // without copying what they hold.
     struct Block
     {
         static constexpr std::size_t kBytes = std::size_t(1) << 16;

@@ -11,6 +11,7 @@
 #include "triangles/MStlPoint.h"
 #include "triangles/MStlTriangle.h"
 
+#include <array>
 #include <charconv>
 
 namespace Format_3MF::project
@@ -156,10 +157,9 @@ bool PaintedMeshRead::_AddPainted(int v1, int v2, int v3, std::string_view code)
 {
     std::vector<std::uint32_t> const& filaments = m_painted->GetFilaments();
     std::deque<MStlPoint*> const& points = GetPoints();
-    int const corners[3] = {v1, v2, v3};
-    for (int corner : corners)
+    for (int const vertex : {v1, v2, v3})
     {
-        if (corner < 0 || std::size_t(corner) >= points.size())
+        if (vertex < 0 || std::size_t(vertex) >= points.size())
         {
             return false;
         }
@@ -200,14 +200,23 @@ bool PaintedMeshRead::_AddPainted(int v1, int v2, int v3, std::string_view code)
                                              Middle(first.GetY(), second.GetY()),
                                              Middle(first.GetZ(), second.GetZ())));
     }
+    // Each corner of the painted triangle stands in a leaf: the first one
+    // that has it tells where.
+    constexpr std::uint64_t kUnseen = ~std::uint64_t(0);
+    std::array<std::uint64_t, 3> corners{kUnseen, kUnseen, kUnseen};
     std::uint64_t leaves = 0;
     for (PaintLeaf const& leaf : m_subdivision.leaves)
     {
+        // Never refused: the points of a leaf are three different points.
         MStlTriangle* const added = mesh.AddTriangle(
             m_leafPoints[leaf.points[0]], m_leafPoints[leaf.points[1]], m_leafPoints[leaf.points[2]]);
-        if (added == nullptr)
+        for (unsigned slot = 0; slot < 3; ++slot)
         {
-            continue;
+            std::uint32_t const point = leaf.points[slot];
+            if (point < 3 && corners[point] == kUnseen)
+            {
+                corners[point] = 3 * leaves + slot;
+            }
         }
         ++leaves;
         if (leaf.state != 0)
@@ -215,8 +224,7 @@ bool PaintedMeshRead::_AddPainted(int v1, int v2, int v3, std::string_view code)
             added->SetRGB(filaments[leaf.state - 1]);
         }
     }
-    std::uint32_t const fileCorners[3] = {std::uint32_t(v1), std::uint32_t(v2), std::uint32_t(v3)};
-    m_painted->NotePainted(plainIndex, leaves, fileCorners);
+    m_painted->NotePainted(plainIndex, leaves, corners);
     return true;
 }
 } // namespace Format_3MF::project

@@ -37,13 +37,27 @@ std::string Chain(std::size_t depth)
     return depth == 0 ? "4" : "0" + Chain(depth - 1) + "1";
 }
 
+// A box whose triangles take the paints in turn, in the attribute given.
+std::string PaintedBox(std::vector<std::string> const& paints, std::string const& attribute)
+{
+    std::string mesh = BoxMesh(10, 10, 10, attribute + "=\"@\"");
+    std::size_t next = 0;
+    for (std::size_t at = mesh.find('@'); at != std::string::npos; at = mesh.find('@', at))
+    {
+        std::string const& paint = paints[next++ % paints.size()];
+        mesh.replace(at, 1, paint);
+        at += paint.size();
+    }
+    return mesh;
+}
+
 struct Case
 {
     char const* what;
     bool prusa;
     std::string objects;   // the objects' settings part
     std::string filaments; // the filaments' settings part
-    std::string paint;     // of every triangle
+    std::string paint;     // of the triangles, '|' between those they take in turn
     std::string warning;   // a part of the first warning; empty for none
     std::size_t triangles;
     std::size_t coloured;
@@ -51,18 +65,23 @@ struct Case
 
 void WriteProject(std::wstring const& file, Case const& test)
 {
+    std::vector<std::string> paints;
+    std::size_t start = 0;
+    for (std::size_t bar = test.paint.find('|'); bar != std::string::npos; bar = test.paint.find('|', start))
+    {
+        paints.push_back(test.paint.substr(start, bar - start));
+        start = bar + 1;
+    }
+    paints.push_back(test.paint.substr(start));
     if (test.prusa)
     {
-        std::string const paint =
-            test.paint.empty() ? "" : "slic3rpe:mmu_segmentation=\"" + test.paint + "\"";
-        WriteModelPackage(file, Part(MeshObject(1, BoxMesh(10, 10, 10, paint)), Item(1)),
+        WriteModelPackage(file, Part(MeshObject(1, PaintedBox(paints, "slic3rpe:mmu_segmentation")), Item(1)),
                           {{"Metadata/Slic3r_PE_model.config", test.objects},
                            {"Metadata/Slic3r_PE.config", test.filaments}});
         return;
     }
-    std::string const paint = test.paint.empty() ? "" : "paint_color=\"" + test.paint + "\"";
     WriteSlicerPackage(file, Part(Assembly(2, ComponentElement(1, "/3D/Objects/object_1.model")), Item(2)),
-                       {{"3D/Objects/object_1.model", Part(MeshObject(1, BoxMesh(10, 10, 10, paint)))},
+                       {{"3D/Objects/object_1.model", Part(MeshObject(1, PaintedBox(paints, "paint_color")))},
                         {"Metadata/model_settings.config", test.objects},
                         {"Metadata/project_settings.config", test.filaments}});
 }
@@ -105,6 +124,9 @@ TEST(HostileProjects, BadSettingsAndPaintGiveTheObjectsPlainReading)
          "The paint of object 1 of /3D/Objects/object_1.model is not read: the paint of triangle 0 names "
          "filament 5, beyond the 4 filaments of the project; the object is read as plain geometry.",
          12, 0},
+        {"bad paint after good paint of every shape", true, prusaParts, kPrusaFilaments,
+         "480C1C3|4802|485|489|4806|480A|400484833|8|0000F|1C|4|48X",
+         "the paint \"48X\" of triangle 11 is not paint", 12, 0},
         {"paint with bad hex", false, kBambuObjects, kBambuFilaments, "48X",
          "the paint \"48X\" of triangle 0 is not paint: it holds 'X', which is not a hexadecimal digit", 12,
          0},
@@ -146,5 +168,38 @@ TEST(HostileProjects, BadSettingsAndPaintGiveTheObjectsPlainReading)
         EXPECT_EQ(test.triangles, read.meshes[0]->GetNumberOfTriangles());
         std::map<std::string, std::size_t> counts = ColourCounts(*read.meshes[0]);
         EXPECT_EQ(test.coloured, test.triangles - counts["none"]);
+        if (test.coloured == 0)
+        {
+            auto const plain = Import(file, false);
+            ASSERT_EQ(1u, plain.meshes.size());
+            EXPECT_EQ(plain.meshes[0]->GetNumberOfTriangles(), read.meshes[0]->GetNumberOfTriangles());
+            EXPECT_TRUE(SameTriangles(*read.meshes[0], *plain.meshes[0], 0));
+        }
     }
+}
+
+// Two volumes of one painted mesh: each takes the leaves of its own
+// triangles; leaves of state 0 and unpainted triangles show the volume's
+// filament, the others their state's.
+TEST(HostileProjects, PaintedVolumesKeepTheirLeaves)
+{
+    PackageScratch scratch;
+    std::wstring const file = scratch.File("volumes.3mf");
+    std::string const volumes =
+        "<config><object id=\"1\"><volume firstid=\"0\" lastid=\"5\"><metadata type=\"volume\" "
+        "key=\"extruder\" value=\"1\"/></volume><volume firstid=\"6\" lastid=\"11\"><metadata "
+        "type=\"volume\" key=\"extruder\" value=\"2\"/></volume></object></config>";
+    WriteModelPackage(
+        file,
+        Part(MeshObject(1, PaintedBox({"", "480C1C3", "4802", "485"}, "slic3rpe:mmu_segmentation")), Item(1)),
+        {{"Metadata/Slic3r_PE_model.config", volumes}, {"Metadata/Slic3r_PE.config", kPrusaFilaments}});
+    auto const read = Import(file, true);
+    ASSERT_EQ(2u, read.meshes.size()) << Messages(read.warnings);
+    EXPECT_EQ("", Messages(read.warnings));
+    EXPECT_EQ(
+        (std::map<std::string, std::size_t>{{"#FF0000", 7}, {"#00FF00", 4}, {"#0000FF", 2}, {"#FFFFFF", 2}}),
+        ColourCounts(*read.meshes[0]));
+    EXPECT_EQ(
+        (std::map<std::string, std::size_t>{{"#FF0000", 5}, {"#00FF00", 8}, {"#0000FF", 1}, {"#FFFFFF", 1}}),
+        ColourCounts(*read.meshes[1]));
 }
