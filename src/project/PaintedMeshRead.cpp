@@ -13,19 +13,26 @@
 
 #include <array>
 #include <charconv>
+#include <string_view>
 
 namespace Format_3MF::project
 {
 namespace
 {
 std::wstring const kPaint[] = {L"paint_color", L"slic3rpe:mmu_segmentation"};
+std::wstring const kVertices[] = {L"v1", L"v2", L"v3"};
 std::wstring const kOtherPaint[] = {L"paint_supports", L"paint_seam", L"slic3rpe:custom_supports",
                                     L"slic3rpe:custom_seam"};
 
 bool IsTriangle(std::wstring const& tag)
 {
-    std::size_t const colon = tag.find(L':');
-    return (colon == std::wstring::npos ? tag : tag.substr(colon + 1)) == L"triangle";
+    std::wstring_view local = tag;
+    std::size_t const colon = local.find(L':');
+    if (colon != std::wstring_view::npos)
+    {
+        local.remove_prefix(colon + 1);
+    }
+    return local == L"triangle";
 }
 
 bool ParseIndex(std::string_view text, int& value)
@@ -84,8 +91,9 @@ bool PaintedMeshRead::HandleTag(std::wstring const& tag, MSAXReader& reader)
     int v[3];
     for (std::wstring const& name : kPaint)
     {
-        if (reader.GetAttributeString(text, name) && !text.empty() && reader.ReadAttribute(v[0], L"v1") &&
-            reader.ReadAttribute(v[1], L"v2") && reader.ReadAttribute(v[2], L"v3") &&
+        if (reader.GetAttributeString(text, name) && !text.empty() &&
+            reader.ReadAttribute(v[0], kVertices[0]) && reader.ReadAttribute(v[1], kVertices[1]) &&
+            reader.ReadAttribute(v[2], kVertices[2]) &&
             _AddPainted(v[0], v[1], v[2], StringConversion::ConvertNativeToUTF8(text)))
         {
             return true;

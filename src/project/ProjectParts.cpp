@@ -4,6 +4,7 @@
 #include "project/ProjectParts.h"
 
 #include "project/PaintedMesh.h"
+#include "project/PartMeshes.h"
 #include "project/ProjectConfig.h"
 #include "stl/BuildFlattening.h"
 
@@ -25,22 +26,6 @@ namespace Format_3MF::project
 {
 namespace
 {
-std::wstring Describe(Object const& object)
-{
-    return L"object " + std::to_wstring(int(object.m_id)) + L" of " +
-           object.GetModelFile()->GetFileNameInPackage();
-}
-
-template <typename Visit>
-void ForEachModelFile(ModelFile& file, Visit&& visit)
-{
-    visit(file);
-    for (auto const& related : file.GetModelFiles())
-    {
-        ForEachModelFile(*related, visit);
-    }
-}
-
 MeshStlBase* Binding(Object const& object)
 {
     return dynamic_cast<MeshStlBase*>(object.m_mesh.get());
@@ -69,7 +54,7 @@ public:
 
     ProjectMeshes Run()
     {
-        _PreparePaint();
+        m_failed = RevertFailedPaint(m_root, m_warnings);
         _CountUses();
         for (Build::Item const& item : m_root.GetBuild().m_items)
         {
@@ -83,7 +68,7 @@ public:
             if (object->GetModelFile() != &m_root || described == m_config.objects.end() ||
                 !_Plan(*object, described->second, item.m_transform, parts))
             {
-                _Unpaint(*object);
+                Unpaint(*object);
                 _Add(FlattenObject(m_root, *object, item.m_transform, _Remaining(), m_warnings),
                      PartRole::Printable, std::nullopt);
                 continue;
@@ -97,67 +82,6 @@ public:
     }
 
 private:
-    // Meshes whose paint could not be read go back to their plain reading
-    // before anything uses them; paint that is not read is reported.
-    void _PreparePaint()
-    {
-        ForEachModelFile(
-            m_root,
-            [this](ModelFile& file)
-            {
-                for (auto const& object : file.GetResources().m_objects)
-                {
-                    auto* const mesh = dynamic_cast<PaintedMesh*>(object->m_mesh.get());
-                    if (mesh == nullptr || mesh->m_stl == nullptr)
-                    {
-                        continue;
-                    }
-                    if (mesh->HasFailed())
-                    {
-                        m_warnings.push_back(L"The paint of " + Describe(*object) + L" is not read: " +
-                                             mesh->GetFailure() + L"; the object is read as plain geometry.");
-                        mesh->Revert();
-                        m_failed.insert(object.get());
-                    }
-                    if (mesh->GetSupportOrSeamTriangles() != 0)
-                    {
-                        m_warnings.push_back(L"The support and seam paint of " +
-                                             std::to_wstring(mesh->GetSupportOrSeamTriangles()) +
-                                             L" triangles of " + Describe(*object) + L" is not read.");
-                    }
-                }
-            });
-    }
-
-    // An object read plain is read as without the project: without its
-    // paint, and that of the objects it places.
-    void _Unpaint(Object const& object)
-    {
-        std::vector<Object const*> pending{&object};
-        std::set<Object const*> seen;
-        while (!pending.empty())
-        {
-            Object const* const next = pending.back();
-            pending.pop_back();
-            if (!seen.insert(next).second)
-            {
-                continue;
-            }
-            auto* const mesh = dynamic_cast<PaintedMesh*>(next->m_mesh.get());
-            if (mesh != nullptr && mesh->m_stl != nullptr && mesh->HasPaint())
-            {
-                mesh->Revert();
-            }
-            for (Component const& component : next->m_components)
-            {
-                if (component.m_object != nullptr)
-                {
-                    pending.push_back(component.m_object);
-                }
-            }
-        }
-    }
-
     // How often each object is placed by an item or a component: one placed
     // once can give its mesh away.
     void _CountUses()
@@ -213,7 +137,7 @@ private:
         }
         if (!problem.empty())
         {
-            m_warnings.push_back(L"The parts of " + Describe(object) + L" are not read from " +
+            m_warnings.push_back(L"The parts of " + DescribeObject(object) + L" are not read from " +
                                  described.source + L": " + problem +
                                  L"; the object is read as one printable mesh.");
             return false;
@@ -324,15 +248,21 @@ private:
     {
         std::unique_ptr<MStlBase> mesh;
         MeshStlBase* const binding = Binding(*part.source);
+        MMTransformMatrix const placement =
+            ConvertTransformationFileUnitsToInternalUnits(part.transform, m_root.GetUnits());
         if (part.range && (part.first != 0 || m_uses[&object] != 1 ||
                            part.end != static_cast<PaintedMesh*>(binding)->GetPlainTriangleCount()))
         {
-            mesh = _CopyRange(*static_cast<PaintedMesh*>(binding), part);
+            // The range in the mesh, where painted triangles stand as their leaves.
+            auto const* const painted = static_cast<PaintedMesh const*>(binding);
+            std::vector<std::uint64_t> const starts = painted->OutputStarts({part.first, part.end});
+            _Check(0, starts[1] - starts[0], false);
+            mesh = CopyTriangles(*painted->m_stl, starts[0], starts[1], placement);
         }
         else if (binding != nullptr && binding->GetOwnStl() && part.source->m_components.empty() &&
                  m_uses[part.source] == 1 && m_uses[&object] == 1)
         {
-            mesh = _Take(*binding, part.transform);
+            mesh = TakeMesh(*binding, placement);
         }
         else
         {
@@ -351,54 +281,6 @@ private:
             colour = m_config.filaments[std::size_t(_Extruder(described, part.config)) - 1];
         }
         _Add(std::move(mesh), role, colour);
-    }
-
-    // The mesh of an object placed once, out of the model and placed.
-    std::unique_ptr<MStlBase> _Take(MeshStlBase& binding, MMTransformMatrix const& transform)
-    {
-        std::unique_ptr<MStlBase> mesh(binding.GetStl(true));
-        // The masks of the read hang on the mesh, which is no longer the
-        // binding's.
-        binding.m_triangleProperties.reset();
-        binding.SetStl(nullptr, false);
-        mesh->Transform(ConvertTransformationFileUnitsToInternalUnits(transform, m_root.GetUnits()));
-        return mesh;
-    }
-
-    // The triangles of a volume, with the points they use, placed.
-    std::unique_ptr<MStlBase> _CopyRange(PaintedMesh& painted, PlannedPart const& part)
-    {
-        MStlBase const& source = *painted.GetStl(false);
-        std::vector<std::uint64_t> const starts = painted.OutputStarts({part.first, part.end});
-        std::uint64_t const first = starts[0];
-        std::uint64_t const end = std::min<std::uint64_t>(starts[1], source.GetNumberOfTriangles());
-        _Check(0, end - first, false);
-        auto mesh = std::make_unique<MStlBase>();
-        mesh->GetMaterial() = source.GetMaterial();
-        std::vector<MStlPoint*> points(source.GetNumberOfPoints(), nullptr);
-        for (std::uint64_t index = first; index < end; ++index)
-        {
-            MStlTriangle const& triangle = source.TriangleAt(std::uint32_t(index));
-            MStlPoint* corners[3];
-            for (unsigned corner = 0; corner < 3; ++corner)
-            {
-                std::uint32_t const point = triangle.GetPointIndex(corner);
-                MStlPoint*& copy = points[point];
-                if (copy == nullptr)
-                {
-                    MStlPoint const& original = source.PointAt(point);
-                    copy = mesh->AddPoint(original.GetX(), original.GetY(), original.GetZ());
-                }
-                corners[corner] = copy;
-            }
-            MStlTriangle* const added = mesh->AddTriangle(corners[0], corners[1], corners[2]);
-            if (added != nullptr && triangle.GetColor().IsDefined())
-            {
-                added->SetColor(triangle.GetColor());
-            }
-        }
-        mesh->Transform(ConvertTransformationFileUnitsToInternalUnits(part.transform, m_root.GetUnits()));
-        return mesh;
     }
 
     // Whether a mesh of this size stays within the limit with the others,
