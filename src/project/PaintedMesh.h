@@ -38,6 +38,10 @@ public:
     // The triangles of the plain reading that carry support or seam paint.
     void NoteSupportOrSeamPaint() { ++m_supportOrSeamTriangles; }
     std::uint64_t GetSupportOrSeamTriangles() const { return m_supportOrSeamTriangles; }
+    // The painted triangles read plain since the project lists no filament
+    // colours to paint them in.
+    void NoteColourlessPaint() { ++m_colourlessTriangles; }
+    std::uint64_t GetColourlessPaint() const { return m_colourlessTriangles; }
     void NoteVertexCount(std::uint64_t count) { m_vertexCount = count; }
 
     // From the first unusable paint on, the mesh's paint is no longer read.
@@ -81,6 +85,7 @@ private:
     Entry m_last{0, 0, {0, 0, 0}};
     std::uint64_t m_plainTriangles = 0;
     std::uint64_t m_supportOrSeamTriangles = 0;
+    std::uint64_t m_colourlessTriangles = 0;
     std::uint64_t m_vertexCount = 0;
     std::wstring m_failure;
 };

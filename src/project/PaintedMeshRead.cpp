@@ -172,7 +172,12 @@ bool PaintedMeshRead::_AddPainted(int v1, int v2, int v3, std::string_view code)
             return false;
         }
     }
-    if (filaments.empty() || m_painted->HasFailed() || v1 == v2 || v2 == v3 || v3 == v1)
+    if (filaments.empty())
+    {
+        m_painted->NoteColourlessPaint();
+        return false;
+    }
+    if (m_painted->HasFailed() || v1 == v2 || v2 == v3 || v3 == v1)
     {
         return false;
     }

@@ -81,6 +81,12 @@ std::set<Object const*> RevertFailedPaint(ModelFile& root, std::vector<std::wstr
                     mesh->Revert();
                     failed.insert(object.get());
                 }
+                if (mesh->GetColourlessPaint() != 0)
+                {
+                    warnings.push_back(L"The paint of " + std::to_wstring(mesh->GetColourlessPaint()) +
+                                       L" triangles of " + DescribeObject(*object) +
+                                       L" is not read: the project lists no filament colours.");
+                }
                 if (mesh->GetSupportOrSeamTriangles() != 0)
                 {
                     warnings.push_back(L"The support and seam paint of " +

@@ -104,6 +104,11 @@ TEST(HostileProjects, BadSettingsAndPaintGiveTheObjectsPlainReading)
          "part "
          "takes the colour of its filament.",
          12, 0},
+        {"paint without filament colours", false, kBambuObjects, "{\"filament_colour\": []}", "4",
+         "The paint of 12 triangles of object 1 of /3D/Objects/object_1.model is not read: the project lists "
+         "no "
+         "filament colours.",
+         12, 0},
         {"a filament colour that is no colour", false, kBambuObjects, R"({"filament_colour": ["red"]})", "",
          "filament 1 has the colour \"red\", which is not of the form #RRGGBB", 12, 0},
         {"an extruder beyond the filament list", false,
