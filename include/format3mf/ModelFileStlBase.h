@@ -80,7 +80,8 @@ private:
     std::vector<MStlBase*> m_stls;
     std::vector<PartRole> m_roles;
     bool m_readProjectParts = false;
-    // Of the root model, while reading with the option.
+    // The project's settings, read by the root model with the option; the
+    // meshes it reads refer to its filament colours.
     std::unique_ptr<project::ProjectConfig> m_project;
 };
 } // namespace Format_3MF
