@@ -53,16 +53,19 @@ private:
     std::string m_path;
 };
 
-// Imports with textures. Two exceptions pass the importer by design: the
-// bare int of a colour text that DecodeColor can't read, and the
+// Imports with textures, and with the parts of slicer projects (all of
+// them) when `project` says so. Two exceptions pass the importer by design:
+// the bare int of a colour text that DecodeColor can't read, and the
 // std::out_of_range of a part name without an extension looked up against a
 // Default content type. Anything else that leaves Operate is a finding.
-inline void ImportFile(std::wstring const& path)
+inline void ImportFile(std::wstring const& path, bool project = false)
 {
     std::vector<std::unique_ptr<MStlBase>> parts;
     format3mf::import::Importer importer;
     importer.SetOutputParts(parts);
     importer.SetFileName(path);
+    importer.SetReadProjectParts(project);
+    importer.SetImportNonPrintableParts(project);
     try
     {
         importer.Operate(nullptr);

@@ -42,13 +42,16 @@
 namespace
 {
 char const kUsage[] =
-    "usage: ond3mf-convert [--binary] [--zip64] [--separate-objects] [--beams=DIALECT] [--quiet] IN OUT\n"
+    "usage: ond3mf-convert [--binary] [--zip64] [--separate-objects] [--beams=DIALECT] [--project]\n"
+    "                      [--quiet] IN OUT\n"
     "Reads the 3MF file IN and writes every mesh of it, with its colours, textures and\n"
     "beam lattice, as an object of its own into the 3MF file OUT.\n"
     "  --binary          vertices and triangles into the model's binary side part\n"
     "                    (without triangle colours and textures; millimetres)\n"
     "  --zip64           write the archive as zip64\n"
     "  --separate-objects  each object in a model part of its own\n"
+    "  --project         the printable parts of a slicer project's objects, each an\n"
+    "                    object of its own, in the colours of their filaments and paint\n"
     "  --beams=DIALECT   beam lattices in the published dialect (the default), the\n"
     "                    vendor dialect, or none: published, vendor or none\n"
     "  --quiet           no warnings on standard error\n"
@@ -118,6 +121,8 @@ struct Arguments
     bool binary = false;
     bool quiet = false;
     bool separateObjects = false;
+    // The printable parts of slicer projects, coloured as their makers see them.
+    bool project = false;
 #ifdef OND3MF_MESH_FORMATS
     meshformats::Format from = meshformats::Format::ThreeMF;
     meshformats::Format to = meshformats::Format::ThreeMF;
@@ -212,6 +217,10 @@ bool Parse(int argc, char** argv, Arguments& arguments, std::string& message)
         else if (argument == "--separate-objects")
         {
             arguments.separateObjects = true;
+        }
+        else if (argument == "--project")
+        {
+            arguments.project = true;
         }
 #ifdef OND3MF_MESH_FORMATS
         else if (int const taken = ParseFormatOption(argument, arguments, fromGiven, toGiven, message);
@@ -351,6 +360,7 @@ int Load(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgressDe
 #endif
     format3mf::import::ImportSettings settings;
     settings.progress = std::move(progress);
+    settings.projectParts = arguments.project;
     format3mf::import::ImportResult read = format3mf::import::ImportFile(Wide(arguments.input), settings);
     if (!arguments.quiet)
     {

@@ -1,7 +1,9 @@
 // Imports each 3MF file named on the command line and prints what came out:
 // per mesh its vertices, triangles, bounding box in millimetres, coloured and
 // textured triangles, textures and beams; the read's warnings go to standard
-// error. Exits 0 when every file imported, 1 otherwise, 2 on a bad argument.
+// error. With --project, the parts of slicer projects with their roles and
+// filament colours. Exits 0 when every file imported, 1 otherwise, 2 on a
+// bad argument.
 
 #include "MeshSummary.h"
 #include "ToolCommon.h"
@@ -20,19 +22,40 @@
 
 namespace
 {
-char const kUsage[] = "usage: ond3mf-info [--tsv | --json] [--quiet] file.3mf...\n"
+char const kUsage[] = "usage: ond3mf-info [--tsv | --json] [--project] [--quiet] file.3mf...\n"
                       "Imports each 3MF file and prints per mesh its vertices, triangles, bounding box in\n"
                       "millimetres, coloured and textured triangles, textures and beams.\n"
                       "  --tsv       one tab-separated line per mesh: file, index, vertices, triangles,\n"
                       "              box (min x y z, max x y z), coloured, textured, beams; a failed file\n"
                       "              gives file, \"error\", result, messages\n"
                       "  --json      one JSON document: the files with their meshes, errors and warnings\n"
+                      "  --project   each part of a slicer project's objects as a mesh of its own, with\n"
+                      "              its role and the colour of its filament (--tsv: two more columns)\n"
                       "  --quiet     no warnings on standard error\n"
                       "  --version   the library's version\n"
                       "Exit codes: 0 every file imported, 1 a file failed, 2 bad argument.\n";
 
-void PrintReadable(std::string const& file, std::vector<std::unique_ptr<MStlBase>> const& meshes)
+// A part's role, and its filament's colour as #RRGGBB when it is printed.
+std::string Role(format3mf::import::ImportResult const& result, std::size_t index)
 {
+    return Format_3MF::PartRoleName(result.roles[index]);
+}
+
+std::string Colour(format3mf::import::ImportResult const& result, std::size_t index)
+{
+    if (result.roles[index] != Format_3MF::PartRole::Printable)
+    {
+        return "none";
+    }
+    std::uint32_t const rgb = result.meshes[index]->GetMaterial().GetRGB();
+    char text[8];
+    std::snprintf(text, sizeof text, "#%02X%02X%02X", rgb & 0xff, (rgb >> 8) & 0xff, (rgb >> 16) & 0xff);
+    return text;
+}
+
+void PrintReadable(std::string const& file, format3mf::import::ImportResult const& result, bool project)
+{
+    std::vector<std::unique_ptr<MStlBase>> const& meshes = result.meshes;
     std::printf("%s: %zu mesh%s\n", file.c_str(), meshes.size(), meshes.size() == 1 ? "" : "es");
     for (std::size_t i = 0; i < meshes.size(); ++i)
     {
@@ -45,11 +68,16 @@ void PrintReadable(std::string const& file, std::vector<std::unique_ptr<MStlBase
         std::printf("    coloured triangles %zu, textured triangles %zu, textures %zu\n", s.coloured,
                     s.textured, s.textures);
         std::printf("    beams %zu\n", s.beams);
+        if (project)
+        {
+            std::printf("    %s, filament colour %s\n", Role(result, i).c_str(), Colour(result, i).c_str());
+        }
     }
 }
 
-void PrintTabbed(std::string const& file, std::vector<std::unique_ptr<MStlBase>> const& meshes)
+void PrintTabbed(std::string const& file, format3mf::import::ImportResult const& result, bool project)
 {
+    std::vector<std::unique_ptr<MStlBase>> const& meshes = result.meshes;
     if (meshes.empty())
     {
         std::printf("%s\tnone\n", file.c_str());
@@ -57,9 +85,14 @@ void PrintTabbed(std::string const& file, std::vector<std::unique_ptr<MStlBase>>
     for (std::size_t i = 0; i < meshes.size(); ++i)
     {
         tools::Summary const s = tools::Summarise(*meshes[i]);
-        std::printf("%s\t%zu\t%zu\t%zu\t%.3f\t%.3f\t%.3f\t%.3f\t%.3f\t%.3f\t%zu\t%zu\t%zu\n", file.c_str(), i,
+        std::printf("%s\t%zu\t%zu\t%zu\t%.3f\t%.3f\t%.3f\t%.3f\t%.3f\t%.3f\t%zu\t%zu\t%zu", file.c_str(), i,
                     s.vertices, s.triangles, s.min[0], s.min[1], s.min[2], s.max[0], s.max[1], s.max[2],
                     s.coloured, s.textured, s.beams);
+        if (project)
+        {
+            std::printf("\t%s\t%s", Role(result, i).c_str(), Colour(result, i).c_str());
+        }
+        std::printf("\n");
     }
 }
 
@@ -126,9 +159,12 @@ enum class Output
 
 // Imports one file and prints it, or adds it to the JSON document; false
 // when it failed.
-bool Inspect(std::string const& file, Output output, bool quiet, nlohmann::json& document)
+bool Inspect(std::string const& file, Output output, bool quiet, bool project, nlohmann::json& document)
 {
-    format3mf::import::ImportResult const result = format3mf::import::ImportFile(tools::Wide(file));
+    format3mf::import::ImportSettings settings;
+    settings.projectParts = project;
+    settings.nonPrintableParts = project;
+    format3mf::import::ImportResult const result = format3mf::import::ImportFile(tools::Wide(file), settings);
     bool const ok = result.status == format3mf::import::Importer::Success;
     if (!quiet)
     {
@@ -142,9 +178,15 @@ bool Inspect(std::string const& file, Output output, bool quiet, nlohmann::json&
                                 {"meshes", nlohmann::json::array()},
                                 {"errors", Strings(result.errors)},
                                 {"warnings", Strings(result.warnings)}};
-        for (auto const& mesh : result.meshes)
+        for (std::size_t i = 0; i < result.meshes.size(); ++i)
         {
-            entry["meshes"].push_back(MeshJson(*mesh));
+            nlohmann::json mesh = MeshJson(*result.meshes[i]);
+            if (project)
+            {
+                mesh["role"] = Role(result, i);
+                mesh["colour"] = Colour(result, i);
+            }
+            entry["meshes"].push_back(std::move(mesh));
         }
         if (ok && result.meshes.empty())
         {
@@ -158,11 +200,11 @@ bool Inspect(std::string const& file, Output output, bool quiet, nlohmann::json&
     }
     else if (output == Output::Tabbed)
     {
-        PrintTabbed(file, result.meshes);
+        PrintTabbed(file, result, project);
     }
     else
     {
-        PrintReadable(file, result.meshes);
+        PrintReadable(file, result, project);
         if (result.meshes.empty())
         {
             std::printf("  %s\n", WhyNoMesh(result.warnings).c_str());
@@ -180,6 +222,7 @@ int main(int argc, char** argv)
     }
     Output output = Output::Readable;
     bool quiet = false;
+    bool project = false;
     std::vector<std::string> files;
     bool options = true;
     for (int i = 1; i < argc; ++i)
@@ -201,6 +244,10 @@ int main(int argc, char** argv)
         {
             quiet = true;
         }
+        else if (options && argument == "--project")
+        {
+            project = true;
+        }
         else if (options && argument.size() > 1 && argument[0] == '-')
         {
             return tools::BadUsage("ond3mf-info", "unknown option '" + argument + "'", kUsage);
@@ -218,7 +265,7 @@ int main(int argc, char** argv)
     bool all = true;
     for (std::string const& file : files)
     {
-        all = Inspect(file, output, quiet, document) && all;
+        all = Inspect(file, output, quiet, project, document) && all;
     }
     if (output == Output::Json)
     {

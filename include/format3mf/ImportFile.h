@@ -23,6 +23,10 @@ struct ImportSettings
     bool textures = true;
     // Merge every mesh of the file into one.
     bool asOnePart = false;
+    // Read the parts of a slicer project (Importer::SetReadProjectParts),
+    // and with them the parts that are not printed.
+    bool projectParts = false;
+    bool nonPrintableParts = false;
     // May be empty.
     std::shared_ptr<OndSDK::Common::IProgressDelegate> progress;
 };
@@ -32,6 +36,8 @@ struct ImportResult
     Importer::ErrorStatus status = Importer::ReadFailed;
     // In the order of the build items; empty unless status is Success.
     std::vector<std::unique_ptr<MStlBase>> meshes;
+    // The role of each mesh, in their order.
+    std::vector<Format_3MF::PartRole> roles;
     // Why the read failed, in the order the causes arose.
     std::vector<std::wstring> errors;
     // What the read passed over or changed, each naming its part (and the

@@ -4,6 +4,7 @@
 // meshes with transformations applied.
 
 #include "common/OndExport.h"
+#include "format3mf/PartRole.h"
 
 #include <cstdint>
 #include <memory>
@@ -45,6 +46,12 @@ public:
     // already holds parts, the file's first part goes into its last one too.
     void SetImportAsOnePart(bool value) { m_importAsOnePart = value; }
     void SetImportTextures(bool value) { m_importTextures = value; }
+    // Off by default: reads the parts of a slicer project as
+    // ModelFileStlBase::SetReadProjectParts tells. Only printable parts come
+    // out, unless SetImportNonPrintableParts asks for the others too
+    // (negative volumes, modifiers, support blockers and enforcers).
+    void SetReadProjectParts(bool value) { m_readProjectParts = value; }
+    void SetImportNonPrintableParts(bool value) { m_importNonPrintableParts = value; }
 
     // The progress delegate may be empty. Exceptions other than those of a
     // bad file (file system errors, a malformed colour as a bare int, a part
@@ -64,13 +71,19 @@ public:
     // whose object is missing, an image left undecoded), each naming its part
     // and, where there is one, the object or build item.
     std::vector<std::wstring> const& GetWarnings() const { return m_warnings; }
+    // The role of each part of the output vector that the last Operate
+    // appended or merged into, in their order; a merged part is printable.
+    std::vector<Format_3MF::PartRole> const& GetPartRoles() const { return m_roles; }
 
 private:
     std::vector<std::unique_ptr<MStlBase>>* m_outputParts = nullptr;
     std::wstring m_fileName;
     bool m_importAsOnePart = false;
     bool m_importTextures = true;
+    bool m_readProjectParts = false;
+    bool m_importNonPrintableParts = false;
     std::vector<std::wstring> m_errors;
     std::vector<std::wstring> m_warnings;
+    std::vector<Format_3MF::PartRole> m_roles;
 };
 } // namespace format3mf::import

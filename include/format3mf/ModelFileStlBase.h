@@ -6,6 +6,7 @@
 #include "common/MMTransformMatrix.h"
 #include "common/OndExport.h"
 #include "format3mf/ModelFile.h"
+#include "format3mf/PartRole.h"
 
 #include <cstdint>
 #include <memory>
@@ -15,6 +16,11 @@ class MStlBase;
 
 namespace Format_3MF
 {
+namespace project
+{
+struct ProjectConfig;
+}
+
 // The model file of plain triangle meshes. On writing, every listed mesh
 // becomes an object with a build item of its own; on reading, every build
 // item becomes one mesh: its object, its components and their
@@ -39,6 +45,22 @@ public:
     // No bounds check.
     MStlBase* GetStl(std::uint64_t index) const { return m_stls[index]; }
 
+    // Off by default. Set on the root model before reading, it reads the
+    // parts of a slicer project (Bambu Studio, OrcaSlicer, QIDI Studio,
+    // Creality Print, PrusaSlicer) where the package holds their settings:
+    // each part of an object becomes a mesh of its own, named as the project
+    // names it, with its role; printable parts take the colour of their
+    // filament, and painted triangles are split into the leaves of their
+    // paint, each in its filament's colour. An object whose description or
+    // paint can't be used is read as without the option, with a warning.
+    void SetReadProjectParts(bool value) { m_readProjectParts = value; }
+    bool GetReadProjectParts() const { return m_readProjectParts; }
+    // The role of a mesh that reading made; Printable for any other index.
+    PartRole GetStlRole(std::uint64_t index) const
+    {
+        return index < m_roles.size() ? m_roles[index] : PartRole::Printable;
+    }
+
     // An object with the mesh, in this file or a related one as the options
     // say, and an identity build item for each listed mesh; then the hooks
     // of every model file.
@@ -46,6 +68,8 @@ public:
     void _OnStopReading(PackageReadContext* context) override;
 
 protected:
+    // The root model reads the project's settings first, when asked to.
+    void _OnRead(PackageReadContext* context) override;
     ModelFile* _CreateRelatedModelFile(std::wstring const& name) override;
     IMesh* _CreateMesh(Object* object, PackageReadContext* context) override;
     ISliceStack* _CreateSliceStack(PackageReadContext*) override { return nullptr; }
@@ -54,5 +78,10 @@ protected:
 
 private:
     std::vector<MStlBase*> m_stls;
+    std::vector<PartRole> m_roles;
+    bool m_readProjectParts = false;
+    // The project's settings, read by the root model with the option; the
+    // meshes it reads refer to its filament colours.
+    std::unique_ptr<project::ProjectConfig> m_project;
 };
 } // namespace Format_3MF

@@ -64,6 +64,8 @@ ImportResult ImportFile(std::wstring const& path, ImportSettings const& settings
         importer.SetOutputParts(result.meshes);
         importer.SetImportAsOnePart(settings.asOnePart);
         importer.SetImportTextures(settings.textures);
+        importer.SetReadProjectParts(settings.projectParts);
+        importer.SetImportNonPrintableParts(settings.nonPrintableParts);
         try
         {
             result.status = importer.Operate(settings.progress);
@@ -79,6 +81,7 @@ ImportResult ImportFile(std::wstring const& path, ImportSettings const& settings
         }
         result.errors = importer.GetErrors();
         result.warnings = importer.GetWarnings();
+        result.roles = importer.GetPartRoles();
         if (result.status != Importer::Success && result.errors.empty())
         {
             result.errors.push_back(result.status == Importer::Canceled ? L"The read was cancelled."
@@ -89,6 +92,7 @@ ImportResult ImportFile(std::wstring const& path, ImportSettings const& settings
     {
         // Only copying the messages can get here, when memory runs out.
         result.meshes.clear();
+        result.roles.clear();
         result.status = Importer::ReadFailed;
     }
     return result;

@@ -39,12 +39,14 @@ Importer::ErrorStatus StatusOf(std::int32_t readStatus)
 Importer::ErrorStatus Importer::Operate(std::shared_ptr<OndSDK::Common::IProgressDelegate> progress)
 {
     Format_3MF::ModelFileStlBase model;
+    model.SetReadProjectParts(m_readProjectParts);
     Format_3MF::PackageReadOptions options;
     options.IsSkipTextures = !m_importTextures;
     Format_3MF::Package package(&model);
     Format_3MF::PackageRead reader(&package, options);
     m_errors.clear();
     m_warnings.clear();
+    m_roles.clear();
     bool read = false;
     try
     {
@@ -79,9 +81,11 @@ Importer::ErrorStatus Importer::Operate(std::shared_ptr<OndSDK::Common::IProgres
     // The meshes are ours from here on, also those a missing output vector
     // can't take.
     std::vector<std::unique_ptr<MStlBase>> parts;
+    std::vector<Format_3MF::PartRole> roles;
     for (std::uint64_t i = 0; i < model.GetNumStls(); ++i)
     {
         parts.emplace_back(model.GetStl(i));
+        roles.push_back(model.GetStlRole(i));
     }
     if (!read)
     {
@@ -91,15 +95,24 @@ Importer::ErrorStatus Importer::Operate(std::shared_ptr<OndSDK::Common::IProgres
     {
         throw std::logic_error("Importer: no output vector was set.");
     }
-    for (auto& part : parts)
+    for (std::size_t i = 0; i < parts.size(); ++i)
     {
+        if (roles[i] != Format_3MF::PartRole::Printable && !m_importNonPrintableParts)
+        {
+            continue;
+        }
         if (m_importAsOnePart && !m_outputParts->empty())
         {
-            MergeStlInto(part.get(), m_outputParts->back().get());
+            MergeStlInto(parts[i].get(), m_outputParts->back().get());
+            if (m_roles.empty())
+            {
+                m_roles.push_back(Format_3MF::PartRole::Printable);
+            }
         }
         else
         {
-            m_outputParts->push_back(std::move(part));
+            m_outputParts->push_back(std::move(parts[i]));
+            m_roles.push_back(m_importAsOnePart ? Format_3MF::PartRole::Printable : roles[i]);
         }
     }
     for (auto const& part : *m_outputParts)

@@ -147,23 +147,14 @@ public:
         Size total;
         for (Build::Item const& item : m_root.GetBuild().m_items)
         {
-            ModelFile const* const file = item.m_modelFile != nullptr ? item.m_modelFile : &m_root;
-            auto const* object = dynamic_cast<Object const*>(file->GetReference(item.m_objectID));
+            Object const* const object = ItemObject(m_root, item, m_warnings);
             if (object == nullptr)
             {
-                m_warnings.push_back(L"A build item refers to " + Describe(item.m_objectID, file) +
-                                     L", which does not exist; it is left out.");
                 continue;
             }
             Size const size = _Measure(object);
             total.Add(size, m_maxElements);
-            if (total.points > m_maxElements || total.triangles > m_maxElements ||
-                total.beams > m_maxElements || total.placements > m_maxElements)
-            {
-                throw Exception(L"The build places its objects more often than can be held: more than " +
-                                std::to_wstring(m_maxElements) +
-                                L" points, triangles, beams or placed objects.");
-            }
+            _CheckLimit(total);
             if (!size.IsEmpty())
             {
                 items.emplace_back(object, Affine::Of(item.m_transform));
@@ -179,6 +170,12 @@ public:
             }
         }
         return meshes;
+    }
+
+    std::unique_ptr<MStlBase> One(Object const* object, Affine const& placement)
+    {
+        _CheckLimit(_Measure(object));
+        return _Copy(object, placement);
     }
 
 private:
@@ -203,6 +200,16 @@ private:
             placements = std::min(placements + other.placements, limit + 1);
         }
     };
+
+    void _CheckLimit(Size const& size) const
+    {
+        if (size.points > m_maxElements || size.triangles > m_maxElements || size.beams > m_maxElements ||
+            size.placements > m_maxElements)
+        {
+            throw Exception(L"The build places its objects more often than can be held: more than " +
+                            std::to_wstring(m_maxElements) + L" points, triangles, beams or placed objects.");
+        }
+    }
 
     // What the first pass learns of an object.
     struct Node
@@ -363,9 +370,28 @@ private:
 };
 } // namespace
 
+Object const* ItemObject(ModelFile const& root, Build::Item const& item, std::vector<std::wstring>& warnings)
+{
+    ModelFile const* const file = item.m_modelFile != nullptr ? item.m_modelFile : &root;
+    auto const* object = dynamic_cast<Object const*>(file->GetReference(item.m_objectID));
+    if (object == nullptr)
+    {
+        warnings.push_back(L"A build item refers to " + Describe(item.m_objectID, file) +
+                           L", which does not exist; it is left out.");
+    }
+    return object;
+}
+
 std::vector<std::unique_ptr<MStlBase>> FlattenBuild(ModelFile const& root, std::uint64_t maxElements,
                                                     std::vector<std::wstring>& warnings)
 {
     return Flattening(root, maxElements, warnings).Run();
+}
+
+std::unique_ptr<MStlBase> FlattenObject(ModelFile const& root, Object const& object,
+                                        MMTransformMatrix const& transform, std::uint64_t maxElements,
+                                        std::vector<std::wstring>& warnings)
+{
+    return Flattening(root, maxElements, warnings).One(&object, Affine::Of(transform));
 }
 } // namespace Format_3MF

@@ -3,9 +3,13 @@
 #include "format3mf/ModelFileStlBase.h"
 
 #include "model/ProductionExtension.h"
+#include "project/PaintedMesh.h"
+#include "project/ProjectConfig.h"
+#include "project/ProjectParts.h"
 
 #include "format3mf/MeshStlBase.h"
 #include "format3mf/Object.h"
+#include "format3mf/PackageRead.h"
 #include "format3mf/PackageReadContext.h"
 #include "format3mf/PackageWriteContext.h"
 #include "stl/BuildFlattening.h"
@@ -22,6 +26,17 @@ ModelFileStlBase::ModelFileStlBase(std::wstring const& name, ModelFile* parent) 
 
 ModelFileStlBase::~ModelFileStlBase() = default;
 
+void ModelFileStlBase::_OnRead(PackageReadContext* context)
+{
+    // Before the model: the meshes take their paint's colours as they are read.
+    if (m_readProjectParts && GetParent() == nullptr && context->m_packageRead != nullptr &&
+        context->m_packageRead->GetArchive() != nullptr)
+    {
+        m_project = project::ReadProjectConfig(*context->m_packageRead->GetArchive(), context->m_warnings);
+    }
+    ModelFile::_OnRead(context);
+}
+
 ModelFile* ModelFileStlBase::_CreateRelatedModelFile(std::wstring const& name)
 {
     return new ModelFileStlBase(name, this);
@@ -29,8 +44,17 @@ ModelFile* ModelFileStlBase::_CreateRelatedModelFile(std::wstring const& name)
 
 IMesh* ModelFileStlBase::_CreateMesh(Object* object, PackageReadContext* context)
 {
+    ModelFile const* root = this;
+    while (root->GetParent() != nullptr)
+    {
+        root = root->GetParent();
+    }
+    auto const* const stlRoot = dynamic_cast<ModelFileStlBase const*>(root);
     auto stl = std::make_unique<MStlBase>();
-    auto* const mesh = new MeshStlBase(stl.get(), this, object, context);
+    MeshStlBase* const mesh =
+        stlRoot != nullptr && stlRoot->m_project
+            ? new project::PaintedMesh(stl.get(), this, object, context, stlRoot->m_project->filaments)
+            : new MeshStlBase(stl.get(), this, object, context);
     mesh->SetStl(stl.get(), true);
     if (object != nullptr)
     {
@@ -77,12 +101,22 @@ void ModelFileStlBase::_OnStopReading(PackageReadContext* context)
     }
     // The meshes come whole or not at all, so that a failure leaves nothing
     // behind.
-    std::vector<std::unique_ptr<MStlBase>> meshes =
-        FlattenBuild(*this, kMaxFlattenedElements, context->m_warnings);
-    m_stls.reserve(m_stls.size() + meshes.size());
-    for (auto& mesh : meshes)
+    project::ProjectMeshes made;
+    if (m_project)
     {
-        m_stls.push_back(mesh.release());
+        made = project::FlattenProject(*this, *m_project, kMaxFlattenedElements, context->m_warnings);
+    }
+    else
+    {
+        made.meshes = FlattenBuild(*this, kMaxFlattenedElements, context->m_warnings);
+        made.roles.assign(made.meshes.size(), PartRole::Printable);
+    }
+    m_roles.resize(m_stls.size(), PartRole::Printable);
+    m_stls.reserve(m_stls.size() + made.meshes.size());
+    for (std::size_t i = 0; i < made.meshes.size(); ++i)
+    {
+        m_stls.push_back(made.meshes[i].release());
+        m_roles.push_back(made.roles[i]);
     }
 }
 } // namespace Format_3MF

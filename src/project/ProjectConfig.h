@@ -1,0 +1,72 @@
+// What a slicer project says about its objects beside the geometry: the
+// parts of each object with their roles and filaments, and the colours of
+// the filaments.
+#pragma once
+
+#include "format3mf/PartRole.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+class MZipArchive;
+
+namespace Format_3MF::project
+{
+struct PartConfig
+{
+    // Bambu Studio and its kin: the object of the component that places the
+    // part. PrusaSlicer: unused.
+    int id = 0;
+    // PrusaSlicer: the part's triangles of the object's mesh, both included.
+    std::int64_t firstTriangle = 0;
+    std::int64_t lastTriangle = -1;
+    std::wstring name;
+    PartRole role = PartRole::Printable;
+    // 0: the object's.
+    int extruder = 0;
+};
+
+struct ObjectConfig
+{
+    std::wstring name;
+    // 0 when the project gives none: the first filament.
+    int extruder = 0;
+    std::vector<PartConfig> parts;
+    // What the object's warnings name: the part of the package that
+    // describes it.
+    std::wstring source;
+    // Set when the description itself is unusable; the object is then read
+    // plain with this warning.
+    std::wstring problem;
+};
+
+struct ProjectConfig
+{
+    // Whether parts are triangle ranges of one mesh (PrusaSlicer) rather than
+    // components (Bambu Studio, OrcaSlicer, QIDI Studio, Creality Print).
+    bool partsByTriangleRange = false;
+    // By the identifier of the object in the root model part.
+    std::map<int, ObjectConfig> objects;
+    // Packed as MStlColor packs them, filament 1 first. Empty when the
+    // project names none, and then nothing is coloured.
+    std::vector<std::uint32_t> filaments;
+    // The part the colours come from, for messages.
+    std::wstring filamentSource;
+};
+
+// Reads the settings of a slicer project from its archive. Null when the
+// archive has none of the slicers' settings parts. A part that can't be
+// read leaves a warning that names it and what was wrong; its objects are
+// then read plain (no objects), its colours are missing (no filaments).
+std::unique_ptr<ProjectConfig> ReadProjectConfig(MZipArchive& archive, std::vector<std::wstring>& warnings);
+
+// The parsers of the four settings parts, each from the part's text.
+// Return an empty string on success, else what is wrong.
+std::string ReadBambuObjects(std::string const& text, ProjectConfig& config);
+std::string ReadPrusaObjects(std::string const& text, ProjectConfig& config);
+std::string ReadBambuFilaments(std::string const& text, ProjectConfig& config);
+std::string ReadPrusaFilaments(std::string const& text, ProjectConfig& config);
+} // namespace Format_3MF::project

@@ -1,0 +1,103 @@
+// Real projects of Bambu Studio, OrcaSlicer and PrusaSlicer read as their
+// makers see them: the expected parts, roles and colours are those their
+// settings parts state (Metadata/model_settings.config, project_settings.config,
+// Slic3r_PE_model.config), copied here by hand.
+
+#include "project/ProjectTestSupport.h"
+
+#include "support/Samples.h"
+
+#include <gtest/gtest.h>
+
+#include "format3mf/PartRole.h"
+
+using Format_3MF::PartRole;
+
+// Eight parts, each assigned a filament (extruders 1 2 2 3 4 1 4 3), with
+// the colours that filament_colour lists for the five filaments.
+TEST(RealProjects, CoinPartsTakeTheirFilamentsColours)
+{
+    REAL_PROJECT(file, "bambu-multicolor-test-coin.3mf");
+    auto const read = Import(file, true);
+    ASSERT_EQ(format3mf::import::Importer::Success, read.status) << Messages(read.errors);
+    std::vector<std::string> const colours = {"#0000FF", "#FFFFFF", "#FFFFFF", "#8E9089",
+                                              "#000000", "#0000FF", "#000000", "#8E9089"};
+    std::vector<std::size_t> const faces = {1040, 1006, 1032, 1036, 1032, 1060, 1014, 1058};
+    ASSERT_EQ(8u, read.meshes.size());
+    for (std::size_t i = 0; i < 8; ++i)
+    {
+        SCOPED_TRACE(i);
+        MStlBase const& part = *read.meshes[i];
+        EXPECT_EQ(L"part" + std::to_wstring(i + 1) + L".stl", part.GetName());
+        EXPECT_EQ(PartRole::Printable, read.roles[i]);
+        EXPECT_EQ(faces[i], part.GetNumberOfTriangles());
+        EXPECT_EQ((std::map<std::string, std::size_t>{{colours[i], faces[i]}}), ColourCounts(part));
+    }
+    auto const plain = Import(file, false);
+    ASSERT_EQ(1u, plain.meshes.size());
+    EXPECT_EQ(0u, ColourCounts(*plain.meshes[0]).count("#0000FF"));
+    EXPECT_EQ(TotalTriangles(plain.meshes), TotalTriangles(read.meshes));
+}
+
+// The cylinder is a modifier: not printed, so the printable mesh is the
+// plain reading without it (the cube's triangles come first there).
+TEST(RealProjects, OrcaModifierIsNoPrintablePart)
+{
+    REAL_PROJECT(file, "orcaslicer-modifierGroup.3mf");
+    auto const plain = Import(file, false);
+    auto const all = Import(file, true);
+    auto const printable = Import(file, true, false);
+    ASSERT_EQ(1u, plain.meshes.size());
+    ASSERT_EQ(2u, all.meshes.size());
+    EXPECT_EQ((std::vector<PartRole>{PartRole::Printable, PartRole::Modifier}), all.roles);
+    EXPECT_EQ(L"Generic-Cylinder", all.meshes[1]->GetName());
+    EXPECT_EQ(0u, ColourCounts(*all.meshes[1]).count("#FFFFFF"));
+    ASSERT_EQ(1u, printable.meshes.size());
+    EXPECT_EQ((std::vector<PartRole>{PartRole::Printable}), printable.roles);
+    MStlBase const& cube = *printable.meshes[0];
+    EXPECT_EQ(plain.meshes[0]->GetNumberOfTriangles(),
+              cube.GetNumberOfTriangles() + all.meshes[1]->GetNumberOfTriangles());
+    EXPECT_TRUE(SameTriangles(cube, *plain.meshes[0], 0));
+    EXPECT_TRUE(SameTriangles(*all.meshes[1], *plain.meshes[0], std::uint32_t(cube.GetNumberOfTriangles())));
+    EXPECT_EQ((std::map<std::string, std::size_t>{{"#FFFFFF", 12}}), ColourCounts(cube));
+}
+
+// 12,505 triangles painted "8" (filament 2, #A6A9AA) and 6 painted "4"
+// (filament 1, the object's own #7D6556): whole triangles, so the geometry
+// is the plain reading's.
+TEST(RealProjects, ChestPaintTakesTheStatesFilaments)
+{
+    REAL_PROJECT(file, "bambu-painted-chest.3mf");
+    auto const read = Import(file, true);
+    auto const plain = Import(file, false);
+    ASSERT_EQ(1u, read.meshes.size()) << Messages(read.warnings);
+    ASSERT_EQ(1u, plain.meshes.size());
+    EXPECT_EQ((std::map<std::string, std::size_t>{{"#7D6556", 87756 - 12505}, {"#A6A9AA", 12505}}),
+              ColourCounts(*read.meshes[0]));
+    EXPECT_TRUE(SameTriangles(*read.meshes[0], *plain.meshes[0], 0));
+    EXPECT_EQ("", Messages(read.warnings));
+}
+
+// Every file read with the option: without error, and, where no paint is
+// subdivided (none of the files), with the plain reading's triangles over
+// all its parts.
+TEST(RealProjects, EveryFileReadsWithTheOption)
+{
+    std::vector<boost::filesystem::path> const files = AllTestFiles();
+    if (files.empty())
+    {
+        char const* const ci = std::getenv("CI");
+        ASSERT_FALSE(ci != nullptr && std::strcmp(ci, "true") == 0) << "CI=true, but no test files";
+        GTEST_SKIP() << "no sample or real-world files beside the checkout (../shared/testdata)";
+    }
+    for (auto const& path : files)
+    {
+        SCOPED_TRACE(path.string());
+        std::wstring const file = StringConversion::ConvertMultiByteStringToOndString(path.string());
+        auto const plain = Import(file, false);
+        auto const read = Import(file, true);
+        EXPECT_EQ(plain.status, read.status) << Messages(read.errors);
+        EXPECT_EQ(TotalTriangles(plain.meshes), TotalTriangles(read.meshes));
+        EXPECT_EQ(read.meshes.size(), read.roles.size());
+    }
+}
