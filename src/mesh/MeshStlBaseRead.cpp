@@ -14,6 +14,7 @@
 
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 namespace Format_3MF
 {
@@ -226,24 +227,39 @@ bool MeshStlBaseRead::_ReadVertex(MSAXReader& reader)
     return true;
 }
 
-void MeshStlBaseRead::_NoteFirstVertex()
+void MeshStlBaseRead::_NoteVertices(std::size_t count)
 {
+    std::uint32_t const next = static_cast<std::uint32_t>(m_mesh->m_stl->GetNumberOfPoints());
     if (m_vertexCount == 0)
     {
-        m_firstPoint = static_cast<std::uint32_t>(m_mesh->m_stl->GetNumberOfPoints());
+        m_firstPoint = next;
+    }
+    else if (m_vertexPoints.empty() && next != m_firstPoint + m_vertexCount)
+    {
+        m_vertexPoints.resize(m_vertexCount);
+        std::iota(m_vertexPoints.begin(), m_vertexPoints.end(), m_firstPoint);
+    }
+    if (!m_vertexPoints.empty())
+    {
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            m_vertexPoints.push_back(next + static_cast<std::uint32_t>(i));
+        }
     }
 }
 
 void MeshStlBaseRead::_AddVertex(double x, double y, double z)
 {
-    _NoteFirstVertex();
+    _NoteVertices(1);
     m_mesh->m_stl->AddPoint(_ToInternal(x), _ToInternal(y), _ToInternal(z), true);
     ++m_vertexCount;
 }
 
 MStlPoint* MeshStlBaseRead::GetVertexPoint(std::size_t index) const
 {
-    return &m_mesh->m_stl->PointAt(m_firstPoint + static_cast<std::uint32_t>(index));
+    std::uint32_t const point =
+        m_vertexPoints.empty() ? m_firstPoint + static_cast<std::uint32_t>(index) : m_vertexPoints[index];
+    return &m_mesh->m_stl->PointAt(point);
 }
 
 MStlPoint* MeshStlBaseRead::_Point(int index) const

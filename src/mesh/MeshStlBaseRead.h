@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 class MStlPoint;
 
@@ -81,9 +82,8 @@ private:
     bool _ReadPlainVertex(OndSAX::PlainElement const& element, MSAXReader& reader);
     bool _ReadPlainTriangle(OndSAX::PlainElement const& element, MSAXReader& reader);
     void _AddVertex(double x, double y, double z);
-    // Where the vertices of the file begin in the host mesh, fixed by the
-    // first one.
-    void _NoteFirstVertex();
+    // Before `count` vertices are added: where they will lie in the mesh.
+    void _NoteVertices(std::size_t count);
     void _AddTriangle(int v1, int v2, int v3, Reference const& reference);
     // A vertex index of the file; out of range is refused, naming the index.
     MStlPoint* _Point(int index) const;
@@ -103,11 +103,14 @@ private:
     BinaryPartReader& _SeekBinary(BinaryRef const& ref) const;
 
     MeshStlBase* m_mesh;
-    // Only this reader adds points to the host mesh, so the file's vertices
-    // are its points from m_firstPoint on, in file order: a vertex index is
-    // a point index, and blocks of them go into the mesh in bulk.
+    // The file's vertices are the mesh's points from m_firstPoint on, in file
+    // order, so a vertex index is a point index and blocks of them go into
+    // the mesh in bulk. Should points of a derived reader's own come between
+    // vertices (the midpoints of painted triangles, in a file that puts
+    // vertices after triangles), every vertex's point is listed from then on.
     std::uint32_t m_firstPoint = 0;
     std::size_t m_vertexCount = 0;
+    std::vector<std::uint32_t> m_vertexPoints;
     double m_unitFactor;
     // The scope of the mesh is fixed while it is read, so a prefix means the
     // same namespace each time: the last one looked up is remembered.

@@ -85,7 +85,6 @@ void MeshStlBaseRead::_ReadBinaryVertices(BinaryRef const& ref)
 {
     BinaryPartReader& part = _SeekBinary(ref);
     MStlBase& stl = *m_mesh->m_stl;
-    _NoteFirstVertex();
     // The floats are turned into internal units where they were read.
     std::vector<std::int32_t> numbers(3 * std::min(kBatch, ref.m_count));
     for (std::uint64_t done = 0; done < ref.m_count;)
@@ -98,6 +97,7 @@ void MeshStlBaseRead::_ReadBinaryVertices(BinaryRef const& ref)
             std::memcpy(&coordinate, &numbers[i], sizeof coordinate);
             numbers[i] = _ToInternal(coordinate);
         }
+        _NoteVertices(records);
         stl.AddPoints(numbers.data(), records);
         m_vertexCount += records;
         done += records;
@@ -129,7 +129,15 @@ void MeshStlBaseRead::_ReadBinaryTriangles(BinaryRef const& ref)
                 _Point(corners[i]);
             }
         }
-        stl.AddTriangles(reinterpret_cast<std::uint32_t const*>(corners.data()), records, m_firstPoint);
+        std::uint32_t* const indices = reinterpret_cast<std::uint32_t*>(corners.data());
+        if (!m_vertexPoints.empty())
+        {
+            for (std::uint64_t i = 0; i < 3 * records; ++i)
+            {
+                indices[i] = m_vertexPoints[indices[i]];
+            }
+        }
+        stl.AddTriangles(indices, records, m_vertexPoints.empty() ? m_firstPoint : 0);
         done += records;
     }
 }

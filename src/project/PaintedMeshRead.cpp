@@ -56,7 +56,7 @@ PaintedMeshRead::PaintedMeshRead(PackageReadContext* context, PaintedMesh* mesh,
 
 PaintedMeshRead::~PaintedMeshRead()
 {
-    m_painted->NoteVertexCount(GetPoints().size());
+    m_painted->NoteVertexCount(GetNumberOfVertices());
 }
 
 std::size_t PaintedMeshRead::_Triangles() const
@@ -164,10 +164,9 @@ bool PaintedMeshRead::HandlePlainElement(OndSAX::PlainElement const& element, MS
 bool PaintedMeshRead::_AddPainted(int v1, int v2, int v3, std::string_view code)
 {
     std::vector<std::uint32_t> const& filaments = m_painted->GetFilaments();
-    std::deque<MStlPoint*> const& points = GetPoints();
     for (int const vertex : {v1, v2, v3})
     {
-        if (vertex < 0 || std::size_t(vertex) >= points.size())
+        if (vertex < 0 || std::size_t(vertex) >= GetNumberOfVertices())
         {
             return false;
         }
@@ -204,7 +203,8 @@ bool PaintedMeshRead::_AddPainted(int v1, int v2, int v3, std::string_view code)
         }
     }
     MStlBase& mesh = *m_painted->m_stl;
-    m_leafPoints.assign({points[v1], points[v2], points[v3]});
+    m_leafPoints.assign(
+        {GetVertexPoint(std::size_t(v1)), GetVertexPoint(std::size_t(v2)), GetVertexPoint(std::size_t(v3))});
     for (auto const& [a, b] : m_subdivision.midpoints)
     {
         MStlPoint const& first = *m_leafPoints[a];

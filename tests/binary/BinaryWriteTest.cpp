@@ -206,14 +206,16 @@ TEST(BinaryWrite, ReadPackageCarriesTheBinaryPartLazily)
     std::string const bytes = EntryText(path, "3D/3dmodel.model.bin");
     ASSERT_EQ(4u * 12u + 2u * 12u, bytes.size());
 
+    std::vector<std::unique_ptr<MStlBase>> meshes;
     Format_3MF::ModelFileStlBase model;
     Format_3MF::Package package(&model);
     Format_3MF::PackageRead reader(&package, {});
     ASSERT_TRUE(reader.Read(path, nullptr));
-    // The flattened meshes are the reader's caller's.
+    // The flattened meshes are the reader's caller's; the model writes them
+    // again below.
     for (std::uint64_t i = 0; i < model.GetNumStls(); ++i)
     {
-        std::unique_ptr<MStlBase> const owned(model.GetStl(i));
+        meshes.emplace_back(model.GetStl(i));
     }
     std::vector<Format_3MF::CustomFile const*> files;
     package.GetCustomFiles(files);
