@@ -208,3 +208,35 @@ TEST(HostileProjects, PaintedVolumesKeepTheirLeaves)
         (std::map<std::string, std::size_t>{{"#FF0000", 5}, {"#00FF00", 8}, {"#0000FF", 1}, {"#FFFFFF", 1}}),
         ColourCounts(*read.meshes[1]));
 }
+
+// A mesh that lists vertices again after painted triangles (which the
+// schema forbids, and readers take): the later vertices keep their own
+// points, though the leaves' midpoints were made before them.
+TEST(HostileProjects, VerticesAfterPaintedTrianglesKeepTheirPoints)
+{
+    PackageScratch scratch;
+    std::wstring const file = scratch.File("late-vertices.3mf");
+    std::string const mesh =
+        "<mesh><vertices><vertex x=\"0\" y=\"0\" z=\"0\"/><vertex x=\"8\" y=\"0\" z=\"0\"/>"
+        "<vertex x=\"0\" y=\"8\" z=\"0\"/></vertices><triangles><triangle v1=\"0\" v2=\"1\" v3=\"2\" "
+        "slic3rpe:mmu_segmentation=\"480C1C3\"/></triangles><vertices><vertex x=\"5\" y=\"5\" z=\"5\"/>"
+        "<vertex x=\"6\" y=\"5\" z=\"5\"/></vertices><triangles><triangle v1=\"3\" v2=\"4\" v3=\"0\"/>"
+        "</triangles></mesh>";
+    WriteModelPackage(file, Part(MeshObject(1, mesh), Item(1)),
+                      {{"Metadata/Slic3r_PE_model.config", PrusaObjects(PrusaVolume("0", "1"))},
+                       {"Metadata/Slic3r_PE.config", kPrusaFilaments}});
+    auto const read = Import(file, true);
+    auto const plain = Import(file, false);
+    ASSERT_EQ(1u, read.meshes.size()) << Messages(read.warnings);
+    ASSERT_EQ(1u, plain.meshes.size());
+    EXPECT_EQ("", Messages(read.warnings));
+    ASSERT_EQ(5u, read.meshes[0]->GetNumberOfTriangles()) << "four leaves and the plain triangle";
+    MStlTriangle const& last = read.meshes[0]->TriangleAt(4);
+    MStlTriangle const& expected = plain.meshes[0]->TriangleAt(1);
+    for (unsigned corner = 0; corner < 3; ++corner)
+    {
+        EXPECT_EQ(plain.meshes[0]->PointAt(expected.GetPointIndex(corner)).GetCoordinates(),
+                  read.meshes[0]->PointAt(last.GetPointIndex(corner)).GetCoordinates())
+            << corner;
+    }
+}
