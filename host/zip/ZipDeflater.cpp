@@ -22,6 +22,8 @@ std::uint32_t LevelBufferSize(int level)
 {
     switch (level)
     {
+    case 0:
+        return ISAL_DEF_LVL0_DEFAULT;
     case 1:
         return ISAL_DEF_LVL1_DEFAULT;
     case 2:

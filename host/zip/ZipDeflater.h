@@ -19,7 +19,7 @@ public:
     // Where the deflate data goes, in pieces; it may throw.
     using Sink = std::function<void(unsigned char const* data, std::size_t size)>;
 
-    // level is ISA-L's, 1 to 3. name only serves messages.
+    // level is ISA-L's, 0 to 3. name only serves messages.
     ZipDeflater(Sink sink, std::string name, int level);
     ZipDeflater(ZipDeflater const&) = delete;
     ZipDeflater& operator=(ZipDeflater const&) = delete;
