@@ -2,6 +2,7 @@
 // caps that an independent reading of the XML gives, and survives
 // ond3mf-convert in each dialect and across dialects with what that dialect
 // can carry.
+#include "support/Prerequisites.h"
 #include "beamlattice/BeamTestSupport.h"
 #include "import/ImportSupport.h"
 #include "support/Samples.h"
@@ -83,7 +84,7 @@ TEST(BeamLatticeSamples, BeamsMatchIndependentExpectations)
     auto const files = Samples("examples/beamlattice");
     if (files.empty())
     {
-        GTEST_SKIP() << "no beam lattice samples beside the checkout (../shared/testdata)";
+        SKIP_OR_FAIL_MISSING("beam lattice samples beside the checkout (../shared/testdata)");
     }
     for (auto const& file : files)
     {
@@ -122,7 +123,7 @@ TEST(BeamLatticeSamples, RoundTripsInEachDialectAndAcross)
     auto const files = Samples("examples/beamlattice");
     if (files.empty())
     {
-        GTEST_SKIP() << "no beam lattice samples beside the checkout (../shared/testdata)";
+        SKIP_OR_FAIL_MISSING("beam lattice samples beside the checkout (../shared/testdata)");
     }
     PackageScratch scratch;
     auto const path = [&](char const* name)

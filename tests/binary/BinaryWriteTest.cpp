@@ -1,6 +1,7 @@
 // Writing meshes into the model's binary part: what the package names and
 // holds, a coloured mesh back through the importer, cancelling, and
 // ond3mf-convert's --binary there and back.
+#include "support/Prerequisites.h"
 #include "binary/BinaryTestSupport.h"
 #include "export/ExportSupport.h"
 #include "import/ImportSupport.h"
@@ -294,7 +295,7 @@ TEST(BinaryWrite, ColouredSampleThroughBinaryForm)
                      [](auto const& file) { return file.filename() == "dodeca_chain_loop_color.3mf"; });
     if (sample == samples.end())
     {
-        GTEST_SKIP() << "dodeca_chain_loop_color.3mf is not beside the checkout (../shared/testdata)";
+        SKIP_OR_FAIL_MISSING("dodeca_chain_loop_color.3mf beside the checkout (../shared/testdata)");
     }
     PackageScratch scratch;
     std::string const binary = StringConversion::ConvertNativeToUTF8(scratch.File("dodeca-binary.3mf"));

@@ -2,6 +2,7 @@
 // the same meshes, colours, textures and beams, files that a strict check
 // independent of the writers passes, and the tool's behaviour on bad
 // arguments and failures.
+#include "support/Prerequisites.h"
 #include "import/ImportSupport.h"
 #include "support/Samples.h"
 
@@ -209,7 +210,7 @@ TEST(ConvertRoundTrip, EveryTestFileInEveryConversionComesBackWithTheSameMeshes)
     auto const files = AllTestFiles();
     if (files.empty())
     {
-        GTEST_SKIP() << "no sample files beside the checkout (../shared/testdata)";
+        SKIP_OR_FAIL_MISSING("sample files beside the checkout (../shared/testdata)");
     }
     PackageScratch scratch;
     for (auto const& file : files)

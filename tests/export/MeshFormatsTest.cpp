@@ -1,6 +1,7 @@
 // STL, OBJ, PLY and OFF through ond3mf-convert: every one-mesh sample there
 // and back, welding a soup, bad files refused with a message and no output,
 // and PrusaSlicer as an independent reader and writer where it is installed.
+#include "support/Prerequisites.h"
 #include "import/ImportSupport.h"
 #include "support/Samples.h"
 
@@ -102,7 +103,7 @@ TEST(MeshFormats, EveryOneMeshSampleRoundTripsThroughEachFormat)
     auto const files = AllTestFiles();
     if (files.empty())
     {
-        GTEST_SKIP() << "no sample files beside the checkout (../shared/testdata)";
+        SKIP_OR_FAIL_MISSING("sample files beside the checkout (../shared/testdata)");
     }
     PackageScratch scratch;
     struct Format

@@ -1,5 +1,6 @@
 // Imports every sample file and compares the meshes with what a separate
 // reading of the XML expects.
+#include "support/Prerequisites.h"
 #include "import/ImportSupport.h"
 #include "support/Samples.h"
 
@@ -13,7 +14,7 @@ TEST(SamplesImport, ToolMatchesIndependentExpectations)
     auto const files = Samples();
     if (files.empty())
     {
-        GTEST_SKIP() << "no sample files beside the checkout (../shared/testdata)";
+        SKIP_OR_FAIL_MISSING("sample files beside the checkout (../shared/testdata)");
     }
     std::vector<std::string> names;
     for (auto const& file : files)

@@ -121,6 +121,17 @@ inline std::ostream& operator<<(std::ostream& out, Outcome const& outcome)
     return out;
 }
 
+// Sets whether readers use plain content for as long as it lives, and puts
+// it back on when it goes, also when an exception unwinds the test.
+class PlainContentSwitch
+{
+public:
+    explicit PlainContentSwitch(bool plain) { OndSAX::SetPlainContentEnabled(plain); }
+    ~PlainContentSwitch() { OndSAX::SetPlainContentEnabled(true); }
+    PlainContentSwitch(PlainContentSwitch const&) = delete;
+    PlainContentSwitch& operator=(PlainContentSwitch const&) = delete;
+};
+
 constexpr double kSteps = 1000.0;
 
 struct Reading
@@ -150,8 +161,8 @@ inline Reading Read(std::string const& xml, bool plain, std::size_t block, doubl
 
     Reading reading;
     Outcome& outcome = reading.outcome;
-    OndSAX::SetPlainContentEnabled(plain);
     {
+        PlainContentSwitch const use(plain);
         ModelRoot root(mesh, context);
         MSAXReader reader(root);
         BlockReadBuffer source(xml, block);
@@ -169,7 +180,6 @@ inline Reading Read(std::string const& xml, bool plain, std::size_t block, doubl
         }
         reading.bypassed = reader.GetBypassedBytes();
     }
-    OndSAX::SetPlainContentEnabled(true);
 
     MStlBase const& stl = *mesh.m_stl;
     for (auto point = stl.BeginPoint(); point != stl.EndPoint(); ++point)

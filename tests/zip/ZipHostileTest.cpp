@@ -257,6 +257,7 @@ TEST(ZipHostile, FlippedByteInEachRegion)
 TEST(ZipHostile, EntryClaimingFourGiB)
 {
     TemporaryFolder folder;
+    std::vector<std::optional<std::size_t>> growth;
     for (int level : {-1, 0})
     {
         OneEntry entry(folder, level);
@@ -265,11 +266,18 @@ TEST(ZipHostile, EntryClaimingFourGiB)
         {
             entry.PatchBoth(18, 0xFFFFFFFEu);
         }
-        std::ofstream("/proc/self/clear_refs") << "5";
-        std::size_t const peakBefore = PeakResidentKiB();
+        PeakGrowth const peak;
         ExpectRejected(folder, entry.m_bytes, entry.m_content, "level " + std::to_string(level),
                        Damage::Directory);
-        EXPECT_LT(PeakResidentKiB() - peakBefore, 64u * 1024u);
+        growth.push_back(peak.KiB());
+    }
+    for (std::optional<std::size_t> const& kib : growth)
+    {
+        if (!kib)
+        {
+            GTEST_SKIP() << "the peak resident memory can't be reset or read here";
+        }
+        EXPECT_LT(*kib, 64u * 1024u);
     }
 }
 
