@@ -2,8 +2,8 @@
 // the same meshes, colours, textures and beams, files that a strict check
 // independent of the writers passes, and the tool's behaviour on bad
 // arguments and failures.
-#include "support/Prerequisites.h"
 #include "import/ImportSupport.h"
+#include "support/Prerequisites.h"
 #include "support/Samples.h"
 
 #include "format3mf/Importer.h"
@@ -149,6 +149,7 @@ Conversion const kConversions[] = {
 void ExpectSameMeshes(MStlBase const& a, MStlBase const& b, Conversion const& conversion)
 {
     EXPECT_EQ(a.GetNumberOfTriangles(), b.GetNumberOfTriangles());
+    EXPECT_EQ(std::wstring(a.GetName()), std::wstring(b.GetName())) << "the object's name";
     std::size_t const beamsA = a.GetFeature().GetNumEdges();
     std::size_t const beamsB = b.GetFeature().GetNumEdges();
     switch (conversion.beams)
