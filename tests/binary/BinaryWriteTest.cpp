@@ -1,10 +1,11 @@
 // Writing meshes into the model's binary part: what the package names and
 // holds, a coloured mesh back through the importer, cancelling, and
 // ond3mf-convert's --binary there and back.
-#include "support/Prerequisites.h"
 #include "binary/BinaryTestSupport.h"
 #include "export/ExportSupport.h"
 #include "import/ImportSupport.h"
+#include "support/MeshDump.h"
+#include "support/Prerequisites.h"
 #include "support/Samples.h"
 
 #include "format3mf/ArchivedCustomFile.h"
@@ -81,19 +82,6 @@ void WriteBinary(std::wstring const& path, std::vector<MStlBase*> const& meshes,
     Format_3MF::PackageWrite(&package, options).Write(path, progress);
 }
 
-std::vector<std::array<std::int32_t, 3>> UsedPoints(MStlBase const& mesh)
-{
-    std::vector<std::array<std::int32_t, 3>> points;
-    for (auto point = mesh.BeginPoint(); point != mesh.EndPoint(); ++point)
-    {
-        if (point->GetUseCount() != 0)
-        {
-            points.push_back({point->GetX(), point->GetY(), point->GetZ()});
-        }
-    }
-    return points;
-}
-
 std::wstring Wide(std::string const& text)
 {
     return StringConversion::ConvertUTF8ToNative(text.data(), text.size());
@@ -164,7 +152,7 @@ TEST(BinaryWrite, ObjectsInPartsOfTheirOwnHaveBinaryPartsOfTheirOwn)
     auto const meshes = ImportMeshes(path);
     ASSERT_EQ(2u, meshes.size());
     EXPECT_EQ(2u, meshes[0]->GetNumberOfTriangles());
-    EXPECT_EQ(UsedPoints(*triangle), UsedPoints(*meshes[1]));
+    EXPECT_EQ(PointsOf(*triangle, true), PointsOf(*meshes[1], true));
 }
 
 // Geometry comes back; the object's colour is kept, triangle colours are
@@ -180,7 +168,7 @@ TEST(BinaryWrite, ColouredMeshReadsBackWithItsGeometryAndObjectColour)
 
     auto const meshes = ImportMeshes(path);
     ASSERT_EQ(1u, meshes.size());
-    EXPECT_EQ(UsedPoints(*square), UsedPoints(*meshes[0]));
+    EXPECT_EQ(PointsOf(*square, true), PointsOf(*meshes[0], true));
     EXPECT_EQ(4u, meshes[0]->GetNumberOfPoints());
     ASSERT_EQ(2u, meshes[0]->GetNumberOfTriangles());
     for (std::uint32_t t = 0; t < 2; ++t)
@@ -272,8 +260,8 @@ TEST(BinaryWrite, ConvertToBinaryAndBack)
     ASSERT_EQ(1u, viaBinary.size());
     ASSERT_EQ(1u, again.size());
     // Floats of millimetres carry the internal grid of a torus this size.
-    EXPECT_EQ(UsedPoints(*original[0]), UsedPoints(*viaBinary[0]));
-    EXPECT_EQ(UsedPoints(*viaBinary[0]), UsedPoints(*again[0]));
+    EXPECT_EQ(PointsOf(*original[0], true), PointsOf(*viaBinary[0], true));
+    EXPECT_EQ(PointsOf(*viaBinary[0], true), PointsOf(*again[0], true));
     EXPECT_EQ(original[0]->GetNumberOfTriangles(), again[0]->GetNumberOfTriangles());
     for (std::uint32_t t = 0; t < again[0]->GetNumberOfTriangles(); ++t)
     {
@@ -309,8 +297,8 @@ TEST(BinaryWrite, ColouredSampleThroughBinaryForm)
     for (std::size_t i = 0; i < before.size(); ++i)
     {
         SCOPED_TRACE(i);
-        auto const a = UsedPoints(*before[i]);
-        auto const b = UsedPoints(*after[i]);
+        auto const a = PointsOf(*before[i], true);
+        auto const b = PointsOf(*after[i], true);
         ASSERT_EQ(a.size(), b.size());
         for (std::size_t p = 0; p < a.size(); ++p)
         {

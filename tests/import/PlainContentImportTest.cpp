@@ -1,9 +1,10 @@
 // Every 3MF file beside the checkout imports to the same meshes, colours,
 // textures, status and messages with mesh data in plain form and without.
 
-#include "support/Prerequisites.h"
+#include "support/MeshDump.h"
 #include "support/MeshReadComparison.h"
 #include "support/PackageTestSupport.h"
+#include "support/Prerequisites.h"
 #include "support/Samples.h"
 
 #include "format3mf/Importer.h"
@@ -21,8 +22,8 @@ namespace
 {
 struct Part
 {
-    std::vector<std::array<int, 3>> points;
-    std::vector<std::array<unsigned, 3>> triangles;
+    PointList points;
+    TriangleList triangles;
     std::vector<long long> colors;
     // Per texture: its name, then the coordinates of each of its triangles,
     // by triangle index.
@@ -51,18 +52,7 @@ struct Imported
 
 Part Describe(MStlBase const& stl)
 {
-    Part part;
-    for (auto point = stl.BeginPoint(); point != stl.EndPoint(); ++point)
-    {
-        part.points.push_back({point->GetX(), point->GetY(), point->GetZ()});
-    }
-    for (auto triangle = stl.BeginTriangle(); triangle != stl.EndTriangle(); ++triangle)
-    {
-        part.triangles.push_back(
-            {triangle->GetPointIndex(0), triangle->GetPointIndex(1), triangle->GetPointIndex(2)});
-        MStlColor const& color = triangle->GetColor();
-        part.colors.push_back(color.IsDefined() ? static_cast<long long>(color.GetRGB()) : -1);
-    }
+    Part part{PointsOf(stl), TrianglesOf(stl), ColoursOf(stl), {}};
     for (MStlTexture const* texture : stl.GetTextures())
     {
         std::vector<std::array<float, 7>> corners;
