@@ -2,9 +2,9 @@
 // caps that an independent reading of the XML gives, and survives
 // ond3mf-convert in each dialect and across dialects with what that dialect
 // can carry.
-#include "support/Prerequisites.h"
 #include "beamlattice/BeamTestSupport.h"
 #include "import/ImportSupport.h"
+#include "support/Prerequisites.h"
 #include "support/Samples.h"
 
 #include "format3mf/Importer.h"

@@ -1,8 +1,8 @@
 // STL, OBJ, PLY and OFF through ond3mf-convert: every one-mesh sample there
 // and back, welding a soup, bad files refused with a message and no output,
 // and PrusaSlicer as an independent reader and writer where it is installed.
-#include "support/Prerequisites.h"
 #include "import/ImportSupport.h"
+#include "support/Prerequisites.h"
 #include "support/Samples.h"
 
 #include "format3mf/TriangleSoup.h"

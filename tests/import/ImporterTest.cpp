@@ -1,7 +1,7 @@
 // Tests of the importer's options, merging, failures and cancellation, on
 // packages the tests build.
-#include "support/Prerequisites.h"
 #include "import/ImportSupport.h"
+#include "support/Prerequisites.h"
 #include "support/Samples.h"
 #include "support/SlicerPackages.h"
 

@@ -1,7 +1,7 @@
 // Imports every sample file and compares the meshes with what a separate
 // reading of the XML expects.
-#include "support/Prerequisites.h"
 #include "import/ImportSupport.h"
+#include "support/Prerequisites.h"
 #include "support/Samples.h"
 
 #include <gtest/gtest.h>

@@ -3,9 +3,9 @@
 // Cura namespaces. Geometry is checked against the independent expectations
 // of expected_meshes.py.
 
-#include "support/Prerequisites.h"
 #include "import/ImportSupport.h"
 #include "import/SlicerReadSupport.h"
+#include "support/Prerequisites.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 // stored entries, names outside ASCII, a name twice) import as the same
 // package written plainly, and real files in those forms as an independent
 // reading of their XML says.
-#include "support/Prerequisites.h"
 #include "import/ImportSupport.h"
+#include "support/Prerequisites.h"
 
 #include "format3mf/Importer.h"
 

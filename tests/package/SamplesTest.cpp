@@ -1,7 +1,7 @@
 // Reads every sample file in analyse-only mode, skipping when the samples are
 // missing.
-#include "support/Prerequisites.h"
 #include "support/Samples.h"
+#include "support/Prerequisites.h"
 #include "support/TestModelFile.h"
 
 #include "format3mf/Package.h"
