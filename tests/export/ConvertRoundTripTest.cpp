@@ -142,7 +142,7 @@ Conversion const kConversions[] = {
     {"vendor lattice", {"--beams=vendor"}, true, Conversion::Same},
     {"no lattice", {"--beams=none"}, true, Conversion::None},
     {"binary, vendor lattice, zip64", {"--binary --zip64 --beams=vendor"}, false, Conversion::Same},
-    {"binary, then plain", {"--binary --beams=vendor", ""}, false, Conversion::Same},
+    {"binary, then plain", {"--binary --beams=vendor", ""}, false, Conversion::Fewer},
     {"twice: separate vendor, then plain",
      {"--separate-objects --beams=vendor", ""},
      true,
