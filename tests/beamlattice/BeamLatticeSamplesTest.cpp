@@ -165,10 +165,3 @@ TEST(BeamLatticeSamples, RoundTripsInEachDialectAndAcross)
         EXPECT_EQ("0 0\n", CountBeamElements(none));
     }
 }
-
-TEST(BeamLatticeSamples, ConvertRefusesAnUnknownDialect)
-{
-    CommandOutput const output = RunCommand(Quoted(OND3MF_CONVERT) + " --beams=curved a.3mf b.3mf 2>&1");
-    EXPECT_EQ(2, WIFEXITED(output.status) ? WEXITSTATUS(output.status) : -1);
-    EXPECT_NE(std::string::npos, output.text.find("unknown beam dialect 'curved'")) << output.text;
-}

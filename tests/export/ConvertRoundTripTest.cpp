@@ -299,8 +299,9 @@ TEST(ConvertTool, HelpBadArgumentsAndFailures)
         char const* says;
     };
     Case const cases[] = {
-        {"help", "--help", 0, "usage: ond3mf-convert"},
         {"unknown option", "--fast " + Quoted(torus) + " " + Quoted(out), 2, "unknown option '--fast'"},
+        {"unknown beam dialect", "--beams=curved " + Quoted(torus) + " " + Quoted(out), 2,
+         "unknown beam dialect 'curved'"},
         {"one file", Quoted(torus), 2, "expected IN and OUT"},
         {"missing input", Quoted(folder + "/none.3mf") + " " + Quoted(out), 1, "cannot read"},
         {"not a 3MF file", Quoted(FORMAT3MF_SOURCE_DIR "/README.md") + " " + Quoted(out), 1, "cannot read"},
@@ -328,19 +329,4 @@ TEST(ConvertTool, HelpBadArgumentsAndFailures)
         }
         EXPECT_EQ((std::set<std::string>{"torus.3mf"}), left) << entry.name;
     }
-    int status = -1;
-    Convert("--zip64 " + Quoted(torus) + " " + Quoted(out), status);
-    EXPECT_EQ(0, status);
-    EXPECT_EQ(std::vector<std::string>{"64 128"}, CheckWritten(out));
-}
-
-TEST(TorusTool, HelpPrintsUsageAndWritesNothing)
-{
-    OwnFolder const own("tools");
-    std::string const folder = own.path.string();
-    CommandOutput const help = RunCommand("cd " + Quoted(folder) + " && " + Quoted(OND3MF_TORUS) + " --help");
-    EXPECT_EQ(0, help.status);
-    EXPECT_NE(std::string::npos, help.text.find("usage: ond3mf-torus"));
-    EXPECT_TRUE(boost::filesystem::is_empty(folder));
-    EXPECT_NE(0, RunCommand(Quoted(OND3MF_TORUS) + " " + Quoted(folder + "/t.3mf") + " 2 9 2>&1").status);
 }
