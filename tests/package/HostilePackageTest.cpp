@@ -96,19 +96,25 @@ TEST(HostilePackage, StrangeNamesLandInsideTheTemporaryFolder)
                               {"_rels/.rels", Relationships({"/3D/3dmodel.model", c.target})},
                               {"3D/3dmodel.model", kModel},
                               {c.entry, "content of " + c.entry}});
-        TestModelFile model;
-        Package package(&model);
-        PackageRead reader(&package, PackageReadOptions());
-        EXPECT_TRUE(reader.Read(file, nullptr)) << c.entry;
-        std::vector<CustomFile const*> custom;
-        package.GetCustomFiles(custom);
-        ASSERT_EQ(1u, custom.size()) << c.entry;
-        boost::filesystem::path const landed(StringConversion::ConvertNativeToUTF8(custom[0]->GetPath()));
-        EXPECT_EQ(folder, landed.parent_path()) << c.entry;
-        std::string const name = landed.filename().string();
-        EXPECT_EQ(c.leaf, name.substr(name.find('-') + 1)) << c.entry;
-        std::ifstream in(landed.string(), std::ios::binary);
-        EXPECT_EQ("content of " + c.entry, std::string(std::istreambuf_iterator<char>(in), {})) << c.entry;
+        // Without a model, every related part is carried by a way of its own.
+        for (bool const withModel : {true, false})
+        {
+            SCOPED_TRACE(c.entry + (withModel ? ", with a model" : ", without a model"));
+            TestModelFile model;
+            Package package(withModel ? &model : nullptr);
+            PackageRead reader(&package, PackageReadOptions());
+            EXPECT_TRUE(reader.Read(file, nullptr));
+            std::vector<CustomFile const*> custom;
+            package.GetCustomFiles(custom);
+            ASSERT_EQ(withModel ? 1u : 2u, custom.size());
+            boost::filesystem::path const landed(
+                StringConversion::ConvertNativeToUTF8(custom.back()->GetPath()));
+            EXPECT_EQ(folder, landed.parent_path());
+            std::string const name = landed.filename().string();
+            EXPECT_EQ(c.leaf, name.substr(name.find('-') + 1));
+            std::ifstream in(landed.string(), std::ios::binary);
+            EXPECT_EQ("content of " + c.entry, std::string(std::istreambuf_iterator<char>(in), {}));
+        }
     }
     EXPECT_FALSE(boost::filesystem::exists(folder.parent_path() / escaped));
     EXPECT_FALSE(boost::filesystem::exists(boost::filesystem::path("/tmp") / escaped));
