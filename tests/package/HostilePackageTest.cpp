@@ -116,6 +116,15 @@ TEST(HostilePackage, StrangeNamesLandInsideTheTemporaryFolder)
             EXPECT_EQ("content of " + c.entry, std::string(std::istreambuf_iterator<char>(in), {}));
         }
     }
+    // Without a model, a related part that has no content type, or no entry,
+    // fails the read.
+    for (std::string const& types : {std::string("<Types/>"), kTypes})
+    {
+        std::wstring const file = Archive(
+            scratch, {{"[Content_Types].xml", types}, {"_rels/.rels", Relationships({"/missing.bin"})}});
+        Package package(nullptr);
+        EXPECT_FALSE(PackageRead(&package, PackageReadOptions()).Read(file, nullptr)) << types;
+    }
     EXPECT_FALSE(boost::filesystem::exists(folder.parent_path() / escaped));
     EXPECT_FALSE(boost::filesystem::exists(boost::filesystem::path("/tmp") / escaped));
     EXPECT_FALSE(boost::filesystem::exists(boost::filesystem::current_path().parent_path() / escaped));
