@@ -19,8 +19,12 @@ find "$build" -name '*.gcda' -delete
 (cd "$build" && ctest --parallel "$(nproc)" -E '^consumer$' "$@" >/dev/null) || echo "coverage: some tests failed; the figures cover what ran"
 for folder in src host include; do
   echo "== $folder"
-  # gcovr runs from the source root so that paths read as in the tree.
+  # gcovr runs from the source root so that paths read as in the tree. The
+  # report per file goes to the build folder: gcovr tries its output file by
+  # making and then deleting it, which for /dev/null, run as root, deletes
+  # the device.
   (cd "$root" && gcovr --root "$root" --object-directory "$build" --filter "$folder/" \
-     --exclude-unreachable-branches --exclude-throw-branches --print-summary --txt /dev/null 2>/dev/null |
+     --exclude-unreachable-branches --exclude-throw-branches --print-summary \
+     --txt "$build/coverage-$folder.txt" 2>/dev/null |
      grep -E '^(lines|branches):')
 done

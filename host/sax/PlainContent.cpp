@@ -1,4 +1,5 @@
-// The switch between plain content and the parser alone.
+// The switch between plain content and the parser alone, and the count of
+// what plain content took.
 
 #include "sax/PlainContent.h"
 
@@ -9,7 +10,8 @@ namespace OndSAX
 namespace
 {
 std::atomic<bool> g_plainContent{true};
-}
+std::atomic<std::int64_t> g_bytesTaken{0};
+} // namespace
 
 IPlainContentReader::~IPlainContentReader() = default;
 
@@ -21,5 +23,15 @@ void SetPlainContentEnabled(bool enabled)
 bool IsPlainContentEnabled()
 {
     return g_plainContent.load(std::memory_order_relaxed);
+}
+
+std::int64_t PlainContentBytesTaken()
+{
+    return g_bytesTaken.load(std::memory_order_relaxed);
+}
+
+void AddPlainContentBytesTaken(std::int64_t bytes)
+{
+    g_bytesTaken.fetch_add(bytes, std::memory_order_relaxed);
 }
 } // namespace OndSAX

@@ -5,6 +5,7 @@
 // them from the reader straight out of the input bytes.
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 class MSAXReader;
@@ -57,4 +58,10 @@ public:
 // tests and benchmarks that compare the two ways.
 void SetPlainContentEnabled(bool enabled);
 bool IsPlainContentEnabled();
+
+// The bytes that the readers of the process have taken in plain form, added
+// up as each reader goes: how a comparison of the two ways sees that the
+// plain one was taken at all.
+std::int64_t PlainContentBytesTaken();
+void AddPlainContentBytesTaken(std::int64_t bytes);
 } // namespace OndSAX

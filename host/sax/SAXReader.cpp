@@ -3,6 +3,7 @@
 #include "sax/SAXReader.h"
 
 #include "common/StringConversion.h"
+#include "sax/PlainContent.h"
 #include "sax/SAXFeed.h"
 #include "sax/SAXPersist.h"
 #include "zip/IReadBuffer.h"
@@ -202,6 +203,7 @@ MSAXReader::MSAXReader(ISAXPersist& root) : m_parser(XML_ParserCreate(nullptr))
 
 MSAXReader::~MSAXReader()
 {
+    OndSAX::AddPlainContentBytesTaken(m_bypassed);
     while (m_handlers.size() > 1)
     {
         delete m_handlers.back().handler;

@@ -96,7 +96,7 @@ TEST(Exporter, MeshAndMaskRestoredOnEveryWayOut)
             MakePyramid(*mesh);
             auto mask = std::make_unique<MStlColorMaskTrianglePoints>(&mesh->GetTriangleMaskOwner());
             mask->SetUserLabel(label);
-            auto const before = Coordinates(*mesh);
+            auto const before = PointsOf(*mesh);
             format3mf::Export exporter;
             exporter.SetStl(mesh.get(), MakeAwkwardTransform(), mask.get());
             exporter.SetFilePath(path);
@@ -105,7 +105,7 @@ TEST(Exporter, MeshAndMaskRestoredOnEveryWayOut)
                 exporter.SetProgressDelegate(std::make_shared<CancelOnProgress>());
             }
             EXPECT_EQ(entry.status, exporter.Operate()) << entry.name;
-            EXPECT_EQ(before, Coordinates(*mesh)) << entry.name;
+            EXPECT_EQ(before, PointsOf(*mesh)) << entry.name;
             EXPECT_EQ(label, mask->GetUserLabel()) << entry.name;
             // The writer's masks on the mesh are gone with it.
             EXPECT_EQ(1u, mesh->GetTriangleMaskOwner().GetMasks().size()) << entry.name;
@@ -200,7 +200,7 @@ TEST(Exporter, ATextureWithoutPixelsIsLeftOutWithAWarning)
     PackageScratch scratch;
     auto mesh = MakeSquare();
     AddTexture(*mesh, L"blank", nullptr, {0});
-    auto const before = Coordinates(*mesh);
+    auto const before = PointsOf(*mesh);
     format3mf::Export exporter;
     exporter.SetStl(mesh.get(), MakeAwkwardTransform(), nullptr);
     std::wstring const file = scratch.File("blank.3mf");
@@ -209,5 +209,5 @@ TEST(Exporter, ATextureWithoutPixelsIsLeftOutWithAWarning)
     ASSERT_EQ(1u, exporter.GetWarnings().size());
     EXPECT_NE(std::wstring::npos, exporter.GetWarnings()[0].find(L"\"blank\"")) << exporter.GetWarnings()[0];
     EXPECT_EQ(std::string::npos, EntryText(file, "3D/3dmodel.model").find("texture2d"));
-    EXPECT_EQ(before, Coordinates(*mesh));
+    EXPECT_EQ(before, PointsOf(*mesh));
 }

@@ -2,6 +2,7 @@
 // and back, welding a soup, bad files refused with a message and no output,
 // and PrusaSlicer as an independent reader and writer where it is installed.
 #include "import/ImportSupport.h"
+#include "support/Prerequisites.h"
 #include "support/Samples.h"
 
 #include "format3mf/TriangleSoup.h"
@@ -102,7 +103,7 @@ TEST(MeshFormats, EveryOneMeshSampleRoundTripsThroughEachFormat)
     auto const files = AllTestFiles();
     if (files.empty())
     {
-        GTEST_SKIP() << "no sample files beside the checkout (../shared/testdata)";
+        SKIP_OR_FAIL_MISSING("sample files beside the checkout (../shared/testdata)");
     }
     PackageScratch scratch;
     struct Format

@@ -1,6 +1,7 @@
 // Tests of the importer's options, merging, failures and cancellation, on
 // packages the tests build.
 #include "import/ImportSupport.h"
+#include "support/Prerequisites.h"
 #include "support/Samples.h"
 #include "support/SlicerPackages.h"
 
@@ -86,7 +87,7 @@ TEST(Importer, SwitchesOnePartAppendAndTextures)
     auto const gears = Samples("examples/core");
     if (logo.empty() || gears.empty())
     {
-        GTEST_SKIP() << "no sample files beside the checkout (../shared/testdata)";
+        SKIP_OR_FAIL_MISSING("sample files beside the checkout (../shared/testdata)");
     }
     std::wstring const cubeGears = StringConversion::ConvertMultiByteStringToOndString(
         (gears[0].parent_path() / "cube_gears.3mf").string());

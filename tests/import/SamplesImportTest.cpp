@@ -1,6 +1,7 @@
 // Imports every sample file and compares the meshes with what a separate
 // reading of the XML expects.
 #include "import/ImportSupport.h"
+#include "support/Prerequisites.h"
 #include "support/Samples.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +14,7 @@ TEST(SamplesImport, ToolMatchesIndependentExpectations)
     auto const files = Samples();
     if (files.empty())
     {
-        GTEST_SKIP() << "no sample files beside the checkout (../shared/testdata)";
+        SKIP_OR_FAIL_MISSING("sample files beside the checkout (../shared/testdata)");
     }
     std::vector<std::string> names;
     for (auto const& file : files)

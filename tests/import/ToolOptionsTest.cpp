@@ -1,5 +1,5 @@
-// The tools as their users call them: --help, --version, a bad option, and
-// ond3mf-info's JSON read back by Python's own json module.
+// The tools as their users call them: --help, --version, a bad option, bad
+// torus figures, and ond3mf-info's JSON read back by Python's own json module.
 #include "import/ImportSupport.h"
 
 #include "format3mf/Version.h"
@@ -40,6 +40,11 @@ TEST(ToolOptions, HelpVersionAndUnknownOptionsOfEveryTool)
         EXPECT_EQ(0u, unknown.text.find(program + ": unknown option '--no-such-option'")) << unknown.text;
         EXPECT_NE(std::string::npos, unknown.text.find("usage: " + program)) << unknown.text;
     }
+    // Two segments around make no torus, and no file.
+    PackageScratch scratch;
+    std::string const torus = StringConversion::ConvertNativeToUTF8(scratch.File("t.3mf"));
+    EXPECT_NE(0, ExitCode(RunCommand(Quoted(OND3MF_TORUS) + " " + Quoted(torus) + " 2 9 2>&1")));
+    EXPECT_FALSE(boost::filesystem::exists(torus));
 }
 
 // One good file with a warning, one missing: the JSON holds both, with the

@@ -3,6 +3,7 @@
 // package written plainly, and real files in those forms as an independent
 // reading of their XML says.
 #include "import/ImportSupport.h"
+#include "support/Prerequisites.h"
 
 #include "format3mf/Importer.h"
 
@@ -152,7 +153,7 @@ TEST(ZipFormsImport, RealFilesMatchIndependentExpectations)
     boost::filesystem::path const folder = boost::filesystem::path(FORMAT3MF_TESTDATA) / "realworld";
     if (!boost::filesystem::exists(folder))
     {
-        GTEST_SKIP() << "no real-world files beside the checkout (../shared/testdata/realworld)";
+        SKIP_OR_FAIL_MISSING("real-world files beside the checkout (../shared/testdata/realworld)");
     }
     std::vector<std::string> files;
     for (char const* name : {"3dbuilder-Win10.3mf", "openscad-3d.3mf", "trimesh-pyramids.3mf",

@@ -1,6 +1,7 @@
 // Tests of reading mesh geometry: rounding to internal units, incomplete
 // elements, namespaces, skipping and cancelling.
 #include "mesh/MeshReadSupport.h"
+#include "support/MeshDump.h"
 
 #include "common/IncrementalProgressReporter.h"
 
@@ -13,29 +14,8 @@ using namespace Format_3MF;
 
 namespace
 {
-std::vector<std::array<std::int32_t, 3>> Points(MStlBase const& stl)
-{
-    std::vector<std::array<std::int32_t, 3>> points;
-    for (auto point = stl.BeginPoint(); point != stl.EndPoint(); ++point)
-    {
-        points.push_back({point->GetX(), point->GetY(), point->GetZ()});
-    }
-    return points;
-}
-
-std::vector<std::array<std::uint32_t, 3>> Triangles(MStlBase const& stl)
-{
-    std::vector<std::array<std::uint32_t, 3>> triangles;
-    for (auto triangle = stl.BeginTriangle(); triangle != stl.EndTriangle(); ++triangle)
-    {
-        triangles.push_back(
-            {triangle->GetPointIndex(0), triangle->GetPointIndex(1), triangle->GetPointIndex(2)});
-    }
-    return triangles;
-}
-
-using Points3 = std::vector<std::array<std::int32_t, 3>>;
-using Triangles3 = std::vector<std::array<std::uint32_t, 3>>;
+using Points3 = PointList;
+using Triangles3 = TriangleList;
 } // namespace
 
 TEST(MeshGeometryRead, CoordinatesRoundHalfAwayFromZeroInInternalUnits)
@@ -46,7 +26,7 @@ TEST(MeshGeometryRead, CoordinatesRoundHalfAwayFromZeroInInternalUnits)
         <vertex x="1e300" y="nan" z="0"/>
         </vertices></mesh></object>)"));
     ASSERT_TRUE(read.ok) << read.Error();
-    EXPECT_EQ((Points3{{3, -3, 15000}, {-2, 1, INT32_MIN}, {INT32_MAX, 0, 0}}), Points(read.Stl()));
+    EXPECT_EQ((Points3{{3, -3, 15000}, {-2, 1, INT32_MIN}, {INT32_MAX, 0, 0}}), PointsOf(read.Stl()));
 }
 
 TEST(MeshGeometryRead, IncompleteElementsAreDroppedAndLaterIndicesShift)
@@ -59,7 +39,7 @@ TEST(MeshGeometryRead, IncompleteElementsAreDroppedAndLaterIndicesShift)
         <triangle v1="2" v2="1" v3="x"/><triangle v1="1" v2="2" v3="0"/></triangles></mesh></object>)"));
     ASSERT_TRUE(read.ok) << read.Error();
     EXPECT_EQ(4u, read.Stl().GetNumberOfPoints());
-    EXPECT_EQ((Triangles3{{0, 1, 3}, {1, 2, 0}}), Triangles(read.Stl()));
+    EXPECT_EQ((Triangles3{{0, 1, 3}, {1, 2, 0}}), TrianglesOf(read.Stl()));
 }
 
 TEST(MeshGeometryRead, CoreElementsMayCarryAPrefixAndOtherNamespacesAreSkipped)
@@ -75,8 +55,8 @@ TEST(MeshGeometryRead, CoreElementsMayCarryAPrefixAndOtherNamespacesAreSkipped)
         </mesh></object></resources><build/></model>)");
     ASSERT_TRUE(read.ok) << read.Error();
     ASSERT_NE(nullptr, read.Mesh());
-    EXPECT_EQ((Points3{{0, 0, 0}, {10000, 0, 0}, {0, 10000, 0}}), Points(read.Stl()));
-    EXPECT_EQ((Triangles3{{2, 1, 0}}), Triangles(read.Stl()));
+    EXPECT_EQ((Points3{{0, 0, 0}, {10000, 0, 0}, {0, 10000, 0}}), PointsOf(read.Stl()));
+    EXPECT_EQ((Triangles3{{2, 1, 0}}), TrianglesOf(read.Stl()));
 }
 
 TEST(MeshGeometryRead, TheObjectTypeSetsThePartFlags)

@@ -63,42 +63,71 @@ TEST(HostilePackage, ManyRelationshipsToOnePartTakeItOnce)
     EXPECT_EQ(before, scratch.Files());
 }
 
-TEST(HostilePackage, StrangeNamesStayInsideTheTemporaryFolder)
+// Each strange name is a part of the archive under that very name, so that
+// an extraction that followed it would write outside: every part must land
+// in the library's temporary folder, whole, under its last name component.
+TEST(HostilePackage, StrangeNamesLandInsideTheTemporaryFolder)
 {
-    PackageScratch scratch;
-    std::string const outside = "/tmp/ond3mf-escaped-" + std::to_string(::getpid());
-    std::wstring const file = Archive(
-        scratch, {{"[Content_Types].xml", kTypes},
-                  {"_rels/.rels", Relationships({"/3D/3dmodel.model", "../../../.." + outside + ".bin",
-                                                 outside + ".bin", "3D\\back\\slash.bin",
-                                                 "/\xc3\xa9t\xc3\xa9/\xe2\x82\xac.bin", "/..", "/.bin"})},
-                  {"3D/3dmodel.model", kModel},
-                  {"3D/back/slash.bin", "b"},
-                  {"\xc3\xa9t\xc3\xa9/\xe2\x82\xac.bin", "u"}});
-    for (bool withModel : {true, false})
+    std::string const escaped = "escaped-" + std::to_string(::getpid()) + ".bin";
+    struct Case
     {
-        TestModelFile model;
-        Package package(withModel ? &model : nullptr);
-        PackageRead reader(&package, PackageReadOptions());
-        // The outcome aside: no crash, nothing written outside. A name with no
-        // extension behind a Default entry makes the content type lookup throw
-        // std::out_of_range, which the reader lets pass, as designed.
-        try
+        std::string target; // as the relationship names it
+        std::string entry;  // the archive entry's name
+        std::string leaf;   // the name the extracted file ends with
+    };
+    Case const cases[] = {
+        {"/../../../../" + escaped, "../../../../" + escaped, escaped},
+        {"//tmp/" + escaped, "/tmp/" + escaped, escaped},
+        {"/..", "..", ".."},
+        {"3D\\back\\slash.bin", "3D/back/slash.bin", "slash.bin"},
+        {"/\xc3\xa9t\xc3\xa9/\xe2\x82\xac.bin", "\xc3\xa9t\xc3\xa9/\xe2\x82\xac.bin", "\xe2\x82\xac.bin"},
+        {"/.bin", ".bin", ".bin"},
+    };
+    PackageScratch scratch;
+    boost::filesystem::path const folder =
+        boost::filesystem::path(StringConversion::ConvertNativeToUTF8(scratch.File(""))).parent_path();
+    for (Case const& c : cases)
+    {
+        // The override comes first, so that a name without an extension finds it.
+        std::string const types = R"(<Types><Override PartName=")" + c.target + R"(" ContentType="x/y"/>)" +
+                                  kTypes.substr(std::string("<Types>").size());
+        std::wstring const file =
+            Archive(scratch, {{"[Content_Types].xml", types},
+                              {"_rels/.rels", Relationships({"/3D/3dmodel.model", c.target})},
+                              {"3D/3dmodel.model", kModel},
+                              {c.entry, "content of " + c.entry}});
+        // Without a model, every related part is carried by a way of its own.
+        for (bool const withModel : {true, false})
         {
-            reader.Read(file, nullptr);
-        }
-        catch (std::out_of_range const&)
-        {
-        }
-        std::vector<CustomFile const*> custom;
-        package.GetCustomFiles(custom);
-        for (CustomFile const* part : custom)
-        {
-            std::string const path = StringConversion::ConvertNativeToUTF8(part->GetPath());
-            EXPECT_TRUE(path.empty() || path.find("OndSDK.AM.3mf-") != std::string::npos) << path;
+            SCOPED_TRACE(c.entry + (withModel ? ", with a model" : ", without a model"));
+            TestModelFile model;
+            Package package(withModel ? &model : nullptr);
+            PackageRead reader(&package, PackageReadOptions());
+            EXPECT_TRUE(reader.Read(file, nullptr));
+            std::vector<CustomFile const*> custom;
+            package.GetCustomFiles(custom);
+            ASSERT_EQ(withModel ? 1u : 2u, custom.size());
+            boost::filesystem::path const landed(
+                StringConversion::ConvertNativeToUTF8(custom.back()->GetPath()));
+            EXPECT_EQ(folder, landed.parent_path());
+            std::string const name = landed.filename().string();
+            EXPECT_EQ(c.leaf, name.substr(name.find('-') + 1));
+            std::ifstream in(landed.string(), std::ios::binary);
+            EXPECT_EQ("content of " + c.entry, std::string(std::istreambuf_iterator<char>(in), {}));
         }
     }
-    EXPECT_FALSE(boost::filesystem::exists(outside + ".bin"));
+    // Without a model, a related part that has no content type, or no entry,
+    // fails the read.
+    for (std::string const& types : {std::string("<Types/>"), kTypes})
+    {
+        std::wstring const file = Archive(
+            scratch, {{"[Content_Types].xml", types}, {"_rels/.rels", Relationships({"/missing.bin"})}});
+        Package package(nullptr);
+        EXPECT_FALSE(PackageRead(&package, PackageReadOptions()).Read(file, nullptr)) << types;
+    }
+    EXPECT_FALSE(boost::filesystem::exists(folder.parent_path() / escaped));
+    EXPECT_FALSE(boost::filesystem::exists(boost::filesystem::path("/tmp") / escaped));
+    EXPECT_FALSE(boost::filesystem::exists(boost::filesystem::current_path().parent_path() / escaped));
 }
 
 TEST(HostilePackage, TruncatedArchivesFailCleanly)

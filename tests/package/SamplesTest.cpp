@@ -1,6 +1,7 @@
 // Reads every sample file in analyse-only mode, skipping when the samples are
 // missing.
 #include "support/Samples.h"
+#include "support/Prerequisites.h"
 #include "support/TestModelFile.h"
 
 #include "format3mf/Package.h"
@@ -21,7 +22,7 @@ TEST(Samples, EveryFileReadsAnalyseOnly)
     std::vector<boost::filesystem::path> const files = Samples();
     if (files.empty())
     {
-        GTEST_SKIP() << "no sample files beside the checkout (" << FORMAT3MF_TESTDATA << ")";
+        SKIP_OR_FAIL_MISSING("sample files beside the checkout (" << FORMAT3MF_TESTDATA << ")");
     }
     for (auto const& file : files)
     {

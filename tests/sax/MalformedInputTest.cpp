@@ -3,11 +3,11 @@
 #include "SaxTestSupport.h"
 
 #include "common/StringConversion.h"
+#include "common/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <fstream>
 
@@ -22,9 +22,7 @@ void ExpectRefused(std::string const& document)
     Log log;
     {
         Recorder root(log, "R");
-        auto const start = std::chrono::steady_clock::now();
         EXPECT_FALSE(Read(document, root)) << document.substr(0, 200);
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
     }
     EXPECT_EQ(Recorder::s_live, 0);
     EXPECT_EQ(std::count(log.begin(), log.end(), "R loaded"), 0);
@@ -66,7 +64,9 @@ TEST(SaxMalformedInput, EntityExpansionIsRefused)
 
 TEST(SaxMalformedInput, ExternalEntitiesAreNeverLoaded)
 {
-    std::string const path = ::testing::TempDir() + "sax_external_entity.txt";
+    OndSDK::FileIO::FileSystem::TemporaryDirectory const folder;
+    std::string const path =
+        StringConversion::ConvertNativeToUTF8(folder.GetTemporaryFilePath()) + "entity.txt";
     {
         std::ofstream secret(path);
         secret << "secret";

@@ -2,6 +2,7 @@
 #include "SaxTestSupport.h"
 
 #include "common/StringConversion.h"
+#include "common/TemporaryDirectory.h"
 #include "format3mf/Exception.h"
 #include "sax/SAXWriter.h"
 
@@ -185,9 +186,8 @@ TEST(SaxWriter, FailuresReachTheCaller)
 
 TEST(SaxWriter, WriteFileWritesUnderAWidePath)
 {
-    std::wstring const path =
-        StringConversion::ConvertUTF8ToNative(::testing::TempDir().data(), ::testing::TempDir().size()) +
-        L"sax_größe.xml";
+    OndSDK::FileIO::FileSystem::TemporaryDirectory const folder;
+    std::wstring const path = folder.GetTemporaryFilePath() + L"sax_größe.xml";
     WriteOptions options;
     options.m_rootElement = L"model";
     ASSERT_TRUE(OndAM::SaxUtilities::WriteFile(path, Tree(), options));

@@ -11,6 +11,7 @@
 #include "format3mf/PropertyGroup.h"
 #include "format3mf/PropertyValues.h"
 #include "format3mf/XMLPersistHelpers.h"
+#include "support/MeshDump.h"
 #include "support/TestModelFile.h"
 
 #include "common/IProgressDelegate.h"
@@ -98,8 +99,8 @@ struct Outcome
 {
     bool parsed = false;
     std::string error;
-    std::vector<std::array<int, 3>> points;
-    std::vector<std::array<unsigned, 3>> triangles;
+    PointList points;
+    TriangleList triangles;
     std::vector<std::array<long long, 4>> noted;
     std::vector<long long> progress;
 
@@ -120,6 +121,17 @@ inline std::ostream& operator<<(std::ostream& out, Outcome const& outcome)
     }
     return out;
 }
+
+// Sets whether readers use plain content for as long as it lives, and puts
+// it back on when it goes, also when an exception unwinds the test.
+class PlainContentSwitch
+{
+public:
+    explicit PlainContentSwitch(bool plain) { OndSAX::SetPlainContentEnabled(plain); }
+    ~PlainContentSwitch() { OndSAX::SetPlainContentEnabled(true); }
+    PlainContentSwitch(PlainContentSwitch const&) = delete;
+    PlainContentSwitch& operator=(PlainContentSwitch const&) = delete;
+};
 
 constexpr double kSteps = 1000.0;
 
@@ -150,8 +162,8 @@ inline Reading Read(std::string const& xml, bool plain, std::size_t block, doubl
 
     Reading reading;
     Outcome& outcome = reading.outcome;
-    OndSAX::SetPlainContentEnabled(plain);
     {
+        PlainContentSwitch const use(plain);
         ModelRoot root(mesh, context);
         MSAXReader reader(root);
         BlockReadBuffer source(xml, block);
@@ -169,17 +181,12 @@ inline Reading Read(std::string const& xml, bool plain, std::size_t block, doubl
         }
         reading.bypassed = reader.GetBypassedBytes();
     }
-    OndSAX::SetPlainContentEnabled(true);
 
     MStlBase const& stl = *mesh.m_stl;
-    for (auto point = stl.BeginPoint(); point != stl.EndPoint(); ++point)
-    {
-        outcome.points.push_back({point->GetX(), point->GetY(), point->GetZ()});
-    }
+    outcome.points = PointsOf(stl);
+    outcome.triangles = TrianglesOf(stl);
     for (auto triangle = stl.BeginTriangle(); triangle != stl.EndTriangle(); ++triangle)
     {
-        outcome.triangles.push_back(
-            {triangle->GetPointIndex(0), triangle->GetPointIndex(1), triangle->GetPointIndex(2)});
         std::array<long long, 4> noted{-1, -1, -1, -1};
         if (mesh.m_triangleProperties != nullptr)
         {

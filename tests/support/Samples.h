@@ -1,6 +1,8 @@
 // Finding the sample and real-world 3MF files beside the checkout, for the
-// tests that use them when present.
+// tests that use them when present, and that CI must not run without.
 #pragma once
+
+#include "support/Prerequisites.h"
 
 #include <boost/filesystem.hpp>
 
@@ -8,6 +10,15 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+// A test that finds no files beside the checkout passes by hand, and fails in CI.
+inline void NoteMissingTestData(boost::filesystem::path const& root)
+{
+    if (InContinuousIntegration())
+    {
+        ADD_FAILURE() << "missing in CI: " << root;
+    }
+}
 
 // The 3MF files written by others beside the checkout, sorted, below the
 // given folder of the samples; empty when they are not there.
@@ -21,6 +32,7 @@ inline std::vector<boost::filesystem::path> Samples(std::string const& folder = 
     }
     if (!boost::filesystem::exists(root))
     {
+        NoteMissingTestData(root);
         return files;
     }
     for (auto const& entry : boost::filesystem::recursive_directory_iterator(root))
@@ -42,6 +54,7 @@ inline std::vector<boost::filesystem::path> RealWorldFiles()
     boost::filesystem::path const root = boost::filesystem::path(FORMAT3MF_TESTDATA) / "realworld";
     if (!boost::filesystem::exists(root))
     {
+        NoteMissingTestData(root);
         return files;
     }
     for (auto const& entry : boost::filesystem::directory_iterator(root))

@@ -44,11 +44,11 @@ TEST(MeshCopy, ChangingTheOriginalLeavesTheCopy)
     MStlBase original;
     MakePyramid(original);
     MStlBase copy(original);
-    auto const before = Coordinates(copy);
+    auto const before = PointsOf(copy);
     original.Transform(MakeAwkwardTransform());
     original.TriangleAt(1).SetRGB(5);
-    EXPECT_EQ(before, Coordinates(copy));
-    EXPECT_NE(before, Coordinates(original));
+    EXPECT_EQ(before, PointsOf(copy));
+    EXPECT_NE(before, PointsOf(original));
     EXPECT_FALSE(copy.HasTriangleColors());
     EXPECT_FALSE(copy.TriangleAt(1).GetColor().IsDefined());
 }

@@ -164,7 +164,7 @@ TEST(MeshTransform, RoundsHalfAwayFromZeroAndSaturates)
     m.AccessElement(2, 3) = 0.25;
     m.VerifyAndSetClass();
     stl.Transform(m);
-    auto const c = Coordinates(stl);
+    auto const c = PointsOf(stl);
     EXPECT_EQ(3, c[0][0]);  // 2.5
     EXPECT_EQ(-3, c[0][1]); // -2.5
     EXPECT_EQ(0, c[0][2]);  // 0.25
@@ -185,14 +185,14 @@ TEST(MeshTransform, TemporaryTransformationRestoresEveryBit)
     {
         stl.AddPoint(i * 7919 - 20000000, -i * 31, i % 97);
     }
-    auto const before = Coordinates(stl);
+    auto const before = PointsOf(stl);
     MMTransformMatrix const m = MakeAwkwardTransform();
     {
         MStlTempTransformation guard(stl, m, false);
-        EXPECT_NE(before, Coordinates(stl));
+        EXPECT_NE(before, PointsOf(stl));
         EXPECT_EQ(5005u, stl.NumberOfPoints());
     }
-    EXPECT_EQ(before, Coordinates(stl));
+    EXPECT_EQ(before, PointsOf(stl));
     // Pointers taken before are the mesh's own again.
     EXPECT_NE(nullptr, stl.AddTriangle(p[0], p[1], p[2]));
 }
@@ -203,25 +203,25 @@ TEST(MeshTransform, TemporaryTransformationRestoresWhileUnwindingAndKeepsNewPoin
     MStlBase stl;
     MakePyramid(stl);
     MStlBase shared(stl);
-    auto const before = Coordinates(stl);
+    auto const before = PointsOf(stl);
     try
     {
         MStlTempTransformation guard(stl, MakeAwkwardTransform(), false);
-        EXPECT_NE(before, Coordinates(stl));
-        EXPECT_EQ(before, Coordinates(shared));
+        EXPECT_NE(before, PointsOf(stl));
+        EXPECT_EQ(before, PointsOf(shared));
         throw std::runtime_error("export failed");
     }
     catch (std::runtime_error const&)
     {
     }
-    EXPECT_EQ(before, Coordinates(stl));
+    EXPECT_EQ(before, PointsOf(stl));
     EXPECT_EQ(&shared.PointAt(0), &stl.PointAt(0));
     {
         MStlTempTransformation guard(stl, MakeAwkwardTransform(), true);
         stl.AddPoint(1, 2, 3);
         stl.AddTriangle(&stl.PointAt(0), &stl.PointAt(1), &stl.PointAt(5));
     }
-    auto const after = Coordinates(stl);
+    auto const after = PointsOf(stl);
     ASSERT_EQ(6u, after.size());
     EXPECT_EQ(before, decltype(before)(after.begin(), after.begin() + 5));
     EXPECT_EQ(1, stl.PointAt(5).GetUseCount());

@@ -34,8 +34,8 @@ TEST(MeshPlacedAppend, EqualsACopyTransformedAndAppended)
         MStlBase placed;
         MakePyramid(placed);
         ASSERT_EQ(EReturnCode::Ok, placed.AddStl(source, test.transform, false));
-        EXPECT_EQ(Coordinates(expected), Coordinates(placed));
-        EXPECT_EQ(Corners(expected), Corners(placed));
+        EXPECT_EQ(PointsOf(expected), PointsOf(placed));
+        EXPECT_EQ(TrianglesOf(expected), TrianglesOf(placed));
         EXPECT_EQ(0x123456u, placed.TriangleAt(8).GetColor().GetRGB());
         EXPECT_EQ(expected.PointAt(9).GetUseCount(), placed.PointAt(9).GetUseCount());
         // The source is left as it was.
@@ -54,6 +54,6 @@ TEST(MeshPlacedAppend, OntoItself)
     expected.AddStl(copy, false);
 
     ASSERT_EQ(EReturnCode::Ok, mesh.AddStl(mesh, MakeAwkwardTransform(), false));
-    EXPECT_EQ(Coordinates(expected), Coordinates(mesh));
-    EXPECT_EQ(Corners(expected), Corners(mesh));
+    EXPECT_EQ(PointsOf(expected), PointsOf(mesh));
+    EXPECT_EQ(TrianglesOf(expected), TrianglesOf(mesh));
 }

@@ -35,10 +35,9 @@ TEST(MeshStorage, BuildsAndWalksPointsAndTriangles)
     MStlPoint* lonely = stl.AddPoint(1, 2, 3, false);
     EXPECT_EQ(0, lonely->GetUseCount());
 
-    std::vector<std::uint32_t> const corners = Corners(stl);
-    ASSERT_EQ(18u, corners.size());
-    EXPECT_EQ((std::vector<std::uint32_t>{0, 3, 2}),
-              std::vector<std::uint32_t>(corners.begin() + 15, corners.end()));
+    TriangleList const corners = TrianglesOf(stl);
+    ASSERT_EQ(6u, corners.size());
+    EXPECT_EQ((std::array<std::uint32_t, 3>{0, 3, 2}), corners.back());
     EXPECT_EQ(5u, stl.TriangleAt(5).GetIndex());
 }
 

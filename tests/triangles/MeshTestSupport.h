@@ -1,7 +1,8 @@
-// What the mesh tests share: a small pyramid, coordinate dumps and a transform
-// that maps no integers to integers.
+// What the mesh tests share: a small pyramid and a transform that maps no
+// integers to integers.
 #pragma once
 
+#include "support/MeshDump.h"
 #include "triangles/MStlBase.h"
 
 #include "common/MMTransformMatrix.h"
@@ -24,29 +25,6 @@ inline std::vector<MStlPoint*> MakePyramid(MStlBase& stl, std::int32_t offset = 
         stl.AddTriangle(p[face[0]], p[face[1]], p[face[2]], nullptr);
     }
     return p;
-}
-
-inline std::vector<MMVector<std::int32_t, 3>> Coordinates(MStlBase const& stl)
-{
-    std::vector<MMVector<std::int32_t, 3>> result;
-    for (auto it = stl.BeginPoint(); it != stl.EndPoint(); ++it)
-    {
-        result.push_back(it->GetCoordinates());
-    }
-    return result;
-}
-
-inline std::vector<std::uint32_t> Corners(MStlBase const& stl)
-{
-    std::vector<std::uint32_t> result;
-    for (auto it = stl.BeginTriangle(); it != stl.EndTriangle(); ++it)
-    {
-        for (unsigned corner = 0; corner < 3; ++corner)
-        {
-            result.push_back(it->GetPointIndex(corner));
-        }
-    }
-    return result;
 }
 
 // A rotation by a third of a turn about an oblique axis with a translation:

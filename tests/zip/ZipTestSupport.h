@@ -1,8 +1,10 @@
 // What the zip tests share: a temporary folder, file helpers, mesh-like text
-// and a peak memory reading.
+// and the checks of an archive by other readers.
 #pragma once
 
 #include "support/Command.h"
+#include "support/PeakMemory.h"
+#include "support/Prerequisites.h"
 
 #include "zip/IReadBuffer.h"
 #include "zip/ReadBufferStream.h"
@@ -68,18 +70,6 @@ inline std::string MeshLikeText(std::size_t lines, unsigned seed)
         text.append(line, static_cast<std::size_t>(length));
     }
     return text;
-}
-
-// The most memory the process has held, since the last write of 5 to
-// /proc/self/clear_refs.
-inline std::size_t PeakResidentKiB()
-{
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line) && line.rfind("VmHWM:", 0) != 0)
-    {
-    }
-    return line.empty() ? 0 : std::stoul(line.substr(6));
 }
 
 // The output of a shell command and its exit status.
@@ -153,24 +143,18 @@ inline void ExpectOtherReadersAccept(std::filesystem::path const& archive,
         "]; bad = z.testzip() if not skip else [z.read(n) for n in z.namelist() if n not in skip] and None; "
         "sys.stdout.buffer.write((str(bad) + \"\".join(\"|\" + n for n in z.namelist())).encode())' '" +
         archive.string() + "'";
-    if (RunShell("python3 -c 'import zipfile'").first == 0)
+    if (RunShell("python3 -c 'import zipfile'").first != 0)
     {
-        EXPECT_EQ(std::make_pair(0, expected), RunShell(python)) << archive;
+        SKIP_OR_FAIL_MISSING("python3, to check " << archive << " with zipfile");
     }
-    else
+    EXPECT_EQ(std::make_pair(0, expected), RunShell(python)) << archive;
+    if (RunShell("unzip -v").first != 0)
     {
-        std::printf("[ SKIPPED  ] python3 is missing; %s not checked by zipfile\n", archive.c_str());
+        SKIP_OR_FAIL_MISSING("unzip, to check " << archive << " with unzip -t");
     }
-    if (RunShell("unzip -v").first == 0)
-    {
-        auto const [status, output] =
-            RunShell("unzip -tqq '" + archive.string() + "'" + (skipData.empty() ? std::string() : tested));
-        EXPECT_EQ(0, status) << archive << ": unzip -t says\n" << output;
-    }
-    else
-    {
-        std::printf("[ SKIPPED  ] unzip is missing; %s not checked by unzip -t\n", archive.c_str());
-    }
+    auto const [status, output] =
+        RunShell("unzip -tqq '" + archive.string() + "'" + (skipData.empty() ? std::string() : tested));
+    EXPECT_EQ(0, status) << archive << ": unzip -t says\n" << output;
 }
 
 // Every strict reader at hand accepts the archive; gives its names in order.
