@@ -1,6 +1,7 @@
 // The colours of a project's filaments: Bambu Studio keeps them in JSON
 // ("filament_colour"), PrusaSlicer in its "; key = value" settings, where a
 // set "extruder_colour" stands before the filament's own.
+#include "project/PaintCode.h"
 #include "project/ProjectConfig.h"
 
 #include <nlohmann/json.hpp>
@@ -11,23 +12,6 @@ namespace Format_3MF::project
 {
 namespace
 {
-int HexValue(char digit)
-{
-    if (digit >= '0' && digit <= '9')
-    {
-        return digit - '0';
-    }
-    if (digit >= 'A' && digit <= 'F')
-    {
-        return digit - 'A' + 10;
-    }
-    if (digit >= 'a' && digit <= 'f')
-    {
-        return digit - 'a' + 10;
-    }
-    return -1;
-}
-
 // "#RRGGBB", or "#RRGGBBAA" with the alpha left out, packed as MStlColor
 // packs it.
 bool ParseColour(std::string_view text, std::uint32_t& rgb)

@@ -7,8 +7,6 @@
 
 namespace Format_3MF::project
 {
-namespace
-{
 int HexValue(char digit)
 {
     if (digit >= '0' && digit <= '9')
@@ -25,7 +23,6 @@ int HexValue(char digit)
     }
     return -1;
 }
-} // namespace
 
 std::uint32_t PaintDecoder::_Midpoint(std::uint32_t a, std::uint32_t b, PaintSubdivision& out)
 {

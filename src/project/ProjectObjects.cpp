@@ -130,7 +130,16 @@ bool ObjectId(ConfigElement const& element, int& id, std::string& error)
 }
 } // namespace
 
-std::string ReadBambuObjects(std::string const& text, ProjectConfig& config)
+namespace
+{
+// The objects of an objects' settings part. `readPart` reads what is the
+// slicer's own of a child named `childName` (its identifier or triangle
+// range, and its role) and gives the words that name it in messages; the
+// name and the extruder are read alike. `endObject` checks an object whose
+// parts are all read.
+template <typename ReadPart, typename EndObject>
+std::string ReadObjects(std::string const& text, ProjectConfig& config, std::string const& childName,
+                        ReadPart readPart, EndObject endObject)
 {
     ConfigElement root;
     std::string error = ParseConfig(text, root);
@@ -146,21 +155,17 @@ std::string ReadBambuObjects(std::string const& text, ProjectConfig& config)
         object.extruder = Extruder(element, L"the object", object.problem);
         for (ConfigElement const& child : element.children)
         {
-            if (child.name != "part")
+            if (child.name != childName)
             {
                 continue;
             }
             PartConfig part;
-            std::wstring const what = L"part " + (child.Attribute("id") ? Wide(*child.Attribute("id")) : L"");
-            if (!ParseInteger(child.Attribute("id"), 0, 0x7fffffff, part.id) && object.problem.empty())
-            {
-                object.problem = L"a part has no identifier that is a number";
-            }
+            std::wstring const what = readPart(child, object, part);
             part.name = Name(child);
-            part.role = BambuRole(child.Attribute("subtype"), what, object.problem);
             part.extruder = Extruder(child, what, object.problem);
             object.parts.push_back(std::move(part));
         }
+        endObject(object);
     }
     if (!error.empty())
     {
@@ -168,29 +173,32 @@ std::string ReadBambuObjects(std::string const& text, ProjectConfig& config)
     }
     return error;
 }
+} // namespace
+
+std::string ReadBambuObjects(std::string const& text, ProjectConfig& config)
+{
+    return ReadObjects(
+        text, config, "part",
+        [](ConfigElement const& child, ObjectConfig& object, PartConfig& part)
+        {
+            std::wstring const what = L"part " + (child.Attribute("id") ? Wide(*child.Attribute("id")) : L"");
+            if (!ParseInteger(child.Attribute("id"), 0, 0x7fffffff, part.id) && object.problem.empty())
+            {
+                object.problem = L"a part has no identifier that is a number";
+            }
+            part.role = BambuRole(child.Attribute("subtype"), what, object.problem);
+            return what;
+        },
+        [](ObjectConfig&) {});
+}
 
 std::string ReadPrusaObjects(std::string const& text, ProjectConfig& config)
 {
     config.partsByTriangleRange = true;
-    ConfigElement root;
-    std::string error = ParseConfig(text, root);
-    for (ConfigElement const& element : root.children)
-    {
-        int id = 0;
-        if (element.name != "object" || !error.empty() || !ObjectId(element, id, error))
+    return ReadObjects(
+        text, config, "volume",
+        [](ConfigElement const& child, ObjectConfig& object, PartConfig& part)
         {
-            continue;
-        }
-        ObjectConfig& object = config.objects[id];
-        object.name = Name(element);
-        object.extruder = Extruder(element, L"the object", object.problem);
-        for (ConfigElement const& child : element.children)
-        {
-            if (child.name != "volume")
-            {
-                continue;
-            }
-            PartConfig part;
             std::wstring const what = L"volume " + std::to_wstring(object.parts.size() + 1);
             if ((!ParseInteger(child.Attribute("firstid"), std::int64_t(0), std::int64_t(0xffffffff),
                                part.firstTriangle) ||
@@ -201,30 +209,26 @@ std::string ReadPrusaObjects(std::string const& text, ProjectConfig& config)
             {
                 object.problem = what + L" has no triangle range of numbers (firstid to lastid)";
             }
-            part.name = Name(child);
             part.role = PrusaRole(child, what, object.problem);
-            part.extruder = Extruder(child, what, object.problem);
-            object.parts.push_back(std::move(part));
-        }
-        // Ranges in order, so that the parts follow the mesh.
-        std::sort(object.parts.begin(), object.parts.end(),
-                  [](PartConfig const& a, PartConfig const& b) { return a.firstTriangle < b.firstTriangle; });
-        for (std::size_t i = 1; i < object.parts.size() && object.problem.empty(); ++i)
+            return what;
+        },
+        [](ObjectConfig& object)
         {
-            if (object.parts[i].firstTriangle <= object.parts[i - 1].lastTriangle)
+            // Ranges in order, so that the parts follow the mesh.
+            std::sort(object.parts.begin(), object.parts.end(),
+                      [](PartConfig const& a, PartConfig const& b)
+                      { return a.firstTriangle < b.firstTriangle; });
+            for (std::size_t i = 1; i < object.parts.size() && object.problem.empty(); ++i)
             {
-                object.problem = L"the triangle ranges of its volumes overlap (" +
-                                 std::to_wstring(object.parts[i - 1].firstTriangle) + L" to " +
-                                 std::to_wstring(object.parts[i - 1].lastTriangle) + L" and " +
-                                 std::to_wstring(object.parts[i].firstTriangle) + L" to " +
-                                 std::to_wstring(object.parts[i].lastTriangle) + L")";
+                if (object.parts[i].firstTriangle <= object.parts[i - 1].lastTriangle)
+                {
+                    object.problem = L"the triangle ranges of its volumes overlap (" +
+                                     std::to_wstring(object.parts[i - 1].firstTriangle) + L" to " +
+                                     std::to_wstring(object.parts[i - 1].lastTriangle) + L" and " +
+                                     std::to_wstring(object.parts[i].firstTriangle) + L" to " +
+                                     std::to_wstring(object.parts[i].lastTriangle) + L")";
+                }
             }
-        }
-    }
-    if (!error.empty())
-    {
-        config.objects.clear();
-    }
-    return error;
+        });
 }
 } // namespace Format_3MF::project
