@@ -130,8 +130,8 @@ int main()
         // host wants them (internal units, unsigned indices) outside the
         // timing.
         std::vector<char> part;
-        InflatePart(binaryPackage, [&](char const* data, std::size_t size)
-                    { part.insert(part.end(), data, data + size); });
+        InflatePart(binaryPackage,
+                    [&](char const* data, std::size_t size) { part.insert(part.end(), data, data + size); });
         if (part.size() != (vertices + triangles) * 12)
         {
             throw std::runtime_error("the binary part does not hold the torus alone");
@@ -140,7 +140,8 @@ int main()
             [&]
             {
                 double sum = 0.0;
-                InflatePart(binaryPackage, [&](char const* data, std::size_t size) { sum += data[size - 1]; });
+                InflatePart(binaryPackage,
+                            [&](char const* data, std::size_t size) { sum += data[size - 1]; });
                 g_sink = sum;
             });
         std::vector<std::int32_t> xyz(3 * vertices);
@@ -169,7 +170,8 @@ int main()
         std::printf("%-24s %10s %10s\n", "", "XML", "binary");
         std::printf("%-24s %7.1f MB %7.1f MB   (binary part %.1f MB inflated)\n", "file size",
                     double(std::filesystem::file_size(xmlPackage)) / 1e6,
-                    double(std::filesystem::file_size(binaryPackage)) / 1e6, double(xyz.size() * 4 + corners.size() * 4) / 1e6);
+                    double(std::filesystem::file_size(binaryPackage)) / 1e6,
+                    double(xyz.size() * 4 + corners.size() * 4) / 1e6);
         Report("export", exportXml, exportBinary, 0.2);
         Report("import", importXml.m_seconds, importBinary.m_seconds, 0.25);
         std::printf("\nfloor of the binary import:\n");

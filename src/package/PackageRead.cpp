@@ -379,7 +379,8 @@ std::unique_ptr<IReadBuffer> PackageRead::OpenPackageFile(std::wstring const& na
     try
     {
         return std::make_unique<OwnArchiveReadBuffer>(
-            m_fileName, StringConversion::ConvertMultiByteStringToOndString(ArchiveName(nameInPackage)), size);
+            m_fileName, StringConversion::ConvertMultiByteStringToOndString(ArchiveName(nameInPackage)),
+            size);
     }
     catch (MZipArchiveError::MGeneric const& error)
     {
