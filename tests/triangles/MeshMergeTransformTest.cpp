@@ -1,5 +1,5 @@
-// Tests of merging meshes and of transforming them, the temporary
-// transformation's exact restore included.
+// Tests of merging meshes, with and without a placement, and of transforming
+// them, the temporary transformation's exact restore included.
 #include "MeshTestSupport.h"
 
 #include "triangles/MStlBase.h"
@@ -18,12 +18,9 @@ TEST(MeshMerge, KeepsBothMeshesTexturesColoursAndEdges)
     MStlBase target;
     std::vector<MStlPoint*> t = MakePyramid(target);
     target.TriangleAt(0).SetRGB(0x111111);
-    MStlTexture* targetTexture = target.GetTextureFactory(true)->AddTexture();
-    targetTexture->SetName(L"a.png");
-    targetTexture->SetSharedBitmap(bitmap);
-    targetTexture->AddTriangle(&target.TriangleAt(1), MStlTextureCoordinates(), true);
-    MStlGraph* targetGraph = target.GetFeature().AddNewGraph();
-    targetGraph->AddEdge(t[0], t[1]);
+    target.GetTextureFactory(true)->AddTexture()->AddTriangle(&target.TriangleAt(1), MStlTextureCoordinates(),
+                                                              true);
+    target.GetFeature().AddNewGraph()->AddEdge(t[0], t[1]);
 
     MStlBase source;
     std::vector<MStlPoint*> s = MakePyramid(source, 50000);
@@ -36,35 +33,30 @@ TEST(MeshMerge, KeepsBothMeshesTexturesColoursAndEdges)
     sourceTexture->AddTriangle(&source.TriangleAt(4), uv, true);
     MStlGraph* sourceGraph = source.GetFeature().AddNewGraph();
     sourceGraph->SetName(L"struts");
-    DLIST_ELEMENT<MStlGraphEdge>* strut = sourceGraph->AddEdge(s[2], s[4]);
     MStlBaseElementInfoStlDependency::GetDependency(&source, true)
         ->GetElementInfo()
-        .SetEdgeThickness(strut->GetData(), {40, 20});
+        .SetEdgeThickness(sourceGraph->AddEdge(s[2], s[4])->GetData(), {40, 20});
 
     EXPECT_EQ(EReturnCode::Ok, target.AddStl(source, false));
-    EXPECT_EQ(10u, target.NumberOfPoints());
-    EXPECT_EQ(12u, target.GetNumberOfTriangles());
-    EXPECT_EQ(50000, target.PointAt(5).GetX());
     // The appended triangles point at the appended points.
-    EXPECT_EQ(5u + 0, target.TriangleAt(6).GetPointIndex(0));
+    MStlBase both;
+    MakePyramid(both);
+    MakePyramid(both, 50000);
+    EXPECT_EQ(PointsOf(both), PointsOf(target));
+    EXPECT_EQ(TrianglesOf(both), TrianglesOf(target));
     EXPECT_EQ(4, target.PointAt(9).GetUseCount());
-
-    EXPECT_EQ(0x111111u, target.TriangleAt(0).GetColor().GetRGB());
-    EXPECT_EQ(0x222222u, target.TriangleAt(11).GetColor().GetRGB());
-    EXPECT_FALSE(target.TriangleAt(5).GetColor().IsDefined());
+    EXPECT_EQ((std::vector<long long>{0x111111, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 0x222222}),
+              ColoursOf(target));
 
     ASSERT_EQ(2u, target.GetTextures().size());
     MStlTexture const* merged = target.GetTextures()[1];
     EXPECT_EQ(L"b.png", merged->GetName());
     EXPECT_EQ(bitmap, merged->GetSharedBitmap());
-    EXPECT_EQ(bitmap.get(), target.GetTextures()[0]->GetSharedBitmap().get());
-    ASSERT_TRUE(merged->HasTriangle(&target.TriangleAt(10)));
     MStlTextureCoordinates read;
-    merged->GetCoordinates(&target.TriangleAt(10), read, true);
+    ASSERT_TRUE(merged->GetCoordinates(&target.TriangleAt(10), read, true));
     EXPECT_FLOAT_EQ(0.75f, read.m_v3);
 
     ASSERT_EQ(2u, target.GetFeature().GetNumGraphs(false));
-    EXPECT_EQ(2u, target.GetFeature().GetNumEdges());
     MStlGraph const* mergedGraph = target.GetFeature().GetGraph(1);
     EXPECT_EQ(L"struts", mergedGraph->GetName());
     EXPECT_EQ(7u, mergedGraph->GetEdge(0).GetFirst());
@@ -73,10 +65,7 @@ TEST(MeshMerge, KeepsBothMeshesTexturesColoursAndEdges)
         MStlBaseElementInfoStlDependency::GetDependency(&target, false)->GetElementInfo();
     EXPECT_EQ(20, info.GetEdgeThickness(mergedGraph->GetEdge(0)).m_second);
     EXPECT_EQ(-1, info.GetEdgeThickness(target.GetFeature().GetGraph(0)->GetEdge(0)).m_first);
-
-    // The source is untouched.
-    EXPECT_EQ(5u, source.NumberOfPoints());
-    EXPECT_EQ(1u, sourceTexture->GetNumTriangles());
+    EXPECT_EQ(1u, sourceTexture->GetNumTriangles()) << "the source is untouched";
 }
 
 TEST(MeshMerge, OnlyGeometryLeavesTheRestBehind)
@@ -132,24 +121,76 @@ TEST(MeshMerge, EdgesKeepTheLookOfTheirOwnDefaults)
     EXPECT_EQ(eStlGraphEdgeCap::NotSet, targetInfo.GetEdgeCaps(old, false).m_first);
 }
 
+// AddStl with a transformation gives what a copy, a Transform and a plain
+// AddStl give, for affine and projective matrices.
+TEST(MeshPlacedAppend, EqualsACopyTransformedAndAppended)
+{
+    MMTransformMatrix projective = MakeAwkwardTransform();
+    projective.AccessElement(3, 0) = 1e-5;
+    projective.AccessElement(3, 3) = 2.0;
+    struct Case
+    {
+        char const* name;
+        MMTransformMatrix transform;
+    };
+    for (Case const& test : {Case{"affine", MakeAwkwardTransform()}, Case{"projective", projective},
+                             Case{"identity", MMTransformMatrix()}})
+    {
+        SCOPED_TRACE(test.name);
+        MStlBase source;
+        MakePyramid(source, 3000);
+        source.TriangleAt(2).SetRGB(0x123456);
+
+        MStlBase expected;
+        MakePyramid(expected);
+        MStlBase copy(source);
+        copy.Transform(test.transform);
+        ASSERT_EQ(EReturnCode::Ok, expected.AddStl(copy, false));
+
+        MStlBase placed;
+        MakePyramid(placed);
+        ASSERT_EQ(EReturnCode::Ok, placed.AddStl(source, test.transform, false));
+        EXPECT_EQ(PointsOf(expected), PointsOf(placed));
+        EXPECT_EQ(TrianglesOf(expected), TrianglesOf(placed));
+        EXPECT_EQ(ColoursOf(expected), ColoursOf(placed));
+        EXPECT_EQ(expected.PointAt(9).GetUseCount(), placed.PointAt(9).GetUseCount());
+        EXPECT_EQ(3000, source.PointAt(0).GetX()) << "the source is left as it was";
+    }
+}
+
+// A mesh appended to itself, plainly or placed, gives what appending a copy
+// of it gives, its colours, textures and edges included.
 TEST(MeshMerge, AMeshCanBeAppendedToItself)
 {
-    MStlBase stl;
-    std::vector<MStlPoint*> p = MakePyramid(stl);
-    stl.TriangleAt(2).SetRGB(7);
-    stl.GetTextureFactory(true)->AddTexture()->AddTriangle(&stl.TriangleAt(3), MStlTextureCoordinates(),
-                                                           true);
-    stl.GetFeature().AddNewGraph()->AddEdge(p[0], p[2]);
-    MStlBase copy(stl);
-    EXPECT_EQ(EReturnCode::Ok, stl.AddStl(stl, false));
-    EXPECT_EQ(10u, stl.NumberOfPoints());
-    EXPECT_EQ(12u, stl.GetNumberOfTriangles());
-    EXPECT_EQ(7u, stl.TriangleAt(8).GetColor().GetRGB());
-    ASSERT_EQ(2u, stl.GetTextures().size());
-    EXPECT_TRUE(stl.GetTextures()[1]->HasTriangle(&stl.TriangleAt(9)));
-    EXPECT_EQ(2u, stl.GetFeature().GetNumEdges());
-    EXPECT_EQ(7u, stl.GetFeature().GetGraph(1)->GetEdge(0).GetSecond());
-    EXPECT_EQ(5u, copy.NumberOfPoints());
+    for (bool const placed : {false, true})
+    {
+        SCOPED_TRACE(placed ? "placed" : "plain");
+        MStlBase stl;
+        std::vector<MStlPoint*> p = MakePyramid(stl);
+        stl.TriangleAt(2).SetRGB(7);
+        stl.GetTextureFactory(true)->AddTexture()->AddTriangle(&stl.TriangleAt(3), MStlTextureCoordinates(),
+                                                               true);
+        stl.GetFeature().AddNewGraph()->AddEdge(p[0], p[2]);
+        MStlBase expected(stl);
+        MStlBase copy(stl);
+        if (placed)
+        {
+            copy.Transform(MakeAwkwardTransform());
+            ASSERT_EQ(EReturnCode::Ok, stl.AddStl(stl, MakeAwkwardTransform(), false));
+        }
+        else
+        {
+            ASSERT_EQ(EReturnCode::Ok, stl.AddStl(stl, false));
+        }
+        ASSERT_EQ(EReturnCode::Ok, expected.AddStl(copy, false));
+        EXPECT_EQ(PointsOf(expected), PointsOf(stl));
+        EXPECT_EQ(TrianglesOf(expected), TrianglesOf(stl));
+        EXPECT_EQ(ColoursOf(expected), ColoursOf(stl));
+        ASSERT_EQ(2u, stl.GetTextures().size());
+        EXPECT_TRUE(stl.GetTextures()[1]->HasTriangle(&stl.TriangleAt(9)));
+        EXPECT_EQ(2u, stl.GetFeature().GetNumEdges());
+        EXPECT_EQ(7u, stl.GetFeature().GetGraph(1)->GetEdge(0).GetSecond());
+    }
 }
 
 TEST(MeshTransform, RoundsHalfAwayFromZeroAndSaturates)
@@ -177,6 +218,8 @@ TEST(MeshTransform, RoundsHalfAwayFromZeroAndSaturates)
     EXPECT_EQ(&copy.PointAt(0), &stl.PointAt(0));
 }
 
+// The temporary transformation restores every bit, also while unwinding from
+// an exception, and keeps points added meanwhile.
 TEST(MeshTransform, TemporaryTransformationRestoresEveryBit)
 {
     MStlBase stl;
@@ -185,23 +228,6 @@ TEST(MeshTransform, TemporaryTransformationRestoresEveryBit)
     {
         stl.AddPoint(i * 7919 - 20000000, -i * 31, i % 97);
     }
-    auto const before = PointsOf(stl);
-    MMTransformMatrix const m = MakeAwkwardTransform();
-    {
-        MStlTempTransformation guard(stl, m, false);
-        EXPECT_NE(before, PointsOf(stl));
-        EXPECT_EQ(5005u, stl.NumberOfPoints());
-    }
-    EXPECT_EQ(before, PointsOf(stl));
-    // Pointers taken before are the mesh's own again.
-    EXPECT_NE(nullptr, stl.AddTriangle(p[0], p[1], p[2]));
-}
-
-// While unwinding from an exception, and keeping points added meanwhile.
-TEST(MeshTransform, TemporaryTransformationRestoresWhileUnwindingAndKeepsNewPoints)
-{
-    MStlBase stl;
-    MakePyramid(stl);
     MStlBase shared(stl);
     auto const before = PointsOf(stl);
     try
@@ -216,13 +242,15 @@ TEST(MeshTransform, TemporaryTransformationRestoresWhileUnwindingAndKeepsNewPoin
     }
     EXPECT_EQ(before, PointsOf(stl));
     EXPECT_EQ(&shared.PointAt(0), &stl.PointAt(0));
+    // Pointers taken before are the mesh's own again.
+    EXPECT_NE(nullptr, stl.AddTriangle(p[0], p[1], p[2]));
     {
         MStlTempTransformation guard(stl, MakeAwkwardTransform(), true);
         stl.AddPoint(1, 2, 3);
-        stl.AddTriangle(&stl.PointAt(0), &stl.PointAt(1), &stl.PointAt(5));
+        stl.AddTriangle(&stl.PointAt(0), &stl.PointAt(1), &stl.PointAt(5005));
     }
     auto const after = PointsOf(stl);
-    ASSERT_EQ(6u, after.size());
-    EXPECT_EQ(before, decltype(before)(after.begin(), after.begin() + 5));
-    EXPECT_EQ(1, stl.PointAt(5).GetUseCount());
+    ASSERT_EQ(5006u, after.size());
+    EXPECT_EQ(before, decltype(before)(after.begin(), after.begin() + 5005));
+    EXPECT_EQ(1, stl.PointAt(5005).GetUseCount());
 }

@@ -1,9 +1,9 @@
-// Tests of mesh storage: building and walking elements, stable addresses,
-// use counters, lazily kept colours, and arrays added in bulk.
+// Tests of mesh storage: building and walking elements, use counters, lazily
+// kept colours, arrays added in bulk, and copies that share storage until one
+// side changes.
 #include "MeshTestSupport.h"
 
 #include "triangles/MStlBase.h"
-#include "triangles/MStlChunk.h"
 
 #include <gtest/gtest.h>
 
@@ -11,85 +11,36 @@
 #include <stdexcept>
 #include <vector>
 
-TEST(MeshStorage, BuildsAndWalksPointsAndTriangles)
+TEST(MeshStorage, BuildsWalksAndRefusesTrianglesItCannotMake)
 {
     MStlBase stl;
-    EXPECT_EQ(0u, stl.NumberOfPoints());
     EXPECT_TRUE(stl.BeginTriangle() == stl.EndTriangle());
     std::vector<MStlPoint*> p = MakePyramid(stl);
-    EXPECT_EQ(5u, stl.GetNumberOfPoints());
-
     std::uint32_t index = 0;
     for (auto it = stl.BeginPoint(); it != stl.EndPoint(); ++it, ++index)
     {
         EXPECT_EQ(index, it->GetIndex());
         EXPECT_EQ(p[index], &*it);
     }
+    EXPECT_EQ(5u, index);
     EXPECT_FLOAT_EQ(0.7071f, p[4]->GetZMMf());
     EXPECT_EQ(MMPoint3d<double>(5000, 5000, 7071), MMPoint3d<double>(*p[4]));
-
     // The apex is in the four sides, point 0 in two sides and both base halves.
     EXPECT_EQ(4, p[4]->GetUseCount());
     EXPECT_EQ(4, p[0]->GetUseCount());
     EXPECT_EQ(3, p[1]->GetUseCount());
-    MStlPoint* lonely = stl.AddPoint(1, 2, 3, false);
-    EXPECT_EQ(0, lonely->GetUseCount());
-
-    TriangleList const corners = TrianglesOf(stl);
-    ASSERT_EQ(6u, corners.size());
-    EXPECT_EQ((std::array<std::uint32_t, 3>{0, 3, 2}), corners.back());
+    EXPECT_EQ((std::array<std::uint32_t, 3>{0, 3, 2}), TrianglesOf(stl).back());
     EXPECT_EQ(5u, stl.TriangleAt(5).GetIndex());
-}
 
-TEST(MeshStorage, RefusesTrianglesItCannotMake)
-{
-    MStlBase stl;
     MStlBase other;
-    MStlPoint* a = stl.AddPoint(0, 0, 0);
-    MStlPoint* b = stl.AddPoint(1, 0, 0);
-    MStlPoint* c = stl.AddPoint(0, 1, 0);
-    MStlPoint* foreign = other.AddPoint(0, 0, 1);
-    EXPECT_EQ(nullptr, stl.AddTriangle(a, b, nullptr));
-    EXPECT_EQ(nullptr, stl.AddTriangle(a, b, a));
-    EXPECT_EQ(nullptr, stl.AddTriangle(a, b, foreign));
-    EXPECT_EQ(0u, stl.GetNumberOfTriangles());
-    EXPECT_EQ(0, a->GetUseCount());
+    MStlPoint* const lonely = stl.AddPoint(1, 2, 3, false);
+    EXPECT_EQ(nullptr, stl.AddTriangle(lonely, p[1], nullptr));
+    EXPECT_EQ(nullptr, stl.AddTriangle(lonely, p[1], lonely));
+    EXPECT_EQ(nullptr, stl.AddTriangle(lonely, p[1], other.AddPoint(0, 0, 1)));
+    EXPECT_EQ(6u, stl.GetNumberOfTriangles());
+    EXPECT_EQ(0, lonely->GetUseCount());
     // Zero area is not this host's concern.
-    MStlPoint* d = stl.AddPoint(0, 0, 0);
-    EXPECT_NE(nullptr, stl.AddTriangle(a, d, c));
-    EXPECT_NE(nullptr, stl.AddTriangle(a, b, c));
-}
-
-TEST(MeshStorage, ElementsKeepTheirAddressesAcrossManyChunks)
-{
-    MStlBase stl;
-    std::int32_t const xyz[3] = {7, 8, 9};
-    MStlPoint* first = stl.AddPoint(xyz, true);
-    std::vector<MStlPoint*> points{first};
-    // Several chunks' worth, so that indices and chunks are crossed.
-    for (std::int32_t i = 1; i < 20000; ++i)
-    {
-        points.push_back(stl.AddPoint(i, -i, 2 * i));
-    }
-    std::vector<MStlTriangle*> triangles;
-    for (std::size_t i = 0; i + 2 < points.size(); ++i)
-    {
-        triangles.push_back(stl.AddTriangle(points[i], points[i + 1], points[i + 2]));
-    }
-    EXPECT_EQ(9, first->GetZ());
-    for (std::uint32_t i = 0; i < points.size(); i += 997)
-    {
-        EXPECT_EQ(i, points[i]->GetIndex());
-        EXPECT_EQ(points[i], &stl.PointAt(i));
-    }
-    std::uint32_t index = 0;
-    for (auto it = stl.BeginTriangle(); it != stl.EndTriangle(); ++it, ++index)
-    {
-        ASSERT_EQ(triangles[index], static_cast<MStlTriangle*>(it));
-        ASSERT_EQ(index, it->GetIndex());
-        ASSERT_EQ(index + 2, it->GetPointIndex(2));
-    }
-    EXPECT_EQ(3, points[5000]->GetUseCount());
+    EXPECT_NE(nullptr, stl.AddTriangle(p[0], stl.AddPoint(0, 0, 0), p[1]));
 }
 
 TEST(MeshStorage, UseCounterStopsAtItsLimit)
@@ -115,8 +66,7 @@ TEST(MeshStorage, ColoursCostNothingUntilSetAndPartDataIsCopied)
     EXPECT_FALSE(stl.HasTriangleColors());
     t.SetRGB(0x00332211);
     EXPECT_TRUE(stl.HasTriangleColors());
-    EXPECT_EQ(0x00332211u, t.GetColor().GetRGB());
-    EXPECT_FALSE(stl.TriangleAt(2).GetColor().IsDefined());
+    EXPECT_EQ((std::vector<long long>{-1, -1, -1, 0x332211, -1, -1}), ColoursOf(stl));
     t.SetColor(MStlColor());
     EXPECT_FALSE(t.GetColor().IsDefined());
 
@@ -129,14 +79,12 @@ TEST(MeshStorage, ColoursCostNothingUntilSetAndPartDataIsCopied)
     EXPECT_TRUE(copy.m_partIsSupport);
     EXPECT_EQ(0x00FF8000u, copy.GetMaterial().GetRGB());
     EXPECT_EQ(L"support", copy.GetName());
-    copy.m_partIsSolid = false;
-    EXPECT_TRUE(stl.m_partIsSolid);
 }
 
 // Arrays added in bulk give the store that one element at a time gives:
 // across chunk borders, with an offset, with triangles on a point twice
 // passed over, onto a mesh that shares its storage with a copy; a bad index
-// changes nothing.
+// changes nothing. Elements added one at a time keep their addresses.
 TEST(MeshStorage, BulkInsertionEqualsOneAtATime)
 {
     std::mt19937 random(7);
@@ -158,40 +106,40 @@ TEST(MeshStorage, BulkInsertionEqualsOneAtATime)
 
     MStlBase single;
     MStlBase bulk;
-    for (MStlBase* mesh : {&single, &bulk})
-    {
-        mesh->AddPoint(1, 2, 3); // so that the arrays start at an offset
-    }
+    std::int32_t const first[3] = {1, 2, 3}; // so that the arrays start at an offset
+    std::vector<MStlPoint*> points{single.AddPoint(first)};
+    bulk.AddPoint(1, 2, 3);
     MStlBase const sharing(bulk);
     for (std::uint32_t p = 0; p < kPoints; ++p)
     {
-        single.AddPoint(xyz[3 * p], xyz[3 * p + 1], xyz[3 * p + 2]);
+        points.push_back(single.AddPoint(xyz[3 * p], xyz[3 * p + 1], xyz[3 * p + 2]));
     }
-    std::size_t made = 0;
+    std::vector<MStlTriangle*> triangles;
     for (std::uint32_t t = 0; t < kTriangles; ++t)
     {
-        made +=
-            single.AddTriangle(&single.PointAt(1 + corners[3 * t]), &single.PointAt(1 + corners[3 * t + 1]),
-                               &single.PointAt(1 + corners[3 * t + 2])) != nullptr;
+        MStlTriangle* const made = single.AddTriangle(
+            points[1 + corners[3 * t]], points[1 + corners[3 * t + 1]], points[1 + corners[3 * t + 2]]);
+        if (made != nullptr)
+        {
+            triangles.push_back(made);
+        }
     }
     EXPECT_EQ(1u, bulk.AddPoints(xyz.data(), kPoints));
-    EXPECT_EQ(made, bulk.AddTriangles(corners.data(), kTriangles, 1));
-    EXPECT_LT(made, std::size_t(kTriangles));
+    EXPECT_EQ(triangles.size(), bulk.AddTriangles(corners.data(), kTriangles, 1));
+    EXPECT_LT(triangles.size(), std::size_t(kTriangles));
 
-    ASSERT_EQ(single.GetNumberOfPoints(), bulk.GetNumberOfPoints());
-    ASSERT_EQ(single.GetNumberOfTriangles(), bulk.GetNumberOfTriangles());
+    EXPECT_EQ(PointsOf(single), PointsOf(bulk));
+    EXPECT_EQ(TrianglesOf(single), TrianglesOf(bulk));
     for (std::uint32_t p = 0; p < single.GetNumberOfPoints(); ++p)
     {
-        ASSERT_EQ(single.PointAt(p).GetCoordinates(), bulk.PointAt(p).GetCoordinates()) << p;
+        ASSERT_EQ(points[p], &single.PointAt(p)) << p;
         ASSERT_EQ(single.PointAt(p).GetUseCount(), bulk.PointAt(p).GetUseCount()) << p;
     }
-    for (std::uint32_t t = 0; t < single.GetNumberOfTriangles(); ++t)
+    std::uint32_t walked = 0;
+    for (auto it = single.BeginTriangle(); it != single.EndTriangle(); ++it, ++walked)
     {
-        for (unsigned corner = 0; corner < 3; ++corner)
-        {
-            ASSERT_EQ(single.TriangleAt(t).GetPointIndex(corner), bulk.TriangleAt(t).GetPointIndex(corner))
-                << t;
-        }
+        ASSERT_EQ(triangles[walked], static_cast<MStlTriangle*>(it));
+        ASSERT_EQ(walked, it->GetIndex());
     }
     EXPECT_EQ(1u, sharing.GetNumberOfPoints()) << "the copy keeps the storage it shared";
 
@@ -200,4 +148,53 @@ TEST(MeshStorage, BulkInsertionEqualsOneAtATime)
     EXPECT_THROW(bulk.AddTriangles(beyond, 1, 0xFFFFFFFFu), std::out_of_range) << "the offset must not wrap";
     EXPECT_EQ(single.GetNumberOfTriangles(), bulk.GetNumberOfTriangles());
     EXPECT_EQ(single.PointAt(1).GetUseCount(), bulk.PointAt(1).GetUseCount());
+}
+
+// A copy hands out the original's elements until one side changes; reading
+// never separates them; after a change each side's pointers are its own.
+TEST(MeshCopy, SharesUntilOneSideChanges)
+{
+    auto original = std::make_unique<MStlBase>();
+    std::vector<MStlPoint*> p = MakePyramid(*original);
+    original->TriangleAt(0).SetRGB(0x0000FF);
+    MStlBase copy(*original);
+    MStlBase const& view = *original;
+    std::size_t walked = 0;
+    for (auto it = std::as_const(copy).BeginTriangle(); it != std::as_const(copy).EndTriangle(); ++it)
+    {
+        ++walked;
+    }
+    EXPECT_EQ(6u, walked);
+    EXPECT_EQ(&view.TriangleAt(0), &std::as_const(copy).TriangleAt(0));
+    // Walking points for reading never separates, not even on a non-const mesh.
+    EXPECT_EQ(&*original->BeginPoint(), &copy.PointAt(0));
+
+    MStlPoint* extra = copy.AddPoint(99, 99, 99);
+    EXPECT_EQ(5u, original->NumberOfPoints());
+    EXPECT_NE(&original->PointAt(0), &copy.PointAt(0));
+    EXPECT_NE(nullptr, original->AddTriangle(p[0], p[1], p[2]));
+    EXPECT_EQ(7u, original->GetNumberOfTriangles());
+    EXPECT_EQ(6u, copy.GetNumberOfTriangles());
+    EXPECT_EQ(nullptr, copy.AddTriangle(p[0], p[1], extra)) << "the original's points are not the copy's";
+    EXPECT_NE(nullptr, copy.AddTriangle(&copy.PointAt(0), &copy.PointAt(1), extra));
+    EXPECT_EQ(5, p[0]->GetUseCount());
+    EXPECT_EQ(5, copy.PointAt(0).GetUseCount());
+    EXPECT_EQ(original->PointAt(2).GetUseCount(), copy.PointAt(2).GetUseCount() + 1);
+
+    copy.TriangleAt(0).SetRGB(0x00FF00);
+    EXPECT_EQ(0x0000FFu, original->TriangleAt(0).GetColor().GetRGB());
+    // The copy lives on alone.
+    original.reset();
+    EXPECT_EQ((std::vector<long long>{0x00FF00, -1, -1, -1, -1, -1, -1}), ColoursOf(copy));
+
+    // Changing the original while they share leaves the copy as it was.
+    MStlBase moved;
+    MakePyramid(moved);
+    MStlBase const kept(moved);
+    auto const before = PointsOf(kept);
+    moved.Transform(MakeAwkwardTransform());
+    moved.TriangleAt(1).SetRGB(5);
+    EXPECT_EQ(before, PointsOf(kept));
+    EXPECT_NE(before, PointsOf(moved));
+    EXPECT_FALSE(kept.HasTriangleColors());
 }
