@@ -1,14 +1,10 @@
 // Tests of extension resources through application factories, and of the stock
 // factories that skip them.
-#include "support/PackageTestSupport.h"
-#include "support/TestModelFile.h"
+#include "support/PackageReadBack.h"
 
 #include "format3mf/FormatIdentifiers.h"
 #include "format3mf/MeshTetraheders.h"
 #include "format3mf/Object.h"
-#include "format3mf/Package.h"
-#include "format3mf/PackageRead.h"
-#include "format3mf/PackageWrite.h"
 #include "format3mf/ReadAttribute.h"
 #include "format3mf/XMLPersistHelpers.h"
 #include "foundation/XMLNames.h"
@@ -86,7 +82,11 @@ using Paths = CountedResource<IToolPath>;
 class ExtensionModelFile : public TestModelFile
 {
 public:
-    using TestModelFile::TestModelFile;
+    explicit ExtensionModelFile(std::wstring const& name = L"", ModelFile* parent = nullptr)
+        : TestModelFile(name, parent)
+    {
+        AddSupportedExtension(NamespaceSlice, true);
+    }
 
 protected:
     ModelFile* _CreateRelatedModelFile(std::wstring const& name) override
@@ -110,19 +110,21 @@ std::string const kModel = R"(<model xmlns="http://schemas.microsoft.com/3dmanuf
 </model>)";
 } // namespace
 
-TEST(ExtensionResources, FactoriesReadRegisterAndWriteTheirItems)
+// The application's factories read, register and write their items; the
+// stock ones skip the elements with all their content, and what follows is
+// read as usual.
+TEST(ExtensionResources, FactoriesCarryTheirItemsAndStockOnesSkipThem)
 {
-    PackageScratch scratch;
-    std::wstring const first = scratch.File("first.3mf");
-    std::wstring const second = scratch.File("second.3mf");
-    WriteModelPackage(first, kModel);
-    for (std::wstring const& file : {first, second})
+    ModelRead<> stock(kModel);
+    ASSERT_TRUE(stock.ok) << stock.Error();
+    EXPECT_TRUE(stock.model.GetResources().m_sliceStacks.empty());
+    EXPECT_TRUE(stock.model.GetResources().m_toolPaths.empty());
+    EXPECT_EQ(nullptr, stock.model.GetReference(99));
+    ASSERT_EQ(1u, stock.model.GetResources().m_objects.size());
+    EXPECT_EQ(nullptr, stock.model.GetResources().m_objects[0]->_GetSliceStack());
+
+    auto const check = [](ExtensionModelFile& model)
     {
-        ExtensionModelFile model;
-        Package package(&model);
-        model.AddSupportedExtension(NamespaceSlice, true);
-        PackageRead reader(&package, PackageReadOptions());
-        ASSERT_TRUE(reader.Read(file, nullptr));
         Resources& resources = model.GetResources();
         ASSERT_EQ(1u, resources.m_sliceStacks.size());
         ASSERT_EQ(1u, resources.m_toolPaths.size());
@@ -141,30 +143,15 @@ TEST(ExtensionResources, FactoriesReadRegisterAndWriteTheirItems)
         EXPECT_EQ(slices, resources.m_objects[0]->_GetSliceStack());
         ASSERT_EQ(1u, resources.m_objects[0]->m_toolPaths.size());
         EXPECT_EQ(8, resources.m_objects[0]->m_toolPaths[0].m_id);
-        if (file == first)
-        {
-            PackageWrite writer(&package, PackageWriteOptions());
-            ASSERT_TRUE(writer.Write(second, nullptr));
-        }
-    }
-}
-
-// A model file that carries none of these kinds skips the elements with all
-// their content, and what follows is read as usual.
-TEST(ExtensionResources, StockFactoriesSkipTheElements)
-{
-    PackageScratch scratch;
-    std::wstring const file = scratch.File("skip.3mf");
-    WriteModelPackage(file, kModel);
-    TestModelFile model;
-    Package package(&model);
-    PackageRead reader(&package, PackageReadOptions());
-    ASSERT_TRUE(reader.Read(file, nullptr));
-    EXPECT_TRUE(model.GetResources().m_sliceStacks.empty());
-    EXPECT_TRUE(model.GetResources().m_toolPaths.empty());
-    EXPECT_EQ(nullptr, model.GetReference(99));
-    ASSERT_EQ(1u, model.GetResources().m_objects.size());
-    EXPECT_EQ(nullptr, model.GetResources().m_objects[0]->_GetSliceStack());
+    };
+    ModelRead<ExtensionModelFile> first(kModel);
+    ASSERT_TRUE(first.ok) << first.Error();
+    check(first.model);
+    std::wstring const second = first.File("second.3mf");
+    ASSERT_TRUE(WritePackage(first.package, second));
+    ReadBack<ExtensionModelFile> again(second);
+    ASSERT_TRUE(again.ok) << again.Error();
+    check(again.model);
 }
 
 TEST(ExtensionResources, VolumetricProviderFallsBackToNone)

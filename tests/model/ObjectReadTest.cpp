@@ -1,13 +1,9 @@
 // Tests of reading "object" elements: attributes, children, and hostile
 // references and nesting.
-#include "support/PackageTestSupport.h"
-#include "support/TestModelFile.h"
+#include "support/PackageReadBack.h"
 
 #include "format3mf/Exception.h"
 #include "format3mf/Object.h"
-#include "format3mf/Package.h"
-#include "format3mf/PackageRead.h"
-#include "format3mf/PackageWrite.h"
 #include "format3mf/XMLPersistHelpers.h"
 
 #include <gtest/gtest.h>
@@ -67,34 +63,18 @@ std::string Model(std::string const& resources, std::string const& build = "",
            resources + "</resources><build>" + build + "</build></model>";
 }
 
-struct ReadResult
+// A read of the model into meshes that remember their tag.
+struct ObjectsRead : ModelRead<MeshModelFile>
 {
-    PackageScratch scratch;
-    MeshModelFile model;
-    Package package{&model};
-    PackageRead reader{&package, PackageReadOptions()};
-    bool ok = false;
-
-    explicit ReadResult(std::string const& xml)
-    {
-        std::wstring const file = scratch.File("model.3mf");
-        WriteModelPackage(file, xml);
-        ok = reader.Read(file, nullptr);
-    }
-    Object* object(int id) const { return dynamic_cast<Object*>(model.GetReference(id)); }
-    std::string error() const
-    {
-        auto const& errors = reader.GetContext().m_errors;
-        return errors.empty() ? std::string() : StringConversion::ConvertNativeToUTF8(errors.front());
-    }
+    using ModelRead::ModelRead;
+    Object* object(int id) const { return ObjectOf(&model, id); }
     // The root model part as this library writes it back.
     std::string Rewritten()
     {
-        std::wstring const file = scratch.File("again.3mf");
+        std::wstring const file = File("again.3mf");
         try
         {
-            PackageWrite writer(&package, PackageWriteOptions());
-            writer.Write(file, nullptr);
+            WritePackage(package, file);
         }
         catch (Exception const& error)
         {
@@ -107,11 +87,11 @@ struct ReadResult
 
 TEST(ObjectRead, AttributesAndChildren)
 {
-    ReadResult read(Model(R"(<m:colorgroup id="1"><m:color color="#FF0000"/></m:colorgroup>
+    ObjectsRead read(Model(R"(<m:colorgroup id="1"><m:color color="#FF0000"/></m:colorgroup>
         <object id="2" type="gizmo" pid="1"><mesh><vertices tag="first"/></mesh><mesh><vertices tag="second"/></mesh></object>
         <object id="3" pid="1" pindex="0" type="solidsupport"><ondamx id="4"/></object>
         <object id="4" pid="77" pindex="0"/>)"));
-    ASSERT_TRUE(read.ok) << read.error();
+    ASSERT_TRUE(read.ok) << read.Error();
     Object* gizmo = read.object(2);
     EXPECT_EQ(0, gizmo->m_type);
     EXPECT_EQ(read.model.GetReference(1), gizmo->m_propertyGroup);
@@ -135,11 +115,11 @@ TEST(ObjectRead, MaterialIdOnlyInTheCoreOf2013)
 {
     std::string const objects = R"(<m:colorgroup id="6"><m:color color="#00FF00"/></m:colorgroup>
         <object id="1" materialid="6"/>)";
-    ReadResult old(Model(objects, "", "http://schemas.microsoft.com/3dmanufacturing/2013/01"));
-    ASSERT_TRUE(old.ok) << old.error();
+    ObjectsRead old(Model(objects, "", "http://schemas.microsoft.com/3dmanufacturing/2013/01"));
+    ASSERT_TRUE(old.ok) << old.Error();
     EXPECT_EQ(old.model.GetReference(6), old.object(1)->m_propertyGroup);
     EXPECT_EQ(0, old.object(1)->m_propertyIndex);
-    ReadResult current(Model(objects));
+    ObjectsRead current(Model(objects));
     ASSERT_TRUE(current.ok);
     EXPECT_EQ(nullptr, current.object(1)->m_propertyGroup);
 }
@@ -149,18 +129,18 @@ TEST(ObjectRead, MaterialIdOnlyInTheCoreOf2013)
 TEST(ObjectRead, HostileReferencesFailCleanly)
 {
     {
-        ReadResult read(
+        ObjectsRead read(
             Model(R"(<object id="5"><components><component objectid="5"/></components></object>)"));
         EXPECT_FALSE(read.ok);
-        EXPECT_EQ("Object 5 has itself as a component.", read.error());
+        EXPECT_EQ("Object 5 has itself as a component.", read.Error());
     }
     {
         // Duplicate identifiers: the later one wins the table, both stay listed.
-        ReadResult read(Model(R"(<object id="1" name="a"/><object id="1" name="b"/>
+        ObjectsRead read(Model(R"(<object id="1" name="a"/><object id="1" name="b"/>
             <object id="2"><components><component objectid="1"/><component objectid="9"/>
             <component/></components></object>)",
-                              R"(<item objectid="42"/><item objectid="1"/>)"));
-        ASSERT_TRUE(read.ok) << read.error();
+                               R"(<item objectid="42"/><item objectid="1"/>)"));
+        ASSERT_TRUE(read.ok) << read.Error();
         EXPECT_EQ(2u + 1u, read.model.GetResources().m_objects.size());
         EXPECT_EQ(L"b", read.object(1)->m_name);
         Object* holder = read.object(2);
@@ -189,8 +169,8 @@ TEST(ObjectRead, DeepNestingAndLongChains)
         chain += R"(<object id=")" + std::to_string(i) + R"("><components><component objectid=")" +
                  std::to_string(i - 1) + R"("/></components></object>)";
     }
-    ReadResult read(Model(R"(<object id="9000">)" + nested + "</object>" + chain));
-    ASSERT_TRUE(read.ok) << read.error();
+    ObjectsRead read(Model(R"(<object id="9000">)" + nested + "</object>" + chain));
+    ASSERT_TRUE(read.ok) << read.Error();
     EXPECT_EQ(5001u, read.model.GetResources().m_objects.size());
     EXPECT_EQ(read.object(4999), read.object(5000)->m_components[0].m_object);
 }

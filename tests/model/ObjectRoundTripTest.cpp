@@ -1,16 +1,15 @@
-// Round trips of objects, components and build items through a package,
-// identifiers and cross-part references included.
-#include "support/PackageTestSupport.h"
-#include "support/TestModelFile.h"
+// Round trips of objects, components and build items through a package, across
+// model parts: identifiers kept, references two levels deep and into other
+// parts written with "path", and a second writing equal to the first.
+#include "support/PackageReadBack.h"
 
 #include "format3mf/FormatIdentifiers.h"
 #include "format3mf/Object.h"
-#include "format3mf/Package.h"
-#include "format3mf/PackageRead.h"
-#include "format3mf/PackageWrite.h"
 #include "format3mf/Transformation.h"
 
 #include <gtest/gtest.h>
+
+#include <regex>
 
 using namespace Format_3MF;
 
@@ -26,71 +25,100 @@ MMTransformMatrix Translation(double x, double y, double z)
     return ParseTransformation(L"1 0 0 0 1 0 0 0 1 " + std::to_wstring(x) + L" " + std::to_wstring(y) + L" " +
                                std::to_wstring(z));
 }
+
+Component& AddComponent(Object* holder, Object* object,
+                        MMTransformMatrix const& transform = MMTransformMatrix())
+{
+    holder->m_components.emplace_back();
+    holder->m_components.back().m_object = object;
+    holder->m_components.back().m_transform = transform;
+    return holder->m_components.back();
+}
+
+// The root part and the two object parts of a written package; with
+// `bare`, without the declarations of prefixes, whose order may change.
+std::vector<std::string> PartTexts(std::wstring const& file, bool bare = false)
+{
+    std::vector<std::string> texts;
+    for (char const* part : {"3D/3dmodel.model", "3D/Objects/object_1.model", "3D/Objects/object_2.model"})
+    {
+        std::string const text = EntryText(file, part);
+        texts.push_back(bare ? std::regex_replace(text, std::regex(" xmlns:[a-z]+=\"[^\"]*\""), "") : text);
+    }
+    return texts;
+}
 } // namespace
 
-// Identifiers are kept as given (never renumbered), components point at the
-// right objects two levels deep, and build items reach into a related part.
-TEST(ObjectRoundTrip, StructureIdentifiersAndReferencesSurvive)
+TEST(ObjectRoundTrip, StructureIdentifiersAndReferencesAcrossPartsSurvive)
 {
     PackageScratch scratch;
     std::wstring const file = scratch.File("objects.3mf");
     {
         TestModelFile model;
         Package package(&model);
+        ModelFile* part1 = model.AddRelatedModelFile(L"/3D/Objects/object_1.model");
+        ModelFile* part2 = model.AddRelatedModelFile(L"/3D/Objects/object_2.model");
+        Object* distant = NewObject(*part1, 1);
+        Object* other = NewObject(*part2, 1);
+        other->m_name = L"elsewhere";
+        Object* assembly = NewObject(*part2, 2);
+        AddComponent(assembly, distant, Translation(0, 0, 3));
+        AddComponent(assembly, other); // in its own part: no path
         Object* leaf = NewObject(model, 7);
         leaf->m_name = L"leaf \u00e9";
         leaf->m_type = 1;
         leaf->m_metaData[L"colour"] = MetaDataItem(L"blue");
         Object* middle = NewObject(model, 3);
-        middle->m_components.push_back({});
-        middle->m_components[0].m_object = leaf;
-        middle->m_components[0].m_transform = Translation(1, 2, 3);
-        middle->m_components[0].m_uuid = L"11111111-2222-3333-4444-555555555555";
+        AddComponent(middle, leaf, Translation(1, 2, 3)).m_uuid = L"11111111-2222-3333-4444-555555555555";
         Object* top = NewObject(model, 12);
         top->m_type = 3;
         top->m_uuid = L"aaaaaaaa-2222-3333-4444-555555555555";
-        top->m_components.resize(2);
-        top->m_components[0].m_object = middle;
-        top->m_components[1].m_object = leaf;
+        for (Object* object : {middle, leaf, other, assembly})
+        {
+            AddComponent(top, object);
+        }
         top->m_ondamxID = 4;
         top->m_ondamxUUID = L"u-4";
-        ModelFile* slices = model.AddRelatedModelFile(L"/3D/Slices/stack.model");
         top->m_sliceStack.m_id = 9;
-        top->m_sliceStack.m_modelFile = slices;
+        top->m_sliceStack.m_modelFile = model.AddRelatedModelFile(L"/3D/Slices/stack.model");
         top->m_toolPaths.push_back({5, nullptr});
-
-        ModelFile* other = model.AddRelatedModelFile(L"/3D/Objects/other.model");
-        NewObject(*other, 2)->m_name = L"elsewhere";
 
         Build::Item item;
         item.m_objectID = 12;
         item.m_transform = Translation(10, 0, 0);
         item.m_uuid = L"bbbbbbbb-2222-3333-4444-555555555555";
         item.m_metaData[L"note"] = MetaDataItem(L"first");
-        model.GetBuild().m_items.push_back(item);
         Build::Item remote;
-        remote.m_objectID = 2;
-        remote.m_modelFile = other;
-        model.GetBuild().m_items.push_back(remote);
-
-        PackageWrite writer(&package, PackageWriteOptions());
-        ASSERT_TRUE(writer.Write(file, nullptr));
+        remote.m_objectID = 1;
+        remote.m_modelFile = part2;
+        model.GetBuild().m_items = {item, remote};
+        ASSERT_TRUE(WritePackage(package, file));
     }
     EXPECT_EQ(std::string::npos, PythonCheck(file).find("python failed"));
+    // Two components and the remote item name the second part; only the root
+    // requires the extension, the second part declares it for its own path.
+    std::vector<std::string> const written = PartTexts(file);
+    EXPECT_EQ(3u, Occurrences(written[0], R"(p:path="/3D/Objects/object_2.model")")) << written[0];
+    EXPECT_EQ(3u, Occurrences(written[0], "p:path=")) << written[0];
+    EXPECT_EQ(1u, Occurrences(written[0], R"(requiredextensions="p")")) << written[0];
+    EXPECT_EQ(0u, Occurrences(written[1], "p:path=")) << written[1];
+    EXPECT_EQ(1u, Occurrences(written[2], "p:path=")) << written[2];
+    EXPECT_EQ(1u, Occurrences(written[2], R"(p:path="/3D/Objects/object_1.model")")) << written[2];
+    EXPECT_EQ(1u,
+              Occurrences(written[2], "xmlns:p=\"http://schemas.microsoft.com/3dmanufacturing/production/"))
+        << written[2];
 
-    TestModelFile model;
-    Package package(&model);
-    PackageRead reader(&package, PackageReadOptions());
-    ASSERT_TRUE(reader.Read(file, nullptr))
-        << (reader.GetContext().m_errors.empty()
-                ? std::string()
-                : StringConversion::ConvertNativeToUTF8(reader.GetContext().m_errors[0]));
+    ReadBack<> read(file);
+    ASSERT_TRUE(read.ok) << read.Error();
+    TestModelFile& model = read.model;
+    ASSERT_EQ(3u, model.GetModelFiles().size());
+    ModelFile const* part1 = model.GetRelatedModelFile(L"/3D/Objects/object_1.model");
+    ModelFile* part2 = model.GetRelatedModelFile(L"/3D/Objects/object_2.model");
     auto const& objects = model.GetResources().m_objects;
     ASSERT_EQ(3u, objects.size());
     EXPECT_EQ(7, objects[0]->m_id);
     EXPECT_EQ(3, objects[1]->m_id);
     EXPECT_EQ(12, objects[2]->m_id);
-
     Object* leaf = ObjectOf(&model, 7);
     Object* middle = ObjectOf(&model, 3);
     Object* top = ObjectOf(&model, 12);
@@ -102,10 +130,23 @@ TEST(ObjectRoundTrip, StructureIdentifiersAndReferencesSurvive)
     EXPECT_EQ(leaf, middle->m_components[0].m_object);
     EXPECT_EQ(3.0, middle->m_components[0].m_transform.GetElement(2, 3, false));
     EXPECT_EQ(L"11111111-2222-3333-4444-555555555555", middle->m_components[0].m_uuid);
-    ASSERT_EQ(2u, top->m_components.size());
-    EXPECT_EQ(middle, top->m_components[0].m_object);
-    EXPECT_EQ(leaf, top->m_components[1].m_object);
+
+    ASSERT_EQ(4u, top->m_components.size());
+    Object* const expected[] = {middle, leaf, ObjectOf(part2, 1), ObjectOf(part2, 2)};
+    ModelFile const* const parts[] = {&model, &model, part2, part2};
+    for (std::size_t i = 0; i < 4; ++i)
+    {
+        EXPECT_EQ(expected[i], top->m_components[i].m_object) << i;
+        EXPECT_EQ(parts[i], top->m_components[i].m_modelFile) << i;
+    }
+    EXPECT_EQ(1, top->m_components[2].m_objectID);
     EXPECT_TRUE(top->m_components[1].m_transform.IsIdentity());
+    Object const* assembly = ObjectOf(part2, 2);
+    ASSERT_TRUE(assembly && assembly->m_components.size() == 2u);
+    EXPECT_EQ(ObjectOf(part1, 1), assembly->m_components[0].m_object);
+    EXPECT_EQ(3.0, assembly->m_components[0].m_transform.GetElement(2, 3));
+    EXPECT_EQ(ObjectOf(part2, 1), assembly->m_components[1].m_object);
+
     EXPECT_EQ(3, top->m_type);
     EXPECT_EQ(L"aaaaaaaa-2222-3333-4444-555555555555", top->m_uuid);
     EXPECT_EQ(4, top->m_ondamxID);
@@ -123,31 +164,55 @@ TEST(ObjectRoundTrip, StructureIdentifiersAndReferencesSurvive)
     EXPECT_EQ(12, items[0].m_objectID);
     EXPECT_EQ(&model, items[0].m_modelFile);
     EXPECT_EQ(10.0, items[0].m_transform.GetElement(0, 3, false));
+    EXPECT_EQ(L"bbbbbbbb-2222-3333-4444-555555555555", items[0].m_uuid);
     EXPECT_EQ(L"first", items[0].m_metaData.at(L"note").m_value);
-    ASSERT_NE(nullptr, items[1].m_modelFile);
-    Object* remote = ObjectOf(items[1].m_modelFile, 2);
-    ASSERT_NE(nullptr, remote);
-    EXPECT_EQ(L"elsewhere", remote->m_name);
-    EXPECT_EQ(items[1].m_modelFile, remote->GetModelFile());
+    EXPECT_EQ(part2, items[1].m_modelFile);
+    ASSERT_NE(nullptr, ObjectOf(part2, 1));
+    EXPECT_EQ(L"elsewhere", ObjectOf(part2, 1)->m_name);
+    EXPECT_EQ(part2, ObjectOf(part2, 1)->GetModelFile());
 
     EXPECT_EQ(PrefixProduction, model.GetPrefix(NamespaceProduction));
     EXPECT_EQ(PrefixOndAMX, model.GetPrefix(NamespaceOndAMX));
     EXPECT_EQ(std::vector<std::wstring>{PrefixProduction}, model.GetRequiredExtensions());
+
+    std::wstring const again = scratch.File("again.3mf");
+    ASSERT_TRUE(WritePackage(read.package, again));
+    EXPECT_EQ(PartTexts(file, true), PartTexts(again, true));
 }
 
-// New objects go to the root part or, with separate files, each to a part of
-// its own; the dummy build lists all of them, but only for the root model.
-TEST(ObjectRoundTrip, NewObjectsAndTheDummyBuild)
+// Every name of a part reaches the one model file of that part, whichever
+// part asks: the root owns them all, the asking part holds the relationship.
+// New objects go to the root or, with separate files, each to a part of its
+// own, named by a count apart from the slices'; the dummy build lists all of
+// them, but only for the root model.
+TEST(ModelParts, OneModelPerPartAndNewObjectsInPartsOfTheirOwn)
 {
-    BuildingModel model;
-    Package package(&model);
+    BuildingModel root;
+    Package package(&root);
+    ModelFile* a = root.AddRelatedModelFile(L"/3D/Objects/a.model");
+    EXPECT_EQ(a, root.AddRelatedModelFile(L"/3D/Objects/a.model"));
+    EXPECT_EQ(a, a->AddRelatedModelFile(L"3D/Objects/a.model"));
+    EXPECT_EQ(a, a->AddRelatedModelFile(L"\\3D\\Objects\\a.model"));
+    EXPECT_EQ(&root, a->AddRelatedModelFile(L"/3D/3dmodel.model"));
+    ModelFile* b = a->AddRelatedModelFile(L"/3D/Objects/b.model");
+    EXPECT_EQ(b, root.AddRelatedModelFile(L"/3D/Objects/b.model"));
+    EXPECT_EQ(2u, root.GetModelFiles().size());
+    EXPECT_TRUE(a->GetModelFiles().empty());
+    EXPECT_EQ(&root, a->GetParent());
+    EXPECT_EQ(a, b->GetParent());
+    EXPECT_EQ(&root, b->GetRootModelFile());
+    ASSERT_EQ(1u, root.GetRelsFile().GetRelations().size());
+    ASSERT_EQ(1u, a->GetRelsFile().GetRelations().size());
+    EXPECT_EQ(L"/3D/Objects/b.model", a->GetRelsFile().GetRelations()[0].m_target);
+
     PackageWriteContext context;
-    Object* first = Utilities::AddNewObject(&model, &context);
-    EXPECT_EQ(&model, first->GetModelFile());
+    Object* first = Utilities::AddNewObject(&root, &context);
+    EXPECT_EQ(&root, first->GetModelFile());
     EXPECT_EQ(1, first->m_id);
     context.Objects.m_separateFiles = true;
-    Object* second = Utilities::AddNewObject(&model, &context);
-    Object* third = Utilities::AddNewObject(&model, &context);
+    Object* second = Utilities::AddNewObject(&root, &context);
+    EXPECT_EQ(L"/3D/Slices/Slices.model", root.GenerateRelatedSliceFileName(context));
+    Object* third = Utilities::AddNewObject(&root, &context);
     EXPECT_EQ(L"/3D/Objects/Object.model", second->GetModelFile()->GetFileNameInPackage());
     EXPECT_EQ(L"/3D/Objects/Object(2).model", third->GetModelFile()->GetFileNameInPackage());
     EXPECT_EQ(1, second->m_id);
@@ -158,8 +223,8 @@ TEST(ObjectRoundTrip, NewObjectsAndTheDummyBuild)
     related._MakeDummyBuild();
     EXPECT_TRUE(related.GetBuild().m_items.empty());
 
-    model._MakeDummyBuild();
-    auto const& items = model.GetBuild().m_items;
+    root._MakeDummyBuild();
+    auto const& items = root.GetBuild().m_items;
     ASSERT_EQ(3u, items.size());
     EXPECT_EQ(nullptr, items[0].m_modelFile);
     EXPECT_EQ(second->GetModelFile(), items[1].m_modelFile);
