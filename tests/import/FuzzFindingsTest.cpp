@@ -1,13 +1,10 @@
-// Inputs that fuzzing once found to crash, hang or pass a bound, each written
-// by its test, kept so that no later change brings the fault back.
+// An input that fuzzing once found to pass the memory bound, written by the
+// test (the other findings are rows of ImporterTest's table of packages).
 #include "import/ImportSupport.h"
 #include "support/BlankPng.h"
 #include "support/PeakMemory.h"
 
-#include "format3mf/ImportFile.h"
 #include "format3mf/Importer.h"
-#include "format3mf/Package.h"
-#include "format3mf/PackageRead.h"
 
 #include "triangles/MStlBase.h"
 #include "triangles/MStlTexture.h"
@@ -16,7 +13,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <stdexcept>
 
 #include <boost/filesystem/operations.hpp>
 
@@ -24,17 +20,6 @@ using format3mf::import::Importer;
 
 namespace
 {
-// A model of one object with the given vertices and triangles, after the
-// given resources, placed once.
-std::string OneObjectModel(std::string const& resources, std::string const& vertices,
-                           std::string const& triangles)
-{
-    return R"(<model unit="millimeter" xmlns="http://schemas.microsoft.com/3dmanufacturing/core/2015/02")"
-           R"( xmlns:m="http://schemas.microsoft.com/3dmanufacturing/material/2015/02"><resources>)" +
-           resources + "<object id=\"1\"><mesh><vertices>" + vertices + "</vertices><triangles>" + triangles +
-           R"(</triangles></mesh></object></resources><build><item objectid="1"/></build></model>)";
-}
-
 // Four textures of one 16384 x 16384 RGBA image each, every triangle of a
 // tetrahedron showing one of them.
 std::string FourTextureModel()
@@ -53,10 +38,13 @@ std::string FourTextureModel()
                      std::to_string(corners[i][1]) + R"(" v3=")" + std::to_string(corners[i][2]) +
                      R"(" pid="2)" + n + R"(" p1="0" p2="1" p3="2"/>)";
     }
-    return OneObjectModel(resources,
-                          R"(<vertex x="0" y="0" z="0"/><vertex x="10" y="0" z="0"/>)"
-                          R"(<vertex x="0" y="10" z="0"/><vertex x="0" y="0" z="10"/>)",
-                          triangles);
+    return R"(<model unit="millimeter" xmlns="http://schemas.microsoft.com/3dmanufacturing/core/2015/02")"
+           R"( xmlns:m="http://schemas.microsoft.com/3dmanufacturing/material/2015/02"><resources>)" +
+           resources +
+           R"(<object id="1"><mesh><vertices><vertex x="0" y="0" z="0"/><vertex x="10" y="0" z="0"/>)"
+           R"(<vertex x="0" y="10" z="0"/><vertex x="0" y="0" z="10"/></vertices><triangles>)" +
+           triangles +
+           R"(</triangles></mesh></object></resources><build><item objectid="1"/></build></model>)";
 }
 
 // What the import in the child process found, as its exit code.
@@ -86,61 +74,6 @@ int ImportInChild(std::wstring const& file)
     return empty ? TexturesWithoutPixels : WrongTextures;
 }
 } // namespace
-
-// A colour text too short for a colour ("#12") makes the colour decoder
-// throw a bare int, which the importer passes to its caller as designed; the
-// tool reports the file as failed and says what was wrong.
-TEST(FuzzFindings, AShortColourTextReachesTheCallerAsAnInt)
-{
-    PackageScratch scratch;
-    std::wstring const file = scratch.File("short-colour.3mf");
-    WriteModelPackage(file, OneObjectModel(R"(<m:colorgroup id="5"><m:color color="#12"/></m:colorgroup>)",
-                                           R"(<vertex x="0" y="0" z="0"/><vertex x="1" y="0" z="0"/>)"
-                                           R"(<vertex x="0" y="1" z="0"/>)",
-                                           R"(<triangle v1="0" v2="1" v3="2" pid="5" p1="0"/>)"));
-    std::vector<std::unique_ptr<MStlBase>> parts;
-    Importer importer;
-    importer.SetOutputParts(parts);
-    importer.SetFileName(file);
-    EXPECT_THROW(importer.Operate(nullptr), int);
-    EXPECT_TRUE(parts.empty());
-
-    CommandOutput const output =
-        RunCommand(Quoted(OND3MF_INFO) + " " + Quoted(StringConversion::ConvertNativeToUTF8(file)));
-    EXPECT_NE(0, output.status);
-    EXPECT_NE(std::string::npos, output.text.find("invalid colour value")) << output.text;
-}
-
-// A related part whose name has no extension, looked up in content types
-// whose first entry is a Default: the lookup throws std::out_of_range, which
-// leaves the reader as designed (only an Override ahead of every Default
-// finds such a name). The tool reports the file as failed.
-TEST(FuzzFindings, APartWithoutExtensionReachesTheCallerAsOutOfRange)
-{
-    PackageScratch scratch;
-    std::wstring const file = scratch.File("no-extension.3mf");
-    WriteArchive(file,
-                 {{"[Content_Types].xml",
-                   R"(<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types">)"
-                   R"(<Default Extension="rels" ContentType="application/xml"/></Types>)"},
-                  {"_rels/.rels", R"(<Relationships><Relationship Id="r" Target="/3D/part" Type="t"/>)"
-                                  R"(</Relationships>)"},
-                  {"3D/part", R"(<model xmlns="http://schemas.microsoft.com/3dmanufacturing/core/2015/02">)"
-                              "<resources/><build/></model>"}});
-    Format_3MF::Package package(nullptr);
-    Format_3MF::PackageRead reader(&package, Format_3MF::PackageReadOptions());
-    EXPECT_THROW(reader.Read(file, nullptr), std::out_of_range);
-    // ImportFile turns it into a status with a message that names it.
-    format3mf::import::ImportResult const imported = format3mf::import::ImportFile(file);
-    EXPECT_EQ(Importer::ReadFailed, imported.status);
-    ASSERT_FALSE(imported.errors.empty());
-    EXPECT_NE(std::wstring::npos, imported.errors.back().find(L"could not be looked up"))
-        << imported.errors.back();
-
-    CommandOutput const output =
-        RunCommand(Quoted(OND3MF_INFO) + " " + Quoted(StringConversion::ConvertNativeToUTF8(file)));
-    EXPECT_NE(0, output.status);
-}
 
 // A small file that names huge textures: the import must stay within a
 // bounded memory, whatever the images claim (once, four 16384 x 16384 images

@@ -1,18 +1,17 @@
-// Tests of the importer's options, merging, failures and cancellation, on
-// packages the tests build.
+// The importer from its caller's side: packages the tests build, each with
+// the status, meshes, colours and the message ImportFile gives; the options
+// of Importer on samples; and a cancel in the middle of a mesh.
 #include "import/ImportSupport.h"
+#include "support/MeshDump.h"
 #include "support/Prerequisites.h"
 #include "support/Samples.h"
 #include "support/SlicerPackages.h"
 
+#include "format3mf/ImportFile.h"
 #include "format3mf/Importer.h"
 
 #include "common/IProgressDelegate.h"
-#include "triangles/MStlBase.h"
-#include "triangles/MStlIterators.h"
-#include "triangles/MStlPoint.h"
 #include "triangles/MStlTexture.h"
-#include "triangles/MStlTriangle.h"
 
 #include <gtest/gtest.h>
 
@@ -21,67 +20,171 @@ using Parts = std::vector<std::unique_ptr<MStlBase>>;
 
 namespace
 {
-std::string const kCore = "http://schemas.microsoft.com/3dmanufacturing/core/2015/02";
+std::string const kMaterial = "http://schemas.microsoft.com/3dmanufacturing/material/2015/02";
+std::string const kTetrahedron =
+    R"(<mesh><vertices><vertex x="0" y="0" z="0"/><vertex x="10" y="0" z="0"/><vertex x="0" y="10" z="0"/>)"
+    R"(<vertex x="0" y="0" z="10"/></vertices><triangles><triangle v1="0" v2="2" v3="1"/>)"
+    R"(<triangle v1="0" v2="1" v3="3"/><triangle v1="1" v2="2" v3="3"/><triangle v1="0" v2="3" v3="2"/>)"
+    R"(</triangles></mesh>)";
 
-// A unit cube at the origin as the mesh of an object.
-std::string CubeMesh(std::string const& triangleAttributes = "")
+// A root model with the core namespace as default and the materials' bound
+// to "m", unless `namespaces` says otherwise.
+std::string Model(std::string const& resources, std::string const& build = "<item objectid=\"1\"/>",
+                  std::string const& namespaces = "xmlns=\"" + slicer::kCore + "\"")
 {
-    return slicer::BoxMesh(1, 1, 1, triangleAttributes);
-}
-
-std::string Model(std::string const& resources, std::string const& build)
-{
-    return "<model unit=\"millimeter\" xmlns=\"" + kCore +
-           "\" xmlns:m=\"http://schemas.microsoft.com/3dmanufacturing/material/2015/02\"><resources>" +
+    return "<model unit=\"millimeter\" " + namespaces + " xmlns:m=\"" + kMaterial + "\"><resources>" +
            resources + "</resources><build>" + build + "</build></model>";
 }
 
-struct Import
+std::string Object(int id, std::string const& attributes = "", std::string const& mesh = kTetrahedron)
 {
-    PackageScratch scratch;
-    Parts parts;
-    Importer importer;
-    Importer::ErrorStatus result = Importer::ReadFailed;
+    return "<object id=\"" + std::to_string(id) + "\" " + attributes + ">" + mesh + "</object>";
+}
 
-    explicit Import(std::string const& model) : Import(model, [](Importer&) {}) {}
-
-    template <typename Setup>
-    Import(std::string const& model, Setup setup)
-    {
-        std::wstring const file = scratch.File("import.3mf");
-        WriteModelPackage(file, model);
-        Run(file, setup);
-    }
-
-    template <typename Setup>
-    void Run(std::wstring const& file, Setup setup)
-    {
-        importer.SetOutputParts(parts);
-        importer.SetFileName(file);
-        setup(importer);
-        result = importer.Operate(nullptr);
-    }
-
-    std::string Error() const
-    {
-        return importer.GetErrors().empty()
-                   ? std::string()
-                   : StringConversion::ConvertNativeToUTF8(importer.GetErrors().front());
-    }
-};
-
-std::size_t Coloured(MStlBase const& mesh)
+std::string Joined(std::vector<std::wstring> const& messages)
 {
-    std::size_t count = 0;
-    for (auto triangle = mesh.BeginTriangle(); triangle != mesh.EndTriangle(); ++triangle)
+    std::wstring all;
+    for (std::wstring const& message : messages)
     {
-        count += triangle->GetColor().IsDefined() ? 1 : 0;
+        all += message + L"\n";
     }
-    return count;
+    return StringConversion::ConvertNativeToUTF8(all);
 }
 } // namespace
 
-TEST(Importer, SwitchesOnePartAppendAndTextures)
+// Each lenient read warns and still gives its meshes; each failure, those
+// Operate lets through by design included, gives ReadFailed, no mesh and a
+// message that says why.
+TEST(Importer, EachPackageGivesItsStatusMeshesAndMessage)
+{
+    std::string const colours =
+        R"(<m:colorgroup id="1"><m:color color="#FF0000"/><m:color color="#00FF00"/></m:colorgroup>)";
+    std::string const shortColour = R"(<m:colorgroup id="5"><m:color color="#12"/></m:colorgroup>)";
+    std::string const cube = slicer::BoxMesh(1, 1, 1);
+    using Entries = std::vector<std::pair<std::string, std::string>>;
+    struct Case
+    {
+        char const* name;
+        // The root model; without one, `entries` are the whole archive, and
+        // without either there is no file.
+        std::string model;
+        std::string outcome;
+        // In the warnings of a read that succeeds, or the errors.
+        std::string message;
+        Entries entries = {};
+        bool asOnePart = false;
+    };
+    Case const cases[] = {
+        {"unsupported extension",
+         Model(Object(1), "<item objectid=\"1\"/>",
+               "xmlns=\"" + slicer::kCore +
+                   R"(" xmlns:x="http://example.com/unknown" requiredextensions="x")"),
+         "1 meshes, 0 coloured",
+         "Unsupported 3mf extension found: http://example.com/unknown (in /3D/3dmodel.model)"},
+        {"item of a missing object", Model(Object(1), R"(<item objectid="1"/><item objectid="9"/>)"),
+         "1 meshes, 0 coloured", "A build item refers to object 9"},
+        {"core elements outside the core namespace, as old Cura wrote them",
+         Model(Object(1), "<item objectid=\"1\"/>",
+               "xmlns=\"http://software.ultimaker.com/xml/cura/3mf/2015/10\" xmlns:cura=\"" + slicer::kCore +
+                   "\""),
+         "1 meshes, 0 coloured",
+         "The default namespace http://software.ultimaker.com/xml/cura/3mf/2015/10 stands where the 3MF core "
+         "namespace belongs; read as " +
+             slicer::kCore + " (in /3D/3dmodel.model)"},
+        {"texture that is no image",
+         Model(R"(<m:texture2d id="5" path="/3D/Textures/bad.png" contenttype="image/png"/>)"
+               R"(<m:texture2dgroup id="6" texid="5"><m:tex2coord u="0" v="0"/></m:texture2dgroup>)" +
+               Object(1, "", slicer::BoxMesh(1, 1, 1, R"(pid="6" p1="0")"))),
+         "1 meshes, 0 coloured",
+         "The texture /3D/Textures/bad.png is no PNG or JPEG image",
+         {{"3D/Textures/bad.png", "not an image"}}},
+        {"related part cut short",
+         Model(Object(1) + R"(<object id="2"><components><component p:path="/3D/Objects/o.model" )"
+                           R"(objectid="1"/></components></object>)",
+               R"(<item objectid="1"/><item objectid="2"/>)",
+               "xmlns=\"" + slicer::kCore + "\" xmlns:p=\"" + slicer::kProduction + "\""),
+         "1 meshes, 0 coloured",
+         "The XML of /3D/Objects/o.model is malformed: ",
+         {{"3D/Objects/o.model", Model(Object(1), "").substr(0, 120)}}},
+        // A group defined after the object is no group yet.
+        {"late colour group",
+         Model(Object(2, "", slicer::BoxMesh(1, 1, 1, R"(pid="1" p1="0")")) + colours,
+               R"(<item objectid="2"/>)"),
+         "1 meshes, 0 coloured", ""},
+        // Merged as one part, a part that owed its colour to its material keeps it.
+        {"merged as one part",
+         Model(colours + Object(2, R"(pid="1" pindex="0")", cube) + Object(3, R"(pid="1" pindex="1")", cube),
+               R"(<item objectid="2"/><item objectid="3"/>)"),
+         "1 meshes, 12 coloured",
+         "",
+         {},
+         true},
+        {"root model cut short", Model(Object(1)).substr(0, 150), "failed",
+         "The XML of /3D/3dmodel.model is malformed: "},
+        {"triangle beyond the vertices",
+         Model(R"(<object id="1"><mesh><vertices><vertex x="0" y="0" z="0"/></vertices>)"
+               R"(<triangles><triangle v1="0" v2="1" v3="7"/></triangles></mesh></object>)"),
+         "failed", "A triangle refers to vertex 1 of 1 vertices."},
+        {"object colour text too short", Model(shortColour + Object(1, R"(pid="5" pindex="0")")), "failed",
+         "invalid colour value"},
+        {"triangle colour text too short",
+         Model(shortColour + Object(1, "", slicer::BoxMesh(1, 1, 1, R"(pid="5" p1="0")"))), "failed",
+         "invalid colour value"},
+        // Only an Override ahead of every Default finds a name without an
+        // extension: the lookup's exception is turned into a message.
+        {"related part without an extension",
+         "",
+         "failed",
+         "could not be looked up",
+         {{"[Content_Types].xml",
+           R"(<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types">)"
+           R"(<Default Extension="rels" ContentType="application/xml"/></Types>)"},
+          {"_rels/.rels",
+           R"(<Relationships><Relationship Id="r" Target="/3D/part" Type="t"/></Relationships>)"},
+          {"3D/part", Model("", "")}}},
+        {"missing file", "", "failed", ""},
+    };
+    PackageScratch scratch;
+    for (Case const& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        std::wstring const file = scratch.File(std::string(c.name) + ".3mf");
+        if (!c.model.empty())
+        {
+            WriteModelPackage(file, c.model, c.entries);
+        }
+        else if (!c.entries.empty())
+        {
+            WriteArchive(file, c.entries);
+        }
+        format3mf::import::ImportSettings settings;
+        settings.asOnePart = c.asOnePart;
+        format3mf::import::ImportResult const result = format3mf::import::ImportFile(file, settings);
+        bool const ok = result.status == Importer::Success;
+        std::size_t coloured = 0;
+        for (auto const& mesh : result.meshes)
+        {
+            for (long long colour : ColoursOf(*mesh))
+            {
+                coloured += colour >= 0 ? 1 : 0;
+            }
+        }
+        // A failed read is ReadFailed, has no meshes and says why.
+        EXPECT_EQ(c.outcome,
+                  ok ? std::to_string(result.meshes.size()) + " meshes, " + std::to_string(coloured) +
+                           " coloured"
+                  : result.status == Importer::ReadFailed && result.meshes.empty() && !result.errors.empty()
+                      ? "failed"
+                      : "failed badly")
+            << Joined(result.errors);
+        std::string const messages = Joined(ok ? result.warnings : result.errors);
+        EXPECT_NE(std::string::npos, messages.find(c.message)) << messages;
+        EXPECT_TRUE(!ok || result.errors.empty()) << Joined(result.errors);
+        EXPECT_TRUE(!ok || !c.message.empty() || result.warnings.empty()) << Joined(result.warnings);
+    }
+}
+
+TEST(Importer, OnePartAppendsToTheLastPartAndTexturesCanBeLeftOut)
 {
     auto const logo = Samples("examples/material");
     auto const gears = Samples("examples/core");
@@ -89,15 +192,10 @@ TEST(Importer, SwitchesOnePartAppendAndTextures)
     {
         SKIP_OR_FAIL_MISSING("sample files beside the checkout (../shared/testdata)");
     }
-    std::wstring const cubeGears = StringConversion::ConvertMultiByteStringToOndString(
-        (gears[0].parent_path() / "cube_gears.3mf").string());
-    std::wstring const sphereLogo = StringConversion::ConvertMultiByteStringToOndString(
-        (logo[0].parent_path() / "sphere_logo.3mf").string());
-
     Parts many;
     Importer importer;
     importer.SetOutputParts(many);
-    importer.SetFileName(cubeGears);
+    importer.SetFileName((gears[0].parent_path() / "cube_gears.3mf").wstring());
     ASSERT_EQ(Importer::Success, importer.Operate(nullptr));
     ASSERT_GT(many.size(), 2u);
     std::size_t triangles = 0;
@@ -105,7 +203,6 @@ TEST(Importer, SwitchesOnePartAppendAndTextures)
     {
         triangles += part->GetNumberOfTriangles();
     }
-
     // Two parts already there: the whole file goes into the second.
     Parts two;
     two.push_back(std::make_unique<MStlBase>());
@@ -117,52 +214,21 @@ TEST(Importer, SwitchesOnePartAppendAndTextures)
     EXPECT_EQ(0u, two[0]->GetNumberOfTriangles());
     EXPECT_EQ(triangles, two[1]->GetNumberOfTriangles());
 
-    Parts textured;
-    importer.SetOutputParts(textured);
     importer.SetImportAsOnePart(false);
-    importer.SetFileName(sphereLogo);
-    ASSERT_EQ(Importer::Success, importer.Operate(nullptr));
-    ASSERT_EQ(1u, textured.size());
-    ASSERT_FALSE(textured[0]->GetTextures().empty());
-    EXPECT_NE(nullptr, textured[0]->GetTextures()[0]->GetSharedBitmap());
-    Parts plain;
-    importer.SetOutputParts(plain);
-    importer.SetImportTextures(false);
-    ASSERT_EQ(Importer::Success, importer.Operate(nullptr));
-    ASSERT_EQ(1u, plain.size());
-    EXPECT_TRUE(plain[0]->GetTextures().empty());
+    importer.SetFileName((logo[0].parent_path() / "sphere_logo.3mf").wstring());
+    for (bool const textures : {true, false})
+    {
+        Parts textured;
+        importer.SetOutputParts(textured);
+        importer.SetImportTextures(textures);
+        ASSERT_EQ(Importer::Success, importer.Operate(nullptr));
+        ASSERT_EQ(1u, textured.size());
+        ASSERT_EQ(textures, !textured[0]->GetTextures().empty());
+        EXPECT_TRUE(!textures || textured[0]->GetTextures()[0]->GetSharedBitmap() != nullptr);
+    }
 }
 
-// Merged as one part, a part that owed its colour to its material keeps it.
-TEST(Importer, MergingKeepsMaterialColours)
-{
-    Import run(
-        Model(R"(<m:colorgroup id="1"><m:color color="#FF0000"/><m:color color="#00FF00"/></m:colorgroup>
-        <object id="2" pid="1" pindex="0">)" +
-                  CubeMesh() + R"(</object>
-        <object id="3" pid="1" pindex="1">)" +
-                  CubeMesh() + R"(</object>)",
-              R"(<item objectid="2"/><item objectid="3"/>)"),
-        [](Importer& importer) { importer.SetImportAsOnePart(true); });
-    ASSERT_EQ(Importer::Success, run.result) << run.Error();
-    ASSERT_EQ(1u, run.parts.size());
-    EXPECT_EQ(24u, run.parts[0]->GetNumberOfTriangles());
-    EXPECT_EQ(12u, Coloured(*run.parts[0]));
-}
-
-// A file that is not there (a file that is no archive: ZipFormsImportTest).
-TEST(Importer, AMissingFileFailsWithoutParts)
-{
-    PackageScratch scratch;
-    Parts parts;
-    Importer importer;
-    importer.SetOutputParts(parts);
-    importer.SetFileName(scratch.File("missing.3mf"));
-    EXPECT_EQ(Importer::ReadFailed, importer.Operate(nullptr));
-    EXPECT_TRUE(parts.empty());
-}
-
-TEST(Importer, CancellingMidMeshReturnsPromptly)
+TEST(Importer, CancellingMidMeshLeavesNoParts)
 {
     struct Canceller : OndSDK::Common::IProgressDelegate
     {
@@ -179,35 +245,13 @@ TEST(Importer, CancellingMidMeshReturnsPromptly)
     {
         big += "<vertex x=\"" + std::to_string(i) + "\" y=\"0\" z=\"0\"/>";
     }
-    big += "</vertices></mesh>";
     PackageScratch scratch;
     std::wstring const file = scratch.File("big.3mf");
-    WriteModelPackage(file, Model(R"(<object id="1">)" + big + "</object>", R"(<item objectid="1"/>)"));
+    WriteModelPackage(file, Model(Object(1, "", big + "</vertices></mesh>")));
     Parts parts;
     Importer importer;
     importer.SetOutputParts(parts);
     importer.SetFileName(file);
-    auto delegate = std::make_shared<Canceller>();
-    EXPECT_EQ(Importer::Canceled, importer.Operate(delegate));
+    EXPECT_EQ(Importer::Canceled, importer.Operate(std::make_shared<Canceller>()));
     EXPECT_TRUE(parts.empty());
-}
-
-// A read that fails reaches the importer's caller with the reader's message
-// and no parts (the messages themselves are tested where they are made); a
-// group defined after the object is no group yet, so the triangles just
-// have no colour.
-TEST(Importer, ReadFailuresReachTheCallerAndLateGroupsColourNothing)
-{
-    Import failed(Model(R"(<object id="1"><mesh><vertices><vertex x="0" y="0" z="0"/></vertices>
-            <triangles><triangle v1="0" v2="1" v3="7"/></triangles></mesh></object>)",
-                        R"(<item objectid="1"/>)"));
-    EXPECT_EQ(Importer::ReadFailed, failed.result);
-    EXPECT_EQ("A triangle refers to vertex 1 of 1 vertices.", failed.Error());
-    EXPECT_TRUE(failed.parts.empty());
-
-    Import later(Model(R"(<object id="2">)" + CubeMesh(R"(pid="1" p1="0")") +
-                           R"(</object><m:colorgroup id="1"><m:color color="#FF0000"/></m:colorgroup>)",
-                       R"(<item objectid="2"/>)"));
-    ASSERT_EQ(Importer::Success, later.result) << later.Error();
-    EXPECT_EQ(0u, Coloured(*later.parts[0]));
 }
