@@ -1,5 +1,6 @@
 // Tests of reading property groups and textures from "resources", malformed
-// elements included.
+// elements and the old forms of the core of 2013 included: one table of
+// elements, the answer to each and the groups they make.
 #include "materials/MaterialsRead.h"
 
 #include "format3mf/Exception.h"
@@ -14,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -42,11 +44,28 @@ private:
     std::string& m_log;
 };
 
-// A model with no namespaces yet, its package, and the materials to fill.
-class MaterialsFixture : public ::testing::Test
+std::string Narrow(std::wstring const& text)
 {
-protected:
-    MaterialsFixture() { context.m_package = &package; }
+    return std::string(text.begin(), text.end());
+}
+
+// A model with the namespaces given, its package, and the materials to fill.
+struct ResourcesRead
+{
+    TestModelFile model;
+    Package package{&model};
+    PackageReadContext context;
+    Materials materials{&model};
+    std::string log;
+
+    explicit ResourcesRead(std::vector<std::pair<std::wstring, std::wstring>> const& namespaces)
+    {
+        context.m_package = &package;
+        for (auto const& [uri, prefix] : namespaces)
+        {
+            model.AddNamespace(uri, prefix);
+        }
+    }
 
     // Reads the elements inside a "resources" element; the log gets the
     // answer to each element, "+" taken and "-" refused.
@@ -58,282 +77,224 @@ protected:
         ASSERT_TRUE(OndAM::SaxUtilities::ReadStream(stream, root));
     }
 
-    std::vector<Image2D*> Images() const
+    // Each group of a kind with its id, "?" after it unless the model has it
+    // under that id, and what `print` makes of it.
+    template <class Group, class Print>
+    void Groups(std::ostream& out, char const* kind, std::vector<std::unique_ptr<Group>> const& groups,
+                Print print) const
     {
-        std::vector<Image2D*> images;
+        for (auto const& group : groups)
+        {
+            int const id = group->m_id;
+            out << kind << " " << id << (model.GetReference(id) == group.get() ? ":" : "?:");
+            print(*group);
+            out << "; ";
+        }
+    }
+
+    // Every group and texture read, in the order of each kind, with its values;
+    // the images of the package at the end.
+    std::string Dump() const
+    {
+        std::ostringstream out;
+        Groups(out, "base", materials.m_baseMaterialGroups,
+               [&](BaseMaterialGroup const& group)
+               {
+                   for (BaseMaterial const& value : group.m_values)
+                   {
+                       out << " " << Narrow(value.m_name) << "=" << std::hex << value.m_color << std::dec;
+                   }
+               });
+        Groups(out, "colors", materials.m_colorGroups,
+               [&](ColorGroup const& group)
+               {
+                   for (Color const& value : group.m_values)
+                   {
+                       out << " " << std::hex << value.m_color << std::dec;
+                   }
+               });
+        Groups(out, "coords", materials.m_texture2DGroups,
+               [&](Texture2DGroup const& group)
+               {
+                   out << " on " << group.m_texid;
+                   for (Texture2DCoord const& value : group.m_values)
+                   {
+                       out << " " << value.m_u << "," << value.m_v;
+                   }
+               });
+        Groups(out, "multi", materials.m_multiPropertyGroups,
+               [&](MultiPropertyGroup const& group)
+               {
+                   for (tReferenceID pid : group.m_pids)
+                   {
+                       out << " " << pid;
+                   }
+                   for (MultiProperty const& value : group.m_values)
+                   {
+                       out << " [";
+                       for (int index : value.m_pindices)
+                       {
+                           out << " " << index;
+                       }
+                       out << " ]";
+                   }
+               });
+        std::vector<IPackageFile*> images;
         for (IPackageFile* file : package.GetPackageFiles())
         {
-            if (auto* image = dynamic_cast<Image2D*>(file))
+            if (dynamic_cast<Image2D*>(file) != nullptr)
             {
-                images.push_back(image);
+                images.push_back(file);
             }
         }
-        return images;
+        Groups(out, "texture", materials.m_textures,
+               [&](Texture2D const& texture)
+               {
+                   out << " " << Narrow(texture.m_path) << " " << Narrow(texture.m_contentType) << " image "
+                       << std::find(images.begin(), images.end(), texture.m_image) - images.begin();
+               });
+        out << "images:";
+        for (IPackageFile const* image : images)
+        {
+            out << " " << Narrow(image->GetFileNameInPackage());
+        }
+        return out.str();
     }
+};
 
-    TestModelFile model;
-    Package package{&model};
-    PackageReadContext context;
-    Materials materials{&model};
+std::vector<std::pair<std::wstring, std::wstring>> const kToday = {{NamespaceCore2015, L""},
+                                                                   {NamespaceMaterial, L"m"}};
+
+struct Case
+{
+    char const* name;
+    std::vector<std::pair<std::wstring, std::wstring>> namespaces;
+    std::string elements;
     std::string log;
+    std::string dump; // "throws" where the read throws
+    bool skipTextures = false;
 };
 
-// A model of today: core namespace of 2015 by default, materials as "m".
-class MaterialsReadTest : public MaterialsFixture
-{
-protected:
-    MaterialsReadTest()
-    {
-        model.AddNamespace(NamespaceCore2015, L"");
-        model.AddNamespace(NamespaceMaterial, L"m");
-    }
-};
-
-// Each test declares the namespaces of its file, the core of 2013 among them.
-using MaterialsRead2013Test = MaterialsFixture;
-
-std::vector<std::uint32_t> Colors(ColorGroup const& group)
-{
-    std::vector<std::uint32_t> colors;
-    for (Color const& color : group.m_values)
-    {
-        colors.push_back(color.m_color);
-    }
-    return colors;
-}
-} // namespace
-
-TEST_F(MaterialsReadTest, GroupsKeepTheValuesOfTheFileInOrderAndAreRegistered)
-{
-    Read(R"(<basematerials id="3">
-              <base name="Red" displaycolor="#ff0000"/>
-              <base displaycolor="#00ff00"/>
-              <base name="Blue" displaycolor="#0000ff80"/>
-              <base name="Red" displaycolor="#ff0000"/>
-            </basematerials>
-            <m:colorgroup id="5">
-              <m:color color="#112233"/>
-              <m:color color="#112233"/>
-              <m:color m:color="#445566"/>
-              <m:color/>
-            </m:colorgroup>
-            <m:texture2dgroup m:id="7" texid="9">
-              <m:tex2coord u="0.25" m:v="0.75"/>
-              <m:tex2coord/>
-            </m:texture2dgroup>
-            <m:texture2dgroup id="8"/>
-            <m:multiproperties id="11" pids="3 5">
-              <m:multi pindices="0 1"/>
-              <m:multi m:pindices="2"/>
-              <m:multi/>
-            </m:multiproperties>)");
-
-    ASSERT_EQ(1u, materials.m_baseMaterialGroups.size());
-    BaseMaterialGroup const& bases = *materials.m_baseMaterialGroups[0];
-    // The "base" without a name adds nothing, so later indices are one lower
-    // than the count of elements; equal materials stay two values.
-    ASSERT_EQ(3u, bases.m_values.size());
-    EXPECT_EQ(L"Red", bases.m_values[0].m_name);
-    EXPECT_EQ(0x0000FFu, bases.m_values[0].m_color);
-    EXPECT_EQ(L"Blue", bases.m_values[1].m_name);
-    EXPECT_EQ(0xFF0000u, bases.m_values[1].m_color);
-    EXPECT_EQ(L"Red", bases.m_values[2].m_name);
-    EXPECT_TRUE(bases.m_index.empty());
-
-    ASSERT_EQ(1u, materials.m_colorGroups.size());
-    EXPECT_EQ((std::vector<std::uint32_t>{0x332211, 0x332211, 0x665544}),
-              Colors(*materials.m_colorGroups[0]));
-    EXPECT_TRUE(materials.m_colorGroups[0]->m_index.empty());
-
-    ASSERT_EQ(2u, materials.m_texture2DGroups.size());
-    Texture2DGroup const& coordinates = *materials.m_texture2DGroups[0];
-    EXPECT_EQ(9, coordinates.m_texid);
-    ASSERT_EQ(2u, coordinates.m_values.size());
-    EXPECT_FLOAT_EQ(0.25f, coordinates.m_values[0].m_u);
-    EXPECT_FLOAT_EQ(0.75f, coordinates.m_values[0].m_v);
-    EXPECT_EQ(0.0f, coordinates.m_values[1].m_u);
-    EXPECT_EQ(0.0f, coordinates.m_values[1].m_v);
-    EXPECT_EQ(-1, materials.m_texture2DGroups[1]->m_texid);
-
-    ASSERT_EQ(1u, materials.m_multiPropertyGroups.size());
-    MultiPropertyGroup const& multi = *materials.m_multiPropertyGroups[0];
-    EXPECT_EQ((std::vector<tReferenceID>{3, 5}), multi.m_pids);
-    ASSERT_EQ(2u, multi.m_values.size());
-    EXPECT_EQ((std::vector<int>{0, 1}), multi.m_values[0].m_pindices);
-    EXPECT_EQ((std::vector<int>{2}), multi.m_values[1].m_pindices);
-
-    EXPECT_EQ(materials.m_baseMaterialGroups[0].get(), model.GetReference(3));
-    EXPECT_EQ(materials.m_colorGroups[0].get(), model.GetReference(5));
-    EXPECT_EQ(materials.m_texture2DGroups[0].get(), model.GetReference(7));
-    EXPECT_EQ(materials.m_texture2DGroups[1].get(), model.GetReference(8));
-    EXPECT_EQ(&multi, model.GetReference(11));
-}
-
-TEST_F(MaterialsReadTest, GroupElementsWithoutIdAreRefusedAndValuesGoToTheGroupOpenedLast)
-{
+// Colours are stored with red in the low byte.
+std::vector<Case> const kCases = {
+    // A "base" without a name adds nothing, so later indices are one lower
+    // than the count of elements; equal values stay two values.
+    {"groups keep the values of the file in order", kToday,
+     R"(<basematerials id="3"><base name="Red" displaycolor="#ff0000"/><base displaycolor="#00ff00"/>
+        <base name="Blue" displaycolor="#0000ff80"/><base name="Red" displaycolor="#ff0000"/></basematerials>
+        <m:colorgroup id="5"><m:color color="#112233"/><m:color color="#112233"/><m:color m:color="#445566"/>
+        <m:color/></m:colorgroup>
+        <m:texture2dgroup m:id="7" texid="9"><m:tex2coord u="0.25" m:v="0.75"/><m:tex2coord/></m:texture2dgroup>
+        <m:texture2dgroup id="8"/>
+        <m:multiproperties id="11" pids="3 5"><m:multi pindices="0 1"/><m:multi m:pindices="2"/><m:multi/>
+        </m:multiproperties>)",
+     "resources- basematerials+ base+ base+ base+ base+ m:colorgroup+ m:color+ m:color+ m:color+ m:color+ "
+     "m:texture2dgroup+ m:tex2coord+ m:tex2coord+ m:texture2dgroup+ m:multiproperties+ m:multi+ m:multi+ "
+     "m:multi+ ",
+     "base 3: Red=ff Blue=ff0000 Red=ff; colors 5: 332211 332211 665544; coords 7: on 9 0.25,0.75 0,0; "
+     "coords 8: on -1; multi 11: 3 5 [ 0 1 ] [ 2 ]; images:"},
     // "basematerials" is a core element: its id is read without the prefix
     // only. The extension groups accept both forms.
-    Read(R"(<basematerials id="1"/>
-            <m:colorgroup m:id="2"/>
-            <basematerials m:id="3"><base name="A" displaycolor="#010203"/></basematerials>
-            <m:colorgroup/>
-            <m:texture2dgroup texid="4"/>
-            <m:multiproperties pids="1"/>
-            <m:color color="#0a0b0c"/>
-            <other/>
-            <base name="B" displaycolor="#000000"/>)");
+    {"groups without an id are refused and values go to the group opened last", kToday,
+     R"(<basematerials id="1"/><m:colorgroup m:id="2"/>
+        <basematerials m:id="3"><base name="A" displaycolor="#010203"/></basematerials><m:colorgroup/>
+        <m:texture2dgroup texid="4"/><m:multiproperties pids="1"/><m:color color="#0a0b0c"/><other/>
+        <base name="B" displaycolor="#000000"/>)",
+     "resources- basematerials+ m:colorgroup+ basematerials- base+ m:colorgroup- m:texture2dgroup- "
+     "m:multiproperties- m:color+ other- base+ ",
+     "base 1: A=30201 B=0; colors 2: c0b0a; images:"},
+    {"values before any group are taken and ignored", kToday,
+     R"(<base name="A" displaycolor="#010203"/><m:color color="#010203"/><m:tex2coord u="1" v="1"/>
+        <m:multi pindices="0"/>)",
+     "resources- base+ m:color+ m:tex2coord+ m:multi+ ", "images:"},
+    // Blanks behind the last index give one undefined entry more; text that
+    // is no number ends the list with a 0 and is not refused.
+    {"pindices with trailing blanks and with text", kToday,
+     R"(<m:multiproperties id="1" pids="2 3 4"><m:multi pindices=" 4  5 "/><m:multi pindices="6 x 7"/>
+        <m:multi pindices=""/></m:multiproperties>)",
+     "resources- m:multiproperties+ m:multi+ m:multi+ m:multi+ ",
+     "multi 1: 2 3 4 [ 4 5 -1 ] [ 6 0 ] [ ]; images:"},
+    {"textures naming one part share its image", kToday,
+     R"(<m:texture2d id="1" path="/3D/Textures/a.png" contenttype="image/png"/>
+        <m:texture2d id="2" m:path="/3D/Textures/a.png"/>
+        <m:texture2d id="3" path="/3D/Textures/b.jpg" m:contenttype="image/jpeg"/>
+        <m:texture2d path="/3D/Textures/c.png"/>)",
+     "resources- m:texture2d+ m:texture2d+ m:texture2d+ m:texture2d- ",
+     "texture 1: /3D/Textures/a.png image/png image 0; texture 2: /3D/Textures/a.png  image 0; "
+     "texture 3: /3D/Textures/b.jpg image/jpeg image 1; images: /3D/Textures/a.png /3D/Textures/b.jpg"},
+    {"skipping textures refuses the texture elements and loads no image", kToday,
+     R"(<m:texture2d id="1" path="/3D/Textures/a.png"/>
+        <m:texture2dgroup id="2" texid="1"><m:tex2coord u="1" v="1"/></m:texture2dgroup>
+        <m:colorgroup id="3"><m:color color="#ffffff"/></m:colorgroup>)",
+     "resources- m:texture2d- m:texture2dgroup- m:tex2coord- m:colorgroup+ m:color+ ",
+     "colors 3: ffffff; images:", true},
+    // In the namespace of the materials extension "color" is a value and
+    // "material" is nothing known; their old attributes are not looked at.
+    {"old forms need the core namespace of 2013", kToday,
+     R"(<m:colorgroup id="1"/><color id="2" value="#102030"/>
+        <material id="3" name="Steel" colorid="1" type="metal"/>)",
+     "resources- m:colorgroup+ color+ material- ", "colors 1:; images:"},
+    // Old colours and materials become groups of one; a material takes the
+    // first colour of an old colour.
+    {"old colours and materials",
+     {{NamespaceCore2013, L""}, {NamespaceCore2013, L"c"}, {NamespaceMaterial, L"m"}},
+     R"(<color id="2" value="#102030"/><color id="4" m:value="#405060ff"/><color id="5"/>
+        <material id="6" name="Steel" colorid="4" type="metal"/><material id="7" name="Wood" colorid="2"/>
+        <material id="8" name="Gold" colorid="6" type="metal"/>
+        <material id="9" name="Iron" colorid="99" type="metal"/>)",
+     "resources- color+ color+ color- material+ material- material- material- ",
+     "base 6: Steel=605040; colors 2: 302010; colors 4: 605040; images:"},
+    {"prefixed old forms",
+     {{NamespaceCore2015, L""}, {NamespaceCore2013, L"old"}},
+     R"(<old:color id="2" value="#0000ff"/><colorgroup id="3"/>)",
+     "resources- old:color+ colorgroup+ ",
+     "colors 2: ff0000; colors 3:; images:"},
+    // An empty colour group has no first colour to give.
+    {"an old material of an empty colour group",
+     {{NamespaceCore2015, L""}, {NamespaceCore2013, L"old"}},
+     R"(<colorgroup id="3"/><old:material id="4" name="A" colorid="3" type="t"/>)",
+     "",
+     "throws"},
+};
+} // namespace
 
-    EXPECT_EQ("resources- basematerials+ m:colorgroup+ basematerials- base+ m:colorgroup- m:texture2dgroup- "
-              "m:multiproperties- m:color+ other- base+ ",
-              log);
-    ASSERT_EQ(1u, materials.m_baseMaterialGroups.size());
-    ASSERT_EQ(2u, materials.m_baseMaterialGroups[0]->m_values.size());
-    EXPECT_EQ(L"A", materials.m_baseMaterialGroups[0]->m_values[0].m_name);
-    EXPECT_EQ(L"B", materials.m_baseMaterialGroups[0]->m_values[1].m_name);
-    ASSERT_EQ(1u, materials.m_colorGroups.size());
-    EXPECT_EQ(2, materials.m_colorGroups[0]->m_id);
-    EXPECT_EQ((std::vector<std::uint32_t>{0x0C0B0A}), Colors(*materials.m_colorGroups[0]));
-    EXPECT_TRUE(materials.m_texture2DGroups.empty());
-    EXPECT_TRUE(materials.m_multiPropertyGroups.empty());
+TEST(MaterialsRead, ElementsAnswersAndGroups)
+{
+    for (Case const& c : kCases)
+    {
+        SCOPED_TRACE(c.name);
+        ResourcesRead resources(c.namespaces);
+        resources.context.IsSkipTextures = c.skipTextures;
+        try
+        {
+            resources.Read(c.elements);
+        }
+        catch (Exception const&)
+        {
+            EXPECT_EQ("throws", c.dump);
+            continue;
+        }
+        EXPECT_EQ(c.log, resources.log);
+        EXPECT_EQ(c.dump, resources.Dump());
+    }
 }
 
-TEST_F(MaterialsReadTest, ValueElementsBeforeAnyGroupAreTakenAndIgnored)
+TEST(MaterialsRead, CancellationStopsReadingWithStatusThreeAndProgressFollowsThePosition)
 {
-    Read(R"(<base name="A" displaycolor="#010203"/>
-            <m:color color="#010203"/>
-            <m:tex2coord u="1" v="1"/>
-            <m:multi pindices="0"/>)");
-
-    EXPECT_EQ("resources- base+ m:color+ m:tex2coord+ m:multi+ ", log);
-    EXPECT_TRUE(materials.m_baseMaterialGroups.empty());
-    EXPECT_TRUE(materials.m_colorGroups.empty());
-    EXPECT_TRUE(materials.m_texture2DGroups.empty());
-    EXPECT_TRUE(materials.m_multiPropertyGroups.empty());
-}
-
-TEST_F(MaterialsReadTest, PindicesWithTrailingBlanksGetOneUndefinedEntryMore)
-{
-    Read(R"(<m:multiproperties id="1" pids="2 3 4">
-              <m:multi pindices=" 4  5 "/>
-              <m:multi pindices="6 x 7"/>
-              <m:multi pindices=""/>
-            </m:multiproperties>)");
-
-    MultiPropertyGroup const& multi = *materials.m_multiPropertyGroups.at(0);
-    ASSERT_EQ(3u, multi.m_values.size());
-    EXPECT_EQ((std::vector<int>{4, 5, -1}), multi.m_values[0].m_pindices);
-    // Text that is no number ends the list with a 0 and is not refused.
-    EXPECT_EQ((std::vector<int>{6, 0}), multi.m_values[1].m_pindices);
-    EXPECT_TRUE(multi.m_values[2].m_pindices.empty());
-}
-
-TEST_F(MaterialsReadTest, TexturesNamingOnePartShareItsImage)
-{
-    Read(R"(<m:texture2d id="1" path="/3D/Textures/a.png" contenttype="image/png"/>
-            <m:texture2d id="2" m:path="/3D/Textures/a.png"/>
-            <m:texture2d id="3" path="/3D/Textures/b.jpg" m:contenttype="image/jpeg"/>
-            <m:texture2d path="/3D/Textures/c.png"/>)");
-
-    EXPECT_EQ("resources- m:texture2d+ m:texture2d+ m:texture2d+ m:texture2d- ", log);
-    ASSERT_EQ(3u, materials.m_textures.size());
-    Texture2D const& first = *materials.m_textures[0];
-    EXPECT_EQ(L"/3D/Textures/a.png", first.m_path);
-    EXPECT_EQ(L"image/png", first.m_contentType);
-    EXPECT_EQ(L"", materials.m_textures[1]->m_contentType);
-    EXPECT_EQ(L"image/jpeg", materials.m_textures[2]->m_contentType);
-    EXPECT_EQ(&first, model.GetReference(1));
-
-    ASSERT_NE(nullptr, first.m_image);
-    EXPECT_EQ(first.m_image, materials.m_textures[1]->m_image);
-    EXPECT_EQ(L"/3D/Textures/b.jpg", materials.m_textures[2]->m_image->GetFileNameInPackage());
-    std::vector<Image2D*> const images = Images();
-    ASSERT_EQ(2u, images.size());
-    EXPECT_EQ(first.m_image, images[0]);
-    EXPECT_EQ(materials.m_textures[2]->m_image, images[1]);
-}
-
-TEST_F(MaterialsReadTest, SkippingTexturesRefusesTheTextureElementsAndLoadsNoImage)
-{
-    context.IsSkipTextures = true;
-    Read(R"(<m:texture2d id="1" path="/3D/Textures/a.png"/>
-            <m:texture2dgroup id="2" texid="1"><m:tex2coord u="1" v="1"/></m:texture2dgroup>
-            <m:colorgroup id="3"><m:color color="#ffffff"/></m:colorgroup>)");
-
-    EXPECT_EQ("resources- m:texture2d- m:texture2dgroup- m:tex2coord- m:colorgroup+ m:color+ ", log);
-    EXPECT_TRUE(materials.m_textures.empty());
-    EXPECT_TRUE(materials.m_texture2DGroups.empty());
-    EXPECT_TRUE(Images().empty());
-    EXPECT_EQ(1u, materials.m_colorGroups.at(0)->m_values.size());
-}
-
-TEST_F(MaterialsReadTest, CancellationStopsReadingWithStatusThreeAndProgressFollowsThePosition)
-{
+    ResourcesRead resources(kToday);
     auto delegate = std::make_shared<OndSDK::Common::IProgressDelegate>();
     std::string const elements = R"(<m:colorgroup id="1"><m:color color="#ffffff"/></m:colorgroup>)";
     {
         OndSDK::Common::IncrementalProgressReporter progress(delegate, "read", 2 * elements.size(), false);
-        context.m_progress = &progress;
-        Read(elements);
+        resources.context.m_progress = &progress;
+        resources.Read(elements);
         EXPECT_GT(delegate->GetProgress(), 0.0);
-        EXPECT_EQ(0, context.m_status);
+        EXPECT_EQ(0, resources.context.m_status);
 
         delegate->Cancel();
-        EXPECT_THROW(Read(elements), Canceled);
-        context.m_progress = nullptr;
+        EXPECT_THROW(resources.Read(elements), Canceled);
+        resources.context.m_progress = nullptr;
     }
-    EXPECT_EQ(3, context.m_status);
-    EXPECT_EQ(1u, materials.m_colorGroups.size());
-}
-
-TEST_F(MaterialsReadTest, OldFormsNeedTheCoreNamespaceOf2013)
-{
-    // In the namespace of the materials extension "color" is a value and
-    // "material" is nothing known; their old attributes are not looked at.
-    Read(R"(<m:colorgroup id="1"/>
-            <color id="2" value="#102030"/>
-            <material id="3" name="Steel" colorid="1" type="metal"/>)");
-
-    EXPECT_EQ("resources- m:colorgroup+ color+ material- ", log);
-    EXPECT_EQ(1u, materials.m_colorGroups.size());
-    EXPECT_TRUE(materials.m_colorGroups[0]->m_values.empty());
-    EXPECT_TRUE(materials.m_baseMaterialGroups.empty());
-    EXPECT_EQ(nullptr, model.GetReference(2));
-}
-
-TEST_F(MaterialsRead2013Test, OldColoursAndMaterialsBecomeGroupsOfOne)
-{
-    model.AddNamespace(NamespaceCore2013, L"");
-    model.AddNamespace(NamespaceCore2013, L"c"); // a second prefix is not kept
-    model.AddNamespace(NamespaceMaterial, L"m");
-    Read(R"(<color id="2" value="#102030"/>
-            <color id="4" m:value="#405060ff"/>
-            <color id="5"/>
-            <material id="6" name="Steel" colorid="4" type="metal"/>
-            <material id="7" name="Wood" colorid="2"/>
-            <material id="8" name="Gold" colorid="6" type="metal"/>
-            <material id="9" name="Iron" colorid="99" type="metal"/>)");
-
-    EXPECT_EQ("resources- color+ color+ color- material+ material- material- material- ", log);
-    ASSERT_EQ(2u, materials.m_colorGroups.size());
-    EXPECT_EQ((std::vector<std::uint32_t>{0x302010}), Colors(*materials.m_colorGroups[0]));
-    EXPECT_EQ((std::vector<std::uint32_t>{0x605040}), Colors(*materials.m_colorGroups[1]));
-    EXPECT_EQ(materials.m_colorGroups[1].get(), model.GetReference(4));
-
-    ASSERT_EQ(1u, materials.m_baseMaterialGroups.size());
-    BaseMaterialGroup const& steel = *materials.m_baseMaterialGroups[0];
-    EXPECT_EQ(&steel, model.GetReference(6));
-    ASSERT_EQ(1u, steel.m_values.size());
-    EXPECT_EQ(L"Steel", steel.m_values[0].m_name);
-    EXPECT_EQ(0x605040u, steel.m_values[0].m_color);
-}
-
-TEST_F(MaterialsRead2013Test, PrefixedOldFormsAndAMaterialOfAnEmptyColourGroup)
-{
-    model.AddNamespace(NamespaceCore2015, L"");
-    model.AddNamespace(NamespaceCore2013, L"old");
-    Read(R"(<old:color id="2" value="#0000ff"/><colorgroup id="3"/>)");
-    EXPECT_EQ((std::vector<std::uint32_t>{0xFF0000}), Colors(*materials.m_colorGroups.at(0)));
-
-    // An empty colour group has no first colour to give.
-    EXPECT_THROW(Read(R"(<old:material id="4" name="A" colorid="3" type="t"/>)"), Exception);
+    EXPECT_EQ(3, resources.context.m_status);
+    EXPECT_EQ(1u, resources.materials.m_colorGroups.size());
 }

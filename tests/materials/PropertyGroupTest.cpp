@@ -10,29 +10,21 @@
 
 using namespace Format_3MF;
 
-TEST(PropertyGroup, CheckedAddsMergeEqualValues)
-{
-    ColorGroup group;
-    EXPECT_EQ(-1, int(group.m_id));
-    EXPECT_EQ(0, group.AddValue(Color(0x112233), true));
-    EXPECT_EQ(1, group.AddValue(Color(0x445566), true));
-    EXPECT_EQ(0, group.AddValue(Color(0x112233), true));
-    EXPECT_EQ(2u, group.m_values.size());
-    EXPECT_EQ(1, group.GetIndex(Color(0x445566)));
-    EXPECT_EQ(-1, group.GetIndex(Color(0x778899)));
-}
-
-TEST(PropertyGroup, UncheckedAddsKeepEveryValueAndStayInvisibleToChecks)
+// Checked adds merge equal values; unchecked adds keep every value and stay
+// invisible to later checks.
+TEST(PropertyGroup, CheckedAddsMergeEqualValuesUncheckedAddsKeepEvery)
 {
     ColorGroup group;
     EXPECT_EQ(0, group.AddValue(Color(7), false));
     EXPECT_EQ(1, group.AddValue(Color(7), false));
     EXPECT_EQ(-1, group.GetIndex(Color(7)));
-    EXPECT_TRUE(group.m_index.empty());
-    // A checked add does not see the unchecked ones: a third copy appears.
-    EXPECT_EQ(2, group.AddValue(Color(7), true));
-    EXPECT_EQ(2, group.AddValue(Color(7), true));
-    EXPECT_EQ(3u, group.m_values.size());
+    EXPECT_EQ(2, group.AddValue(Color(0x112233), true));
+    EXPECT_EQ(3, group.AddValue(Color(7), true));
+    EXPECT_EQ(2, group.AddValue(Color(0x112233), true));
+    EXPECT_EQ(3, group.AddValue(Color(7), true));
+    EXPECT_EQ(4u, group.m_values.size());
+    EXPECT_EQ(3, group.GetIndex(Color(7)));
+    EXPECT_EQ(-1, group.GetIndex(Color(0x778899)));
 }
 
 TEST(PropertyGroup, GetValueOutOfRangeNamesIndexAndGroup)
@@ -81,17 +73,14 @@ TEST(PropertyValues, CheckedAddsMergeOnlyEqualValues)
     EXPECT_EQ(0, multi.AddValue(MultiProperty({1, 2}), true));
 }
 
-TEST(ColorText, EncodeWritesLowBytesLowestFirstInLowerCase)
+// Encoding writes the low bytes lowest first in lower case. Decoding takes
+// both lengths and cases; the alpha pair is not looked at; text without a
+// leading "#" gives zero whatever its length; bad pairs read leniently.
+TEST(ColorText, EncodeAndDecode)
 {
     EXPECT_EQ(L"#112233", EncodeColor(0x00332211));
     EXPECT_EQ(L"#000000", EncodeColor(0xFF000000));
     EXPECT_EQ(L"#0a0bff", EncodeColor(0x00FF0B0A));
-}
-
-// Both lengths and cases; the alpha pair is not looked at; text without a
-// leading "#" gives zero whatever its length; bad pairs read leniently.
-TEST(ColorText, Decode)
-{
     struct Row
     {
         wchar_t const* text;
