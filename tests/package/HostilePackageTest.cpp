@@ -1,11 +1,10 @@
-// Tests that hostile packages (repeated relationships, strange names, truncation)
-// fail cleanly and write nothing outside the temporary folder.
-#include "support/PackageTestSupport.h"
-#include "support/TestModelFile.h"
+// Packages that are broken, cut short or hostile (repeated relationships,
+// names that climb out, cycles, no root model): each read fails with its
+// status and message or carries its parts, and nothing lands outside the
+// temporary folder or outlives the package.
+#include "support/PackageReadBack.h"
 
-#include "format3mf/Package.h"
-#include "format3mf/PackageRead.h"
-#include "format3mf/PackageWrite.h"
+#include "common/IProgressDelegate.h"
 
 #include <gtest/gtest.h>
 
@@ -18,16 +17,8 @@ namespace
 std::string const kTypes =
     R"(<Types><Default Extension="rels" ContentType="r"/>)"
     R"(<Default Extension="model" ContentType="application/vnd.ms-package.3dmanufacturing-3dmodel+xml"/>)"
-    R"(<Default Extension="bin" ContentType="b"/></Types>)";
+    R"(<Default Extension="bin" ContentType="b"/><Default Extension="txt" ContentType="t"/></Types>)";
 std::string const kModel = R"(<model xmlns="http://schemas.microsoft.com/3dmanufacturing/core/2015/02"/>)";
-
-std::wstring Archive(PackageScratch const& scratch,
-                     std::vector<std::pair<std::string, std::string>> const& entries)
-{
-    std::wstring const path = scratch.File("hostile.3mf");
-    WriteArchive(path, entries);
-    return path;
-}
 
 std::string Relationships(std::vector<std::string> const& targets)
 {
@@ -39,26 +30,150 @@ std::string Relationships(std::vector<std::string> const& targets)
     }
     return xml + "</Relationships>";
 }
+
+std::string Bytes(std::wstring const& file)
+{
+    std::ifstream in(StringConversion::ConvertNativeToUTF8(file), std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
 } // namespace
 
-TEST(HostilePackage, ManyRelationshipsToOnePartTakeItOnce)
+TEST(HostilePackage, FailuresGiveTheirStatusAndMessage)
+{
+    PackageScratch scratch;
+    std::wstring const whole = scratch.File("whole.3mf");
+    {
+        TestModelFile model;
+        model.GetMetaData()[L"Padding"] = MetaDataItem(std::wstring(20000, L'p'));
+        Package package(&model);
+        ASSERT_TRUE(WritePackage(package, whole));
+    }
+    std::string const bytes = Bytes(whole);
+    struct Case
+    {
+        std::string what;
+        std::vector<std::pair<std::string, std::string>> entries; // as an archive; else `raw` as the file
+        std::string raw;
+        bool model;        // read into a model, or without one
+        int status;        // 3: cancelled before the read starts; -1: any
+        std::string error; // how the only message starts; empty for none, "*" for any
+    };
+    std::vector<Case> cases = {
+        {"no zip archive",
+         {},
+         "this is no zip archive",
+         true,
+         0,
+         "Could not open 3mf archive: Not a zip archive"},
+        {"no relationships", {{"[Content_Types].xml", "<Types/>"}}, "", true, 1, "Root model not found"},
+        {"malformed model",
+         {{"_rels/.rels", R"(<Relationships><Relationship Id="r" Target="/3D/m.model"/></Relationships>)"},
+          {"3D/m.model", "<model"}},
+         "",
+         true,
+         0,
+         "The XML of /3D/m.model is malformed: "},
+        {"cancelled", {}, bytes, true, 3, ""},
+        // Without a model, a related part with no content type, or no entry, fails the read.
+        {"no content type",
+         {{"[Content_Types].xml", "<Types/>"}, {"_rels/.rels", Relationships({"/x.bin"})}},
+         "",
+         false,
+         -1,
+         "*"},
+        {"no entry",
+         {{"[Content_Types].xml", kTypes}, {"_rels/.rels", Relationships({"/x.bin"})}},
+         "",
+         false,
+         -1,
+         "*"},
+    };
+    for (std::size_t length :
+         {std::size_t(0), std::size_t(22), bytes.size() / 3, bytes.size() / 2, bytes.size() - 10})
+    {
+        cases.push_back({"cut to " + std::to_string(length), {}, bytes.substr(0, length), true, -1, "*"});
+    }
+    auto const cancelled = std::make_shared<OndSDK::Common::IProgressDelegate>();
+    cancelled->Cancel();
+    for (Case const& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        std::wstring const file = scratch.File("hostile.3mf");
+        if (c.entries.empty())
+        {
+            std::ofstream(StringConversion::ConvertNativeToUTF8(file), std::ios::binary) << c.raw;
+        }
+        else
+        {
+            WriteArchive(file, c.entries);
+        }
+        TestModelFile model;
+        Package package(c.model ? &model : nullptr);
+        PackageRead reader(&package, PackageReadOptions());
+        EXPECT_FALSE(reader.Read(file, c.status == 3 ? cancelled : nullptr));
+        EXPECT_TRUE(c.status == -1 || c.status == reader.GetContext().m_status)
+            << reader.GetContext().m_status;
+        std::vector<std::wstring> const& errors = reader.GetContext().m_errors;
+        if (c.error != "*")
+        {
+            ASSERT_EQ(c.error.empty() ? 0u : 1u, errors.size());
+            // The message may go on with the cause.
+            EXPECT_TRUE(c.error.empty() ||
+                        StringConversion::ConvertNativeToUTF8(errors[0]).rfind(c.error, 0) == 0)
+                << StringConversion::ConvertNativeToUTF8(errors[0]);
+        }
+    }
+    TestModelFile model;
+    Package package(&model);
+    PackageRead reader(&package, PackageReadOptions());
+    EXPECT_FALSE(reader.Read(scratch.File("missing.3mf"), nullptr));
+    EXPECT_EQ(0, reader.GetContext().m_status);
+    EXPECT_TRUE(reader.GetContext().m_errors.empty());
+}
+
+// A part named by 5000 relationships is taken once; parts that relate to
+// each other in a cycle are each carried once, without a model too; and
+// their copies go with the package.
+TEST(HostilePackage, RepeatedAndCyclicRelationshipsTakeEachPartOnce)
 {
     PackageScratch scratch;
     std::vector<std::string> targets{"/3D/3dmodel.model"};
     targets.insert(targets.end(), 5000, "/big.bin");
-    std::wstring const file = Archive(scratch, {{"[Content_Types].xml", kTypes},
-                                                {"_rels/.rels", Relationships(targets)},
-                                                {"3D/3dmodel.model", kModel},
-                                                {"big.bin", std::string(100000, 'x')}});
+    std::wstring const many = scratch.File("many.3mf");
+    WriteArchive(many, {{"[Content_Types].xml", kTypes},
+                        {"_rels/.rels", Relationships(targets)},
+                        {"3D/3dmodel.model", kModel},
+                        {"big.bin", std::string(100000, 'x')}});
+    std::wstring const cycle = scratch.File("cycle.3mf");
+    WriteArchive(cycle, {{"[Content_Types].xml", kTypes},
+                         {"_rels/.rels", Relationships({"/a.txt", "b.txt"})},
+                         {"_rels/a.txt.rels", Relationships({"/b.txt", "/a.txt"})},
+                         {"a.txt", "A"},
+                         {"b.txt", "B"}});
     std::set<std::string> const before = scratch.Files();
+    std::vector<std::wstring> kept;
+    for (bool const withModel : {true, false})
     {
         TestModelFile model;
-        Package package(&model);
-        PackageRead reader(&package, PackageReadOptions());
-        EXPECT_TRUE(reader.Read(file, nullptr));
+        Package package(withModel ? &model : nullptr);
+        EXPECT_TRUE(PackageRead(&package, PackageReadOptions()).Read(withModel ? many : cycle, nullptr));
         std::vector<CustomFile const*> custom;
         package.GetCustomFiles(custom);
-        EXPECT_EQ(1u, custom.size());
+        std::vector<std::wstring> names;
+        for (CustomFile const* part : custom)
+        {
+            names.push_back(part->GetFileNameInPackage());
+            kept.push_back(part->GetPath());
+            EXPECT_TRUE(boost::filesystem::exists(StringConversion::ConvertNativeToUTF8(part->GetPath())));
+        }
+        std::vector<std::wstring> const expected = withModel
+                                                       ? std::vector<std::wstring>{L"/big.bin"}
+                                                       : std::vector<std::wstring>{L"/a.txt", L"/b.txt"};
+        EXPECT_EQ(expected, names);
+    }
+    for (std::wstring const& path : kept)
+    {
+        EXPECT_FALSE(boost::filesystem::exists(StringConversion::ConvertNativeToUTF8(path))) << "left behind";
     }
     EXPECT_EQ(before, scratch.Files());
 }
@@ -91,19 +206,18 @@ TEST(HostilePackage, StrangeNamesLandInsideTheTemporaryFolder)
         // The override comes first, so that a name without an extension finds it.
         std::string const types = R"(<Types><Override PartName=")" + c.target + R"(" ContentType="x/y"/>)" +
                                   kTypes.substr(std::string("<Types>").size());
-        std::wstring const file =
-            Archive(scratch, {{"[Content_Types].xml", types},
-                              {"_rels/.rels", Relationships({"/3D/3dmodel.model", c.target})},
-                              {"3D/3dmodel.model", kModel},
-                              {c.entry, "content of " + c.entry}});
+        std::wstring const file = scratch.File("hostile.3mf");
+        WriteArchive(file, {{"[Content_Types].xml", types},
+                            {"_rels/.rels", Relationships({"/3D/3dmodel.model", c.target})},
+                            {"3D/3dmodel.model", kModel},
+                            {c.entry, "content of " + c.entry}});
         // Without a model, every related part is carried by a way of its own.
         for (bool const withModel : {true, false})
         {
             SCOPED_TRACE(c.entry + (withModel ? ", with a model" : ", without a model"));
             TestModelFile model;
             Package package(withModel ? &model : nullptr);
-            PackageRead reader(&package, PackageReadOptions());
-            EXPECT_TRUE(reader.Read(file, nullptr));
+            EXPECT_TRUE(PackageRead(&package, PackageReadOptions()).Read(file, nullptr));
             std::vector<CustomFile const*> custom;
             package.GetCustomFiles(custom);
             ASSERT_EQ(withModel ? 1u : 2u, custom.size());
@@ -112,45 +226,10 @@ TEST(HostilePackage, StrangeNamesLandInsideTheTemporaryFolder)
             EXPECT_EQ(folder, landed.parent_path());
             std::string const name = landed.filename().string();
             EXPECT_EQ(c.leaf, name.substr(name.find('-') + 1));
-            std::ifstream in(landed.string(), std::ios::binary);
-            EXPECT_EQ("content of " + c.entry, std::string(std::istreambuf_iterator<char>(in), {}));
+            EXPECT_EQ("content of " + c.entry, Bytes(custom.back()->GetPath()));
         }
-    }
-    // Without a model, a related part that has no content type, or no entry,
-    // fails the read.
-    for (std::string const& types : {std::string("<Types/>"), kTypes})
-    {
-        std::wstring const file = Archive(
-            scratch, {{"[Content_Types].xml", types}, {"_rels/.rels", Relationships({"/missing.bin"})}});
-        Package package(nullptr);
-        EXPECT_FALSE(PackageRead(&package, PackageReadOptions()).Read(file, nullptr)) << types;
     }
     EXPECT_FALSE(boost::filesystem::exists(folder.parent_path() / escaped));
     EXPECT_FALSE(boost::filesystem::exists(boost::filesystem::path("/tmp") / escaped));
     EXPECT_FALSE(boost::filesystem::exists(boost::filesystem::current_path().parent_path() / escaped));
-}
-
-TEST(HostilePackage, TruncatedArchivesFailCleanly)
-{
-    PackageScratch scratch;
-    std::wstring const file = scratch.File("whole.3mf");
-    {
-        TestModelFile model;
-        model.GetMetaData()[L"Padding"] = MetaDataItem(std::wstring(20000, L'p'));
-        Package package(&model);
-        PackageWrite(&package, PackageWriteOptions()).Write(file, nullptr);
-    }
-    std::ifstream in(StringConversion::ConvertNativeToUTF8(file), std::ios::binary);
-    std::string const bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    for (std::size_t length :
-         {std::size_t(0), std::size_t(22), bytes.size() / 3, bytes.size() / 2, bytes.size() - 10})
-    {
-        std::wstring const cut = scratch.File("cut.3mf");
-        std::ofstream(StringConversion::ConvertNativeToUTF8(cut), std::ios::binary)
-            .write(bytes.data(), length);
-        TestModelFile model;
-        Package package(&model);
-        PackageRead reader(&package, PackageReadOptions());
-        EXPECT_FALSE(reader.Read(cut, nullptr)) << length;
-    }
 }
