@@ -154,81 +154,62 @@ TEST(ImageBitmapIO, JpegGivesGreyRgbAndConvertedCmyk)
     }
 }
 
-TEST(ImageBitmapIO, FilesOfNoOrBrokenFormatGiveFalse)
+// Files of no format, truncated ones, and headers claiming more pixels than
+// the readers take (a PNG of 100000 by 100000 with a valid CRC, a baseline
+// JPEG of 60000 by 60000): each reader refuses them and leaves the bitmap
+// alone, while the headers alone can still be weighed, each reader knowing
+// only its own format.
+TEST(ImageBitmapIO, BrokenTruncatedOrOversizedFilesAreRefused)
 {
     PackageScratch folder;
-    std::wstring const text = folder.File("text.png");
-    WriteBytes(text, {'h', 'e', 'l', 'l', 'o', '\n'});
-    std::wstring const empty = folder.File("empty.png");
-    WriteBytes(empty, {});
-    // Only the signatures are right.
-    std::wstring const signatures = folder.File("signatures.png");
-    WriteBytes(signatures, {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n', 0xFF, 0xD8, 0xFF});
-
-    std::wstring const png = folder.File("truncated.png");
+    std::wstring const png = folder.File("image.png"), jpeg = folder.File("image.jpg");
     ASSERT_TRUE(SavePng(Pattern(64, 64, 3), png));
-    std::wstring const jpeg = folder.File("truncated.jpg");
     WriteJpeg(jpeg, 64, Samples(Pattern(64, 64, 3)));
-    for (std::wstring const& path : {png, jpeg})
-    {
-        std::vector<unsigned char> bytes = ReadBytes(path);
-        bytes.resize(bytes.size() * 6 / 10);
-        WriteBytes(path, bytes);
-    }
-
-    ImageBitmap const marker = Pattern(1, 1, 1);
-    for (std::wstring const& path : {text, empty, png, jpeg, signatures, folder.File("missing.png")})
-    {
-        ImageBitmap bitmap = marker;
-        EXPECT_FALSE(LoadPng(bitmap, path)) << path;
-        EXPECT_FALSE(LoadJpeg(bitmap, path)) << path;
-        EXPECT_EQ(marker, bitmap) << path;
-    }
-}
-
-TEST(ImageBitmapIO, OversizedHeadersAreRefused)
-{
-    PackageScratch folder;
-    // A PNG whose header claims 100000 by 100000 pixels, with a valid CRC so
-    // that only the size stands in the way.
-    std::wstring const pngPath = folder.File("huge.png");
-    ASSERT_TRUE(SavePng(Pattern(4, 4, 3), pngPath));
-    std::vector<unsigned char> png = ReadBytes(pngPath);
-    ASSERT_EQ(0, std::memcmp(png.data() + 12, "IHDR", 4));
-    PutBigEndian(png, 16, 100000, 4);
-    PutBigEndian(png, 20, 100000, 4);
-    PutBigEndian(png, 29, static_cast<std::uint32_t>(crc32(0, png.data() + 12, 17)), 4);
-    WriteBytes(pngPath, png);
-
-    // A baseline JPEG whose frame header claims 60000 by 60000.
-    std::wstring const jpegPath = folder.File("huge.jpg");
-    WriteJpeg(jpegPath, 16, {90, 90, 90});
-    std::vector<unsigned char> jpeg = ReadBytes(jpegPath);
+    std::vector<unsigned char> const pngBytes = ReadBytes(png), jpegBytes = ReadBytes(jpeg);
+    std::vector<unsigned char> hugePng = pngBytes, hugeJpeg = jpegBytes;
+    ASSERT_EQ(0, std::memcmp(hugePng.data() + 12, "IHDR", 4));
+    PutBigEndian(hugePng, 16, 100000, 4);
+    PutBigEndian(hugePng, 20, 100000, 4);
+    PutBigEndian(hugePng, 29, static_cast<std::uint32_t>(crc32(0, hugePng.data() + 12, 17)), 4);
     unsigned char const startOfFrame[] = {0xFF, 0xC0};
-    auto const frame =
-        std::search(jpeg.begin(), jpeg.end(), std::begin(startOfFrame), std::end(startOfFrame));
-    ASSERT_NE(jpeg.end(), frame);
-    std::size_t const at = static_cast<std::size_t>(frame - jpeg.begin());
-    PutBigEndian(jpeg, at + 5, 60000, 2);
-    PutBigEndian(jpeg, at + 7, 60000, 2);
-    WriteBytes(jpegPath, jpeg);
+    std::size_t const frame = static_cast<std::size_t>(
+        std::search(hugeJpeg.begin(), hugeJpeg.end(), std::begin(startOfFrame), std::end(startOfFrame)) -
+        hugeJpeg.begin());
+    ASSERT_LT(frame, hugeJpeg.size());
+    PutBigEndian(hugeJpeg, frame + 5, 60000, 2);
+    PutBigEndian(hugeJpeg, frame + 7, 60000, 2);
+    std::pair<char const*, std::vector<unsigned char>> const files[] = {
+        {"text", {'h', 'e', 'l', 'l', 'o', '\n'}},
+        {"empty", {}},
+        {"signatures", {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n', 0xFF, 0xD8, 0xFF}},
+        {"truncated png", {pngBytes.begin(), pngBytes.begin() + pngBytes.size() * 6 / 10}},
+        {"truncated jpeg", {jpegBytes.begin(), jpegBytes.begin() + jpegBytes.size() * 6 / 10}},
+        {"huge png", hugePng},
+        {"huge jpeg", hugeJpeg},
+    };
+    ImageBitmap const marker = Pattern(1, 1, 1);
+    for (auto const& [name, bytes] : files)
+    {
+        SCOPED_TRACE(name);
+        WriteBytes(png, bytes);
+        ImageBitmap bitmap = marker;
+        EXPECT_FALSE(LoadPng(bitmap, png));
+        EXPECT_FALSE(LoadJpeg(bitmap, png));
+        EXPECT_EQ(marker, bitmap);
+    }
+    ImageBitmap bitmap = marker;
+    EXPECT_FALSE(LoadPng(bitmap, folder.File("missing.png")));
+    EXPECT_FALSE(LoadJpeg(bitmap, folder.File("missing.png")));
+    EXPECT_EQ(marker, bitmap);
 
-    ImageBitmap bitmap;
-    EXPECT_FALSE(LoadPng(bitmap, pngPath));
-    EXPECT_FALSE(LoadJpeg(bitmap, jpegPath));
-    EXPECT_TRUE(bitmap.IsEmpty());
-
-    // The headers alone can still be weighed, and each reader knows only its
-    // own format.
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    ASSERT_TRUE(ReadPngSize(pngPath, width, height));
-    EXPECT_EQ(100000u, width);
-    EXPECT_EQ(100000u, height);
-    ASSERT_TRUE(ReadJpegSize(jpegPath, width, height));
-    EXPECT_EQ(60000u, width);
-    EXPECT_EQ(60000u, height);
-    EXPECT_FALSE(ReadPngSize(jpegPath, width, height));
-    EXPECT_FALSE(ReadJpegSize(pngPath, width, height));
+    WriteBytes(png, hugePng);
+    WriteBytes(jpeg, hugeJpeg);
+    std::uint32_t width = 0, height = 0;
+    ASSERT_TRUE(ReadPngSize(png, width, height));
+    EXPECT_EQ(std::make_pair(100000u, 100000u), std::make_pair(width, height));
+    ASSERT_TRUE(ReadJpegSize(jpeg, width, height));
+    EXPECT_EQ(std::make_pair(60000u, 60000u), std::make_pair(width, height));
+    EXPECT_FALSE(ReadPngSize(jpeg, width, height));
+    EXPECT_FALSE(ReadJpegSize(png, width, height));
     EXPECT_FALSE(ReadPngSize(folder.File("missing.png"), width, height));
 }

@@ -1,32 +1,26 @@
 // Tests of UTF-8 and UTF-16 conversion, and of how malformed input becomes
-// replacement characters.
+// replacement characters without eating valid text.
 #include "common/StringConversion.h"
 
 #include <gtest/gtest.h>
 
 using namespace StringConversion;
 
-TEST(StringConversion, Utf8AndUtf16RoundTrip)
+TEST(StringConversion, RoundTripsAndMalformedInput)
 {
-    // One character of each UTF-8 length, the last two outside the BMP.
-    std::wstring const text = L"a\u00E9\u20AC\U0001F600\U0010FFFF";
-    std::string const utf8 = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF";
+    // One character of each UTF-8 length, the last two outside the BMP, and
+    // an embedded zero, which is a character like any other.
+    std::wstring const text(L"a\u00E9\u20AC\U0001F600\U0010FFFF\0y", 7);
+    std::string const utf8("a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF\0y", 16);
+    std::u16string const utf16(u"a\u00E9\u20AC\xD83D\xDE00\xDBFF\xDFFF\0y", 9);
     EXPECT_EQ(utf8, ConvertNativeToUTF8(text));
     EXPECT_EQ(utf8, ConvertNativeToUTF8(text.data(), text.size()));
     EXPECT_EQ(text, ConvertMultiByteStringToOndString(utf8));
     EXPECT_EQ(text, ConvertUTF8ToNative(utf8.data(), utf8.size()));
-    // Embedded zeros are characters like any other.
-    std::wstring const withZero(L"x\0y", 3);
-    EXPECT_EQ(withZero, ConvertMultiByteStringToOndString(ConvertNativeToUTF8(withZero)));
-
-    std::u16string const utf16 = ConvertNativeToUTF16(text.data(), text.size());
-    EXPECT_EQ(u"a\u00E9\u20AC\xD83D\xDE00\xDBFF\xDFFF", utf16);
+    EXPECT_EQ(utf16, ConvertNativeToUTF16(text.data(), text.size()));
     EXPECT_EQ(text, ConvertUTF16ToNative(utf16.data(), utf16.size()));
-}
 
-TEST(StringConversion, MalformedUtf8BecomesReplacementWithoutEatingValidText)
-{
-    std::pair<std::string, std::wstring> const cases[] = {
+    std::pair<std::string, std::wstring> const utf8Cases[] = {
         {"a\x80z", L"a\uFFFDz"},                               // lone continuation byte
         {"a\xFFz", L"a\uFFFDz"},                               // byte never used in UTF-8
         {"a\xC0\xAFz", L"a\uFFFD\uFFFDz"},                     // overlong "/"
@@ -35,21 +29,17 @@ TEST(StringConversion, MalformedUtf8BecomesReplacementWithoutEatingValidText)
         {"a\xED\xA0\x80z", L"a\uFFFD\uFFFD\uFFFDz"},           // encoded surrogate
         {"a\xF4\x90\x80\x80z", L"a\uFFFD\uFFFD\uFFFD\uFFFDz"}, // beyond U+10FFFF
     };
-    for (auto const& [bytes, expected] : cases)
+    for (auto const& [bytes, expected] : utf8Cases)
     {
         EXPECT_EQ(expected, ConvertUTF8ToNative(bytes.data(), bytes.size())) << bytes;
     }
-}
-
-TEST(StringConversion, LoneSurrogatesAndOutOfRangeBecomeReplacement)
-{
+    // Lone surrogates and values beyond U+10FFFF; in UTF-16 a high surrogate
+    // without its low half, a low one alone, one at the end.
     std::wstring const invalid = {L'a', wchar_t(0xD800), L'b', wchar_t(0xDFFF), wchar_t(0x110000)};
     EXPECT_EQ("a\xEF\xBF\xBD"
               "b\xEF\xBF\xBD\xEF\xBF\xBD",
               ConvertNativeToUTF8(invalid));
     EXPECT_EQ(u"a\uFFFDb\uFFFD\uFFFD", ConvertNativeToUTF16(invalid.data(), invalid.size()));
-
-    // A high surrogate without its low half, a low one alone, one at the end.
     std::u16string const broken = {u'a', char16_t(0xD83D), u'b', char16_t(0xDE00), char16_t(0xD83D)};
     EXPECT_EQ(L"a\uFFFDb\uFFFD\uFFFD", ConvertUTF16ToNative(broken.data(), broken.size()));
 }

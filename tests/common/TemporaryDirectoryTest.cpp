@@ -7,6 +7,7 @@
 #include <boost/filesystem.hpp>
 
 #include <fstream>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <thread>
@@ -49,24 +50,20 @@ TEST(TemporaryDirectory, FreshPathsInOnePrivateFolderAcrossThreads)
     }
 }
 
+// A file name may be appended to the path as it is; the folder stays while
+// any object lives, and a later object starts a folder of its own.
 TEST(TemporaryDirectory, FolderGoesWithTheLastObject)
 {
-    fs::path folder;
+    auto outer = std::make_unique<TemporaryDirectory>();
+    fs::path const path(outer->GetTemporaryFilePath() + L"3dmodel.model");
+    std::ofstream(path.string()) << "left behind";
+    ASSERT_TRUE(fs::exists(path));
     {
-        TemporaryDirectory outer;
-        {
-            TemporaryDirectory const inner;
-            // A file name may be appended to the path as it is.
-            fs::path const file(inner.GetTemporaryFilePath() + L"3dmodel.model");
-            folder = file.parent_path();
-            std::ofstream(file.string()) << "left behind";
-            ASSERT_TRUE(fs::exists(file));
-        }
-        EXPECT_TRUE(fs::is_directory(folder));
-        EXPECT_EQ(folder, fs::path(outer.GetTemporaryFilePath()).parent_path());
+        TemporaryDirectory const inner;
+        outer.reset();
+        EXPECT_TRUE(fs::exists(path));
+        EXPECT_EQ(path.parent_path(), fs::path(inner.GetTemporaryFilePath()).parent_path());
     }
-    EXPECT_FALSE(fs::exists(folder));
-    // A later object starts a folder of its own.
-    fs::path const next = fs::path(TemporaryDirectory().GetTemporaryFilePath()).parent_path();
-    EXPECT_NE(folder, next);
+    EXPECT_FALSE(fs::exists(path.parent_path()));
+    EXPECT_NE(path.parent_path(), fs::path(TemporaryDirectory().GetTemporaryFilePath()).parent_path());
 }
