@@ -1,0 +1,269 @@
+// Reading meshes whose vertices and triangles lie in the model's binary part:
+// what a "bin" element reads, blocks found by position alone, and blocks from
+// files of strangers that claim more than the part holds; then the element's
+// attributes as printed and read back.
+#include "mesh/MeshReadSupport.h"
+
+#include "binary/BinaryRefXML.h"
+#include "common/MInternalUnits.h"
+#include "sax/SaxUtilities.h"
+#include "triangles/MStlPoint.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <sstream>
+
+namespace
+{
+// Little-endian 32-bit numbers, as the part holds them on this machine.
+template <typename T>
+std::string Records(std::initializer_list<T> values)
+{
+    std::string bytes(values.size() * 4, '\0');
+    std::memcpy(&bytes[0], values.begin(), bytes.size());
+    return bytes;
+}
+
+// An object whose vertices and triangles are each one "bin" element with the
+// attributes given.
+std::string BinObject(int id, std::string const& vertices, std::string const& triangles)
+{
+    return "<object id=\"" + std::to_string(id) + "\"><mesh><vertices><bin " + vertices +
+           "/></vertices><triangles><bin " + triangles + "/></triangles></mesh></object>";
+}
+
+// Objects 10 and 11 as their x coordinates in millimetres and their
+// triangles' corners, or the status and first error of a read that failed.
+std::string Outcome(MeshRead const& read)
+{
+    if (!read.ok)
+    {
+        return "status " + std::to_string(read.reader->GetContext().m_status) + ": " + read.Error();
+    }
+    std::ostringstream out;
+    for (int id : {10, 11})
+    {
+        if (read.Mesh(id) == nullptr)
+        {
+            continue;
+        }
+        out << (id == 11 ? " | " : "") << id << ": x";
+        MStlBase const& stl = read.Stl(id);
+        for (auto point = stl.BeginPoint(); point != stl.EndPoint(); ++point)
+        {
+            out << ' ' << point->GetX() / OndSDK::Common::MInternalUnits::Get();
+        }
+        out << "; t";
+        for (auto triangle = stl.BeginTriangle(); triangle != stl.EndTriangle(); ++triangle)
+        {
+            for (unsigned corner = 0; corner < 3; ++corner)
+            {
+                out << ' ' << triangle->GetPointIndex(corner);
+            }
+        }
+    }
+    return out.str();
+}
+} // namespace
+
+// The attributes that decide what is read and those that don't; blocks in
+// the order the model names them (straight from the archive) or out of it
+// (through the unpacked part), each up to the last byte of the part and no
+// further; and blocks that claim more than the part holds, refused with a
+// message before anything is read or reserved.
+TEST(BinaryRead, WhatEachBlockReads)
+{
+    // Four points of a unit square (12 bytes each), its two triangles, and
+    // one triangle with a negative index.
+    std::string const square = Records<float>({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0});
+    std::string const squareTriangles = Records<std::int32_t>({0, 1, 2, 0, 2, 3});
+    std::string const all = square + squareTriangles + Records<std::int32_t>({0, -1, 1});
+    std::string const vertices = R"(format="float3" pos="0" count="4")";
+    std::string const triangles = R"(format="int32_3" pos="48" count="2")";
+    std::string const read = "10: x 0 1 1 0; t 0 1 2 0 2 3";
+    std::string const beyond = "status 0: A block of ";
+    std::string const bin = "/3D/3dmodel.model.bin";
+    struct Case
+    {
+        char const* name;
+        std::string resources;
+        // What the read gives; for a failure, how its message starts.
+        std::string outcome;
+        std::string part;
+        // The model's "binary" attribute and the entry's name.
+        std::string binary = "/3D/3dmodel.model.bin";
+        std::string unit = "millimeter";
+        bool withPart = true;
+    };
+    Case const cases[] = {
+        {"int32_3, the triangles ending with the part", BinObject(10, vertices, triangles), read,
+         square + squareTriangles},
+        {"long3 reads as int32_3", BinObject(10, vertices, R"(format="long3" pos="48" count="2")"), read,
+         all},
+        {"the part of \"binary\", not of \"ref\"",
+         BinObject(10, R"(ref="/3D/3dmodel.model.bin" format="float3" pos="0" count="4")",
+                   R"(ref="/elsewhere.bin" format="int32_3" pos="48" count="2")"),
+         read, all, "/3D/data.bin"},
+        {"count 0 reads nothing",
+         BinObject(10, R"(format="float3" pos="0" count="0")", R"(format="int32_3" pos="48" count="0")"),
+         "10: x; t", all},
+        {"no count, as written for no records: skipped",
+         BinObject(10, R"(format="float3" pos="0")", R"(format="int32_3" pos="48")"), "10: x; t", all},
+        {"no pos: skipped", BinObject(10, R"(format="float3" count="4")", R"(format="int32_3" count="2")"),
+         "10: x; t", all},
+        {"float3 under triangles reads nothing",
+         BinObject(10, vertices, R"(format="float3" pos="48" count="2")"), "10: x 0 1 1 0; t", all},
+        {"unknown formats read nothing, even far away",
+         BinObject(10, R"(format="double3" pos="99999" count="4")", R"(format="int64_3" pos="-5" count="2")"),
+         "10: x; t", all},
+        {"coordinates in the model's unit", BinObject(10, vertices, triangles),
+         "10: x 0 25.4 25.4 0; t 0 1 2 0 2 3", all, bin, "inch"},
+        {"a bin outside vertices and triangles is no data",
+         R"(<object id="10"><mesh><vertices/><bin format="float3" pos="0" count="4"/><triangles/></mesh></object>)",
+         "10: x; t", all},
+        {"two meshes, four blocks at summed positions",
+         BinObject(10, vertices, triangles) + BinObject(11, R"(format="float3" pos="72" count="3")",
+                                                        R"(format="int32_3" pos="108" count="1")"),
+         read + " | 11: x 5 6 5; t 0 1 2",
+         square + squareTriangles + Records<float>({5, 0, 0, 6, 0, 0, 5, 1, 0}) +
+             Records<std::int32_t>({0, 1, 2})},
+        {"triangles before vertices, the vertices ending with the part",
+         BinObject(10, R"(format="float3" pos="24" count="4")", R"(format="int32_3" pos="0" count="2")"),
+         read, squareTriangles + square},
+        {"two objects on the same blocks",
+         BinObject(10, vertices, triangles) + BinObject(11, vertices, triangles),
+         read + " | 11: x 0 1 1 0; t 0 1 2 0 2 3", all},
+        {"the part one byte short of the last triangle", BinObject(10, vertices, triangles),
+         beyond + "2 records at position 48 lies beyond the end", (square + squareTriangles).substr(0, 71)},
+        {"a part of no bytes", BinObject(10, R"(format="float3" pos="0" count="1")", ""),
+         beyond + "1 records at position 0 lies beyond the end of the binary part /3D/3dmodel.model.bin of 0 "
+                  "bytes.",
+         ""},
+        {"pos beyond the part", BinObject(10, R"(format="float3" pos="4000" count="1")", triangles),
+         beyond +
+             "1 records at position 4000 lies beyond the end of the binary part /3D/3dmodel.model.bin of 84 "
+             "bytes.",
+         all},
+        {"count beyond the part", BinObject(10, R"(format="float3" pos="12" count="7")", triangles),
+         beyond + "7 records at position 12 lies beyond the end", all},
+        {"count that no memory holds",
+         BinObject(10, vertices, R"(format="int32_3" pos="48" count="4611686018427387904")"),
+         beyond + "4611686018427387904 records at position 48 lies beyond the end", all},
+        {"count with a sign", BinObject(10, R"(format="float3" pos="0" count="-1")", triangles),
+         beyond + "18446744073709551615 records at position 0 lies beyond the end", all},
+        {"a block one record past the end", BinObject(10, vertices, R"(format="int32_3" pos="48" count="4")"),
+         beyond +
+             "4 records at position 48 lies beyond the end of the binary part /3D/3dmodel.model.bin of 84 "
+             "bytes.",
+         all},
+        {"negative pos", BinObject(10, R"(format="float3" pos="-12" count="1")", triangles),
+         "status 0: A block of the binary part /3D/3dmodel.model.bin starts at the negative position -12.",
+         all},
+        {"index beyond the vertex block", BinObject(10, R"(format="float3" pos="0" count="3")", triangles),
+         "status 0: A triangle refers to vertex 3 of 3 vertices.", all},
+        {"negative index", BinObject(10, vertices, R"(format="int32_3" pos="72" count="1")"),
+         "status 0: A triangle refers to vertex -1 of 4 vertices.", all},
+        {"no binary attribute on the model", BinObject(10, vertices, triangles),
+         "status 0: A mesh keeps its data in a binary part, but the model names no binary part.", all, ""},
+        {"binary part missing from the archive", BinObject(10, vertices, triangles),
+         "status 2: File not found in archive: 3D/3dmodel.model.bin", all, bin, "millimeter", false},
+    };
+    for (Case const& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        std::string const attribute = c.binary.empty() ? "" : " binary=\"" + c.binary + "\"";
+        std::vector<std::pair<std::string, std::string>> entries;
+        if (c.withPart)
+        {
+            entries.emplace_back(c.binary.empty() ? bin.substr(1) : c.binary.substr(1), c.part);
+        }
+        MeshRead const read(R"(<model unit=")" + c.unit +
+                                R"(" xmlns="http://schemas.microsoft.com/3dmanufacturing/core/2015/02")" +
+                                attribute + "><resources>" + c.resources + "</resources><build/></model>",
+                            {}, entries);
+        std::string const outcome = Outcome(read);
+        if (c.outcome.rfind("status ", 0) == 0)
+        {
+            EXPECT_EQ(0u, outcome.rfind(c.outcome, 0)) << outcome;
+        }
+        else
+        {
+            EXPECT_EQ(c.outcome, outcome);
+        }
+    }
+}
+
+namespace
+{
+std::string Printed(Format_3MF::BinaryRef const& ref)
+{
+    Format_3MF::PackageWriteContext context;
+    std::ostringstream stream;
+    OndAM::SaxUtilities::WriteOptions options;
+    options.m_declaration = false;
+    options.m_rootElement = L"bin";
+    OndAM::SaxUtilities::WriteStream(stream, Format_3MF::BinaryRefWrite(&ref, &context), options);
+    std::string text = stream.str();
+    if (!text.empty() && text.back() == '\n')
+    {
+        text.pop_back();
+    }
+    return text;
+}
+
+// Reads the attributes of the document element into a ref that starts as
+// `ref`, and tells whether HandleAttributes succeeded.
+struct ReadBack : ISAXPersistHelper
+{
+    Format_3MF::PackageReadContext context;
+    Format_3MF::BinaryRef ref;
+    bool ok = false;
+
+    bool HandleTag(std::wstring const&, MSAXReader& reader) override
+    {
+        ok = Format_3MF::BinaryRefRead(&ref, &context).HandleAttributes(reader);
+        return true;
+    }
+};
+} // namespace
+
+// What is printed for each value, in which order, and what reads back.
+TEST(BinaryRead, PrintedAttributesAndWhatReadsBack)
+{
+    struct Case
+    {
+        Format_3MF::BinaryRef ref;
+        std::string printed;
+        bool readsBack;
+    };
+    Format_3MF::BinaryRef named(12, 3, L"int32_3");
+    named.m_ref = L"/3D/3dmodel.model.bin";
+    Case const cases[] = {
+        {named, R"(<bin ref="/3D/3dmodel.model.bin" format="int32_3" pos="12" count="3"/>)", true},
+        {Format_3MF::BinaryRef(0, 5, L"float3"), R"(<bin format="float3" pos="0" count="5"/>)", true},
+        {Format_3MF::BinaryRef(-1, 5, L"float3"), R"(<bin format="float3" count="5"/>)", false},
+        // No records: no count, and such an element doesn't read.
+        {Format_3MF::BinaryRef(36, 0, L"float3"), R"(<bin format="float3" pos="36"/>)", false},
+        {Format_3MF::BinaryRef(4294967296000, 18446744073709551615u, L""),
+         R"(<bin pos="4294967296000" count="18446744073709551615"/>)", true},
+    };
+    for (Case const& entry : cases)
+    {
+        std::string const printed = Printed(entry.ref);
+        EXPECT_EQ(entry.printed, printed);
+        ReadBack back;
+        back.ref.m_ref = L"kept unless given";
+        std::istringstream stream(printed);
+        ASSERT_TRUE(OndAM::SaxUtilities::ReadStream(stream, back)) << printed;
+        EXPECT_EQ(entry.readsBack, back.ok) << printed;
+        if (entry.readsBack)
+        {
+            EXPECT_EQ(entry.ref.m_pos, back.ref.m_pos) << printed;
+            EXPECT_EQ(entry.ref.m_count, back.ref.m_count) << printed;
+            EXPECT_EQ(entry.ref.m_format, back.ref.m_format) << printed;
+            EXPECT_EQ(entry.ref.m_ref.empty() ? L"kept unless given" : entry.ref.m_ref, back.ref.m_ref)
+                << printed;
+        }
+    }
+}
