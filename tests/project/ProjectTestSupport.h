@@ -4,6 +4,7 @@
 #pragma once
 
 #include "support/PackageTestSupport.h"
+#include "support/Prerequisites.h"
 #include "support/SlicerPackages.h"
 
 #include "format3mf/ImportFile.h"
@@ -13,32 +14,19 @@
 #include "triangles/MStlPoint.h"
 #include "triangles/MStlTriangle.h"
 
-#include <array>
-#include <cstdlib>
-#include <cstring>
 #include <map>
 #include <string>
 #include <vector>
 
-// A real project beside the checkout. Without it the test is skipped, with
-// a message; under CI=true, where the files must be there, it fails.
+// A real project beside the checkout: without it the test skips with a
+// message, and fails under CI=true, where the files must be there.
 #define REAL_PROJECT(variable, name)                                                                         \
-    std::wstring const variable = RealProjectPath(name);                                                     \
-    if (!boost::filesystem::exists(boost::filesystem::path(FORMAT3MF_TESTDATA) / "realworld" / (name)))      \
+    std::wstring const variable = StringConversion::ConvertMultiByteStringToOndString(                       \
+        std::string(FORMAT3MF_TESTDATA) + "/realworld/" + (name));                                           \
+    if (!boost::filesystem::exists(StringConversion::ConvertNativeToUTF8(variable)))                         \
     {                                                                                                        \
-        char const* const ci = std::getenv("CI");                                                            \
-        if (ci != nullptr && std::strcmp(ci, "true") == 0)                                                   \
-        {                                                                                                    \
-            FAIL() << "CI=true, but " << (name) << " is not beside the checkout (../shared/testdata)";       \
-        }                                                                                                    \
-        GTEST_SKIP() << (name) << " is not beside the checkout (../shared/testdata/realworld)";              \
+        SKIP_OR_FAIL_MISSING((name) << " beside the checkout (../shared/testdata/realworld)");               \
     }
-
-inline std::wstring RealProjectPath(std::string const& name)
-{
-    return StringConversion::ConvertMultiByteStringToOndString(std::string(FORMAT3MF_TESTDATA) +
-                                                               "/realworld/" + name);
-}
 
 inline format3mf::import::ImportResult Import(std::wstring const& file, bool project,
                                               bool nonPrintable = true)
@@ -83,35 +71,21 @@ inline std::map<std::string, std::size_t> ColourCounts(MStlBase const& mesh)
     return counts;
 }
 
-// The corners of a triangle in internal units.
-inline std::array<std::int32_t, 9> Corners(MStlBase const& mesh, std::uint32_t triangle)
-{
-    std::array<std::int32_t, 9> corners{};
-    for (unsigned corner = 0; corner < 3; ++corner)
-    {
-        MStlPoint const& point = mesh.PointAt(mesh.TriangleAt(triangle).GetPointIndex(corner));
-        corners[3 * corner] = point.GetX();
-        corners[3 * corner + 1] = point.GetY();
-        corners[3 * corner + 2] = point.GetZ();
-    }
-    return corners;
-}
-
-// Whether `part` holds the triangles `first` on of `whole`, in order.
+// Whether `part` holds the triangles `first` on of `whole`, in order, by
+// their corners' coordinates.
 inline bool SameTriangles(MStlBase const& part, MStlBase const& whole, std::uint32_t first)
 {
-    if (first + part.GetNumberOfTriangles() > whole.GetNumberOfTriangles())
+    bool same = first + part.GetNumberOfTriangles() <= whole.GetNumberOfTriangles();
+    for (std::uint32_t i = 0; same && i < part.GetNumberOfTriangles(); ++i)
     {
-        return false;
-    }
-    for (std::uint32_t i = 0; i < part.GetNumberOfTriangles(); ++i)
-    {
-        if (Corners(part, i) != Corners(whole, first + i))
+        for (unsigned corner = 0; corner < 3; ++corner)
         {
-            return false;
+            same =
+                same && part.PointAt(part.TriangleAt(i).GetPointIndex(corner)).GetCoordinates() ==
+                            whole.PointAt(whole.TriangleAt(first + i).GetPointIndex(corner)).GetCoordinates();
         }
     }
-    return true;
+    return same;
 }
 
 inline std::size_t TotalTriangles(std::vector<std::unique_ptr<MStlBase>> const& meshes)
