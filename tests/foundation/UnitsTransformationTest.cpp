@@ -7,100 +7,84 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 using namespace Format_3MF;
 
+// Known names set their factor; anything else is refused and falls back to
+// millimetres.
 TEST(Units, KnownNamesAndFallBack)
 {
+    std::pair<wchar_t const*, double> const names[] = {
+        {L"inch", 25.4}, {L"foot", 304.8}, {L"micron", 0.001}, {L"centimeter", 10.0}, {L"Inch", 0},
+        {L"", 0},        {L" meter", 0},   {L"meter ", 0},     {L"millimeter", 1.0},
+    };
     tUnits units;
     EXPECT_EQ(L"millimeter", units.m_name);
-    EXPECT_EQ(1.0, units.m_factor);
-    EXPECT_TRUE(units.Init(L"inch"));
-    EXPECT_EQ(25.4, units.m_factor);
-    EXPECT_TRUE(units.Init(L"foot"));
-    EXPECT_EQ(304.8, units.m_factor);
-    EXPECT_TRUE(units.Init(L"micron"));
-    EXPECT_EQ(0.001, units.m_factor);
-    for (wchar_t const* bad : {L"Inch", L"", L" meter", L"meter "})
+    for (auto const& [name, factor] : names)
     {
-        EXPECT_FALSE(units.Init(bad)) << bad;
-        EXPECT_EQ(L"millimeter", units.m_name);
-        EXPECT_EQ(1.0, units.m_factor);
+        EXPECT_EQ(factor != 0, units.Init(name)) << name;
+        EXPECT_EQ(factor != 0 ? name : L"millimeter", units.m_name);
+        EXPECT_EQ(factor != 0 ? factor : 1.0, units.m_factor) << name;
+        EXPECT_EQ(units.m_factor, tUnits(name).m_factor) << name;
     }
-    tUnits fromName(L"centimeter");
-    EXPECT_EQ(10.0, fromName.m_factor);
 }
 
-TEST(Transformation, BadTextGivesIdentity)
+// Twelve numbers, written row by row in the file, are the columns of the
+// matrix; surplus numbers are ignored, too few or bad text give identity.
+// Formatting keeps eight decimals.
+TEST(Transformation, ParseAndFormat)
 {
     for (wchar_t const* text :
          {L"", L"1 2 3", L"1 0 0 0 1 0 0 0 1 0 0", L"no number at all", L"1 0 0 0 1 0 0 0 1 0 0 x"})
     {
         EXPECT_TRUE(ParseTransformation(text).IsIdentity()) << text;
     }
-}
-
-TEST(Transformation, ParseReadsFileRowsAsColumnsAndIgnoresSurplus)
-{
-    MMTransformMatrix m = ParseTransformation(L"1 2 3 4 5 6 7 8 9 10 11 12 13");
-    EXPECT_EQ(1.0, m.GetElement(0, 0));
-    EXPECT_EQ(2.0, m.GetElement(1, 0));
-    EXPECT_EQ(3.0, m.GetElement(2, 0));
-    EXPECT_EQ(4.0, m.GetElement(0, 1));
-    EXPECT_EQ(10.0, m.GetElement(0, 3));
-    EXPECT_EQ(11.0, m.GetElement(1, 3));
-    EXPECT_EQ(12.0, m.GetElement(2, 3));
-    EXPECT_EQ(1.0, m.GetElement(3, 3));
-    EXPECT_EQ(0.0, m.GetElement(3, 0));
-}
-
-TEST(Transformation, FormatThenParseKeepsEightDecimals)
-{
+    MMTransformMatrix const m = ParseTransformation(L"1 2 3 4 5 6 7 8 9 10 11 12 13");
+    double const expected[4][4] = {{1, 4, 7, 10}, {2, 5, 8, 11}, {3, 6, 9, 12}, {0, 0, 0, 1}};
+    for (unsigned short row = 0; row < 4; ++row)
+    {
+        for (unsigned short column = 0; column < 4; ++column)
+        {
+            EXPECT_EQ(expected[row][column], m.GetElement(row, column)) << row << "," << column;
+        }
+    }
     EXPECT_EQ(L"1.00000000 0.00000000 0.00000000 0.00000000 1.00000000 0.00000000 0.00000000 0.00000000 "
               L"1.00000000 0.00000000 0.00000000 0.00000000",
               FormatTransformation(MMTransformMatrix()));
     std::wstring const text =
         L"0.12345678 -1.50000000 2.00000000 3.00000000 4.25000000 -5.00000000 6.00000000 "
         L"7.00000000 8.00000000 -100.12345678 20.50000000 0.00000001";
-    MMTransformMatrix const m = ParseTransformation(text);
-    EXPECT_EQ(text, FormatTransformation(m));
-    EXPECT_EQ(-100.12345678, m.GetElement(0, 3));
-    EXPECT_DOUBLE_EQ(0.00000001, m.GetElement(2, 3));
+    EXPECT_EQ(text, FormatTransformation(ParseTransformation(text)));
 }
 
-TEST(Transformation, FileToInternalRoundsHalfAwayFromZero)
+// From file units, translations are rounded half away from zero to internal
+// units and the inverse is refreshed; a scale stays dimensionless. Back to
+// file units they are divided without rounding and the inverse is the input's.
+TEST(Transformation, UnitConversionsBothWays)
 {
     double const perUnit = OndSDK::Common::MInternalUnits::Get();
     MMTransformMatrix m;
     m.AccessElement(0, 3) = 2.5 / perUnit;
     m.AccessElement(1, 3) = -2.5 / perUnit;
     m.AccessElement(2, 3) = 2.4 / perUnit;
-    m.AccessElement(0, 0) = 2.0; // a scale stays dimensionless
+    m.AccessElement(0, 0) = 2.0;
     MMTransformMatrix const r = ConvertTransformationFileUnitsToInternalUnits(m, tUnits());
     EXPECT_EQ(3.0, r.GetElement(0, 3));
     EXPECT_EQ(-3.0, r.GetElement(1, 3));
     EXPECT_EQ(2.0, r.GetElement(2, 3));
     EXPECT_EQ(2.0, r.GetElement(0, 0));
-    // The inverse was refreshed: it undoes the translation.
     MMPoint3d<double> const back = r.ApplyInverse(r.Apply({1.0, 2.0, 3.0}));
     EXPECT_NEAR(1.0, back.x, 1e-12);
     EXPECT_NEAR(2.0, back.y, 1e-12);
 
     MMTransformMatrix inch;
-    inch.AccessElement(0, 3) = 1.0;
-    EXPECT_EQ(25.4 * perUnit,
-              ConvertTransformationFileUnitsToInternalUnits(inch, tUnits(L"inch")).GetElement(0, 3));
-}
-
-TEST(Transformation, InternalToFileDividesWithoutRoundingOrNewInverse)
-{
-    double const perUnit = OndSDK::Common::MInternalUnits::Get();
-    MMTransformMatrix m;
-    m.AccessElement(0, 3) = 3.0 * perUnit * 25.4;
-    m.ComputeInverse();
-    MMTransformMatrix const r = ConvertTransformationInternalUnitsToFileUnits(m, tUnits(L"inch"));
-    EXPECT_DOUBLE_EQ(3.0, r.GetElement(0, 3));
-    // The inverse is the one of the input: it still undoes the old translation.
-    EXPECT_EQ(m.GetElement(0, 3, true), r.GetElement(0, 3, true));
+    inch.AccessElement(0, 3) = 3.0;
+    MMTransformMatrix const internal = ConvertTransformationFileUnitsToInternalUnits(inch, tUnits(L"inch"));
+    EXPECT_EQ(std::round(3.0 * 25.4 * perUnit), internal.GetElement(0, 3));
+    MMTransformMatrix const file = ConvertTransformationInternalUnitsToFileUnits(internal, tUnits(L"inch"));
+    EXPECT_DOUBLE_EQ(internal.GetElement(0, 3) / perUnit / 25.4, file.GetElement(0, 3));
+    EXPECT_EQ(internal.GetElement(0, 3, true), file.GetElement(0, 3, true));
 }
 
 TEST(Guid, CanonicalSpellingAndMalformedText)

@@ -63,136 +63,101 @@ TEST(ReadAttribute, PlainNameWinsOverPrefixedAndNullPrefixLooksOnlyAtPlain)
                    });
 }
 
-TEST(ReadAttribute, ReferenceIdentifiersReadLikeAStreamExtraction)
+// Identifiers read like a stream extraction: leading digits count, a word
+// reads as 0, a huge value as the largest, a blank leaves the value alone.
+// Lists append; a trailing blank adds an undefined identifier and a bad
+// entry ends the list.
+TEST(ReadAttribute, ReferenceIdentifiersAndLists)
 {
-    AtRootStartTag(R"(<a id=" 12abc" none="abc" neg="-2" huge="99999999999" blank="  "/>)",
+    AtRootStartTag(R"(<a id=" 12abc" none="abc" neg="-2" huge="99999999999" blank="  " three="1 2 3" )"
+                   R"(trailing="1 2 3 " bad="4 x 5" empty=""/>)",
                    [](MSAXReader& reader)
                    {
-                       tReferenceID id;
-                       EXPECT_TRUE(ReadAttribute(reader, L"id", id));
-                       EXPECT_EQ(12, int(id));
-                       EXPECT_TRUE(ReadAttribute(reader, L"none", id));
-                       EXPECT_EQ(0, int(id));
-                       EXPECT_TRUE(ReadAttribute(reader, L"neg", id));
-                       EXPECT_EQ(-2, int(id));
-                       EXPECT_TRUE(ReadAttribute(reader, L"huge", id));
-                       EXPECT_EQ(INT_MAX, int(id));
+                       std::pair<wchar_t const*, int> const ids[] = {
+                           {L"id", 12}, {L"none", 0}, {L"neg", -2}, {L"huge", INT_MAX}, {L"blank", 5}};
+                       for (auto const& [name, expected] : ids)
+                       {
+                           tReferenceID id = 5;
+                           EXPECT_TRUE(ReadAttribute(reader, name, id)) << name;
+                           EXPECT_EQ(expected, int(id)) << name;
+                       }
                        tReferenceID untouched = 5;
-                       EXPECT_TRUE(ReadAttribute(reader, L"blank", untouched));
-                       EXPECT_EQ(5, int(untouched));
                        EXPECT_FALSE(ReadAttribute(reader, L"missing", untouched));
                        EXPECT_EQ(5, int(untouched));
+
+                       std::pair<wchar_t const*, std::wstring> const lists[] = {{L"three", L"1 2 3 "},
+                                                                                {L"trailing", L"1 2 3 ? "},
+                                                                                {L"bad", L"4 0 "},
+                                                                                {L"empty", L""}};
+                       for (auto const& [name, expected] : lists)
+                       {
+                           std::vector<tReferenceID> list;
+                           EXPECT_TRUE(ReadAttribute(reader, name, list)) << name;
+                           std::wstring read;
+                           for (tReferenceID const& id : list)
+                           {
+                               read += (id.IsDefined() ? std::to_wstring(int(id)) : L"?") + L" ";
+                           }
+                           EXPECT_EQ(expected, read) << name;
+                       }
+                       std::vector<tReferenceID> appended(2);
+                       EXPECT_TRUE(ReadAttribute(reader, L"three", appended));
+                       EXPECT_EQ(5u, appended.size());
                    });
 }
 
-TEST(ReadAttribute, IdentifierListsAppendAndATrailingBlankAddsUndefined)
-{
-    AtRootStartTag(R"(<a three="1 2 3" trailing="1 2 3 " bad="4 x 5" empty=""/>)",
-                   [](MSAXReader& reader)
-                   {
-                       std::vector<tReferenceID> ids;
-                       EXPECT_TRUE(ReadAttribute(reader, L"three", ids));
-                       ASSERT_EQ(3u, ids.size());
-                       EXPECT_EQ(3, int(ids[2]));
-
-                       ids.clear();
-                       EXPECT_TRUE(ReadAttribute(reader, L"trailing", ids));
-                       ASSERT_EQ(4u, ids.size());
-                       EXPECT_FALSE(ids[3].IsDefined());
-
-                       EXPECT_TRUE(ReadAttribute(reader, L"three", ids));
-                       EXPECT_EQ(7u, ids.size()); // appended, not replaced
-
-                       ids.clear();
-                       EXPECT_TRUE(ReadAttribute(reader, L"bad", ids)); // ends, never loops
-                       ASSERT_EQ(2u, ids.size());
-                       EXPECT_EQ(4, int(ids[0]));
-                       EXPECT_EQ(0, int(ids[1]));
-
-                       ids.clear();
-                       EXPECT_TRUE(ReadAttribute(reader, L"empty", ids));
-                       EXPECT_TRUE(ids.empty());
-                   });
-}
-
-TEST(ReadHelper, ChildScopeSeesPrefixesOfItsAncestors)
-{
-    ISAXReadHelper parent;
-    parent.AddNamespace(L"m", L"urn:materials");
-    ISAXReadHelper child(&parent);
-    std::wstring uri;
-    EXPECT_TRUE(child.GetNamespaceURI(L"m", uri));
-    EXPECT_EQ(L"urn:materials", uri);
-    ISAXReadHelper orphan(nullptr);
-    EXPECT_FALSE(orphan.GetNamespaceURI(L"m", uri));
-}
-
-TEST(XMLWriteHandler, IdentifiersPrintAsIntegersAndUndefinedThrows)
+// Identifiers print as integers and an undefined one throws; values print
+// exactly as printf does, and text beyond 62 characters is an error.
+TEST(XMLWriteHandler, IdentifiersAndValuesPrintAsPrintfDoes)
 {
     PackageWriteContext context;
     Formatter format(&context);
-    EXPECT_EQ(L"0", format.FormatID(0));
-    EXPECT_EQ(L"-2", format.FormatID(-2));
-    EXPECT_EQ(L"-2147483648", format.FormatID(INT_MIN));
+    for (int id : {0, -2, INT_MIN})
+    {
+        EXPECT_EQ(std::to_wstring(id), format.FormatID(id));
+    }
     try
     {
         format.FormatID(tReferenceID());
-        FAIL() << "no exception";
+        ADD_FAILURE() << "no exception";
     }
     catch (std::logic_error const& e)
     {
         EXPECT_STREQ("Undefined reference identifier.", e.what());
     }
-}
 
-TEST(XMLWriteHandler, ValuesPrintExactlyAsPrintfDoes)
-{
-    PackageWriteContext context;
-    Formatter format(&context);
-    EXPECT_EQ(L"1.5000", format.FormatValueFileUnits(1.5, 4));
-    EXPECT_EQ(L"-0.0000", format.FormatValueFileUnits(-0.00004, 4));
-    for (double value :
-         {0.0, -0.0, 0.00005, 1.00005, 2.00015, -3.14159265, 123456.789049999, 1e-10, 2.5, 0.5, 1e50, -1e50})
-    {
-        for (int precision : {0, 4, 8})
-        {
-            EXPECT_EQ(Printf(value, precision), format.FormatValueFileUnits(value, precision)) << value;
-        }
-    }
+    std::vector<double> values = {
+        0.0,   -0.0, -0.00004, 0.00005, 1.00005, 2.00015, -3.14159265, 123456.789049999,
+        1e-10, 2.5,  0.5,      1e50,    -1e50};
     std::mt19937_64 random(7);
     std::uniform_real_distribution<double> coordinates(-1e6, 1e6);
     for (int i = 0; i < 2000; ++i)
     {
-        double const value = coordinates(random);
-        ASSERT_EQ(Printf(value, 4), format.FormatValueFileUnits(value, 4)) << value;
+        values.push_back(coordinates(random));
     }
-}
-
-TEST(XMLWriteHandler, TextBeyondSixtyTwoCharactersIsAnError)
-{
-    PackageWriteContext context;
-    Formatter format(&context);
+    for (double value : values)
+    {
+        for (int precision : {0, 4, 8})
+        {
+            ASSERT_EQ(Printf(value, precision), format.FormatValueFileUnits(value, precision)) << value;
+        }
+    }
     // 58 digits, the point and four decimals: 63 characters, one too many.
     EXPECT_EQ(L"<error>", Printf(1e57, 4));
+    EXPECT_EQ(Printf(1e56, 4), format.FormatValueFileUnits(1e56, 4));
     for (double value : {1e57, 1e300})
     {
         try
         {
             format.FormatValueFileUnits(value, 4);
-            FAIL() << "no exception for " << value;
+            ADD_FAILURE() << "no exception for " << value;
         }
         catch (std::runtime_error const& e)
         {
             EXPECT_STREQ("Error formatting a value.", e.what());
         }
     }
-    EXPECT_EQ(Printf(1e56, 4), format.FormatValueFileUnits(1e56, 4));
-}
 
-TEST(XMLWriteHandler, InternalUnitsPrintInTheFileUnit)
-{
-    PackageWriteContext context;
-    Formatter format(&context);
     double const perMillimetre = OndSDK::Common::MInternalUnits::Get();
     EXPECT_EQ(L"1.5000", format.FormatValueInternalUnits(int(1.5 * perMillimetre), tUnits()));
     EXPECT_EQ(L"-1.0000", format.FormatValueInternalUnits(int(-25.4 * perMillimetre), tUnits(L"inch")));
