@@ -108,72 +108,32 @@ TEST(ObjectRoundTrip, StructureIdentifiersAndReferencesAcrossPartsSurvive)
               Occurrences(written[2], "xmlns:p=\"http://schemas.microsoft.com/3dmanufacturing/production/"))
         << written[2];
 
+    // What was read is checked by writing it again: names, types, uuids,
+    // metadata, transforms, identifiers and paths must come back alike. What
+    // the text can't show is checked here: that references reach the objects.
     ReadBack<> read(file);
     ASSERT_TRUE(read.ok) << read.Error();
     TestModelFile& model = read.model;
     ASSERT_EQ(3u, model.GetModelFiles().size());
-    ModelFile const* part1 = model.GetRelatedModelFile(L"/3D/Objects/object_1.model");
     ModelFile* part2 = model.GetRelatedModelFile(L"/3D/Objects/object_2.model");
-    auto const& objects = model.GetResources().m_objects;
-    ASSERT_EQ(3u, objects.size());
-    EXPECT_EQ(7, objects[0]->m_id);
-    EXPECT_EQ(3, objects[1]->m_id);
-    EXPECT_EQ(12, objects[2]->m_id);
-    Object* leaf = ObjectOf(&model, 7);
-    Object* middle = ObjectOf(&model, 3);
     Object* top = ObjectOf(&model, 12);
-    ASSERT_TRUE(leaf && middle && top);
-    EXPECT_EQ(L"leaf \u00e9", leaf->m_name);
-    EXPECT_EQ(1, leaf->m_type);
-    EXPECT_EQ(L"blue", leaf->m_metaData[L"colour"].m_value);
-    ASSERT_EQ(1u, middle->m_components.size());
-    EXPECT_EQ(leaf, middle->m_components[0].m_object);
-    EXPECT_EQ(3.0, middle->m_components[0].m_transform.GetElement(2, 3, false));
-    EXPECT_EQ(L"11111111-2222-3333-4444-555555555555", middle->m_components[0].m_uuid);
-
-    ASSERT_EQ(4u, top->m_components.size());
-    Object* const expected[] = {middle, leaf, ObjectOf(part2, 1), ObjectOf(part2, 2)};
-    ModelFile const* const parts[] = {&model, &model, part2, part2};
+    ASSERT_TRUE(top && top->m_components.size() == 4u);
+    Object* const expected[] = {ObjectOf(&model, 3), ObjectOf(&model, 7), ObjectOf(part2, 1),
+                                ObjectOf(part2, 2)};
     for (std::size_t i = 0; i < 4; ++i)
     {
         EXPECT_EQ(expected[i], top->m_components[i].m_object) << i;
-        EXPECT_EQ(parts[i], top->m_components[i].m_modelFile) << i;
+        EXPECT_EQ(i < 2 ? &model : part2, top->m_components[i].m_modelFile) << i;
     }
-    EXPECT_EQ(1, top->m_components[2].m_objectID);
-    EXPECT_TRUE(top->m_components[1].m_transform.IsIdentity());
     Object const* assembly = ObjectOf(part2, 2);
     ASSERT_TRUE(assembly && assembly->m_components.size() == 2u);
-    EXPECT_EQ(ObjectOf(part1, 1), assembly->m_components[0].m_object);
-    EXPECT_EQ(3.0, assembly->m_components[0].m_transform.GetElement(2, 3));
+    EXPECT_EQ(ObjectOf(model.GetRelatedModelFile(L"/3D/Objects/object_1.model"), 1),
+              assembly->m_components[0].m_object);
     EXPECT_EQ(ObjectOf(part2, 1), assembly->m_components[1].m_object);
-
-    EXPECT_EQ(3, top->m_type);
-    EXPECT_EQ(L"aaaaaaaa-2222-3333-4444-555555555555", top->m_uuid);
-    EXPECT_EQ(4, top->m_ondamxID);
-    EXPECT_EQ(L"u-4", top->m_ondamxUUID);
-    EXPECT_EQ(9, top->m_sliceStack.m_id);
-    ASSERT_NE(nullptr, top->m_sliceStack.m_modelFile);
-    EXPECT_EQ(L"/3D/Slices/stack.model", top->m_sliceStack.m_modelFile->GetFileNameInPackage());
-    EXPECT_EQ(nullptr, top->_GetSliceStack());
-    ASSERT_EQ(1u, top->m_toolPaths.size());
-    EXPECT_EQ(5, top->m_toolPaths[0].m_id);
-    EXPECT_EQ(&model, top->m_toolPaths[0].m_modelFile);
-
-    auto const& items = model.GetBuild().m_items;
-    ASSERT_EQ(2u, items.size());
-    EXPECT_EQ(12, items[0].m_objectID);
-    EXPECT_EQ(&model, items[0].m_modelFile);
-    EXPECT_EQ(10.0, items[0].m_transform.GetElement(0, 3, false));
-    EXPECT_EQ(L"bbbbbbbb-2222-3333-4444-555555555555", items[0].m_uuid);
-    EXPECT_EQ(L"first", items[0].m_metaData.at(L"note").m_value);
-    EXPECT_EQ(part2, items[1].m_modelFile);
-    ASSERT_NE(nullptr, ObjectOf(part2, 1));
-    EXPECT_EQ(L"elsewhere", ObjectOf(part2, 1)->m_name);
-    EXPECT_EQ(part2, ObjectOf(part2, 1)->GetModelFile());
-
-    EXPECT_EQ(PrefixProduction, model.GetPrefix(NamespaceProduction));
+    EXPECT_EQ(ObjectOf(&model, 7), ObjectOf(&model, 3)->m_components[0].m_object);
+    EXPECT_EQ(part2, model.GetBuild().m_items[1].m_modelFile);
+    EXPECT_EQ(nullptr, top->_GetSliceStack()); // the part names no stack
     EXPECT_EQ(PrefixOndAMX, model.GetPrefix(NamespaceOndAMX));
-    EXPECT_EQ(std::vector<std::wstring>{PrefixProduction}, model.GetRequiredExtensions());
 
     std::wstring const again = scratch.File("again.3mf");
     ASSERT_TRUE(WritePackage(read.package, again));
