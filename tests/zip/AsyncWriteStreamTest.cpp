@@ -152,14 +152,12 @@ TEST(AsyncWriteStream, KeepsOrderWaitsForTheBufferAndClosesItAfterTheLastByte)
     EXPECT_EQ(record.m_bytes, written);
     EXPECT_EQ(record.m_threads.count(std::this_thread::get_id()), 0u);
     EXPECT_LE(record.m_mostAhead, 6 * kBlock + kMostWrite);
-}
 
-TEST(AsyncWriteStream, SmallEntryNeedsNoThread)
-{
-    Record record;
-    CreateAsyncWriteBufferStream(std::make_unique<RecordingBuffer>(record))->write("small", 5);
-    EXPECT_EQ(record.m_bytes, "small");
-    EXPECT_EQ(record.m_threads, std::set<std::thread::id>{std::this_thread::get_id()});
+    // A small entry needs no thread.
+    Record small;
+    CreateAsyncWriteBufferStream(std::make_unique<RecordingBuffer>(small))->write("small", 5);
+    EXPECT_EQ(small.m_bytes, "small");
+    EXPECT_EQ(small.m_threads, std::set<std::thread::id>{std::this_thread::get_id()});
 }
 
 TEST(AsyncWriteStream, FailureOfTheBufferOrArchiveReachesTheWriter)
@@ -169,23 +167,25 @@ TEST(AsyncWriteStream, FailureOfTheBufferOrArchiveReachesTheWriter)
         std::printf("result %d\n", WriteToAFullDisk(archive));
         return;
     }
-    // On the worker thread: a later write or the flush throws.
-    for (std::size_t failAfter : {std::size_t{0}, std::size_t{600000}})
+    // On the worker thread a later write or the flush throws; before any
+    // thread runs, the flush throws on the writer's own thread.
+    std::pair<std::size_t, bool> const failures[] = {{0, false}, {600000, false}, {0, true}};
+    for (auto const& [failAfter, fewBytes] : failures)
     {
         Record record;
         std::unique_ptr<std::ostream> stream =
             CreateAsyncWriteBufferStream(std::make_unique<RecordingBuffer>(record, failAfter));
+        if (fewBytes)
+        {
+            *stream << "a few bytes";
+            EXPECT_THROW(stream->flush(), std::runtime_error);
+            continue;
+        }
         EXPECT_THROW(WriteMuch(*stream), std::runtime_error);
         EXPECT_TRUE(stream->bad());
         stream.reset();
         EXPECT_TRUE(record.m_destroyed);
     }
-    // Before any thread runs: the flush throws on the writer's own thread.
-    Record record;
-    std::unique_ptr<std::ostream> stream =
-        CreateAsyncWriteBufferStream(std::make_unique<RecordingBuffer>(record, 0));
-    *stream << "a few bytes";
-    EXPECT_THROW(stream->flush(), std::runtime_error);
 
     // A full disk: files may not grow beyond 64 KiB while the archive is
     // written, and the compressed bytes of its entry are many more. The
@@ -204,7 +204,7 @@ TEST(AsyncWriteStream, FailureOfTheBufferOrArchiveReachesTheWriter)
     EXPECT_FALSE(std::filesystem::exists(folder / "full.3mf"));
 }
 
-// A large part streams with the memory of a few blocks, and reads back whole.
+// A large part streams with the memory of a few blocks.
 TEST(AsyncWriteStream, LargeEntryKeepsMemoryFlat)
 {
     TemporaryFolder folder;
@@ -231,20 +231,13 @@ TEST(AsyncWriteStream, LargeEntryKeepsMemoryFlat)
     }
     std::optional<std::size_t> const growthKiB = peak.KiB();
 
+    // The directory holds the size and the CRC of every byte written.
     MZipArchive archive(false);
     ASSERT_TRUE(archive.OpenArchiveRead(path.wstring().c_str()));
     MZipArchive::MZipFileInfo info;
     ASSERT_TRUE(archive.GetFileInfo("3D/3dmodel.model", info));
     EXPECT_EQ(info.m_uncompressedSize, chunk.size() * rounds);
     EXPECT_EQ(info.m_crc, crc);
-    ReadBufferStream stream(new ReadBufferFromZip(&archive, L"3D/3dmodel.model"));
-    std::vector<char> block(1 << 16);
-    std::uint64_t got = 0;
-    while (stream.read(block.data(), static_cast<std::streamsize>(block.size())) || stream.gcount() > 0)
-    {
-        got += static_cast<std::uint64_t>(stream.gcount());
-    }
-    EXPECT_EQ(got, chunk.size() * rounds);
     if (!growthKiB)
     {
         GTEST_SKIP() << "the peak resident memory can't be reset or read here";

@@ -92,7 +92,10 @@ TEST(ZipRoundTrip, Zip32AndZip64StreamsAndFilesReadBack)
     }
 }
 
-TEST(ZipRoundTrip, LookupsAreExactAndOneEntryIsReadAtATime)
+// Lookups are exact, one entry is read or written at a time, archives that
+// can't be opened say why and which file, and an archive closed without
+// entries is still an archive, of both kinds.
+TEST(ZipRoundTrip, LookupsRefusalsAndEmptyArchives)
 {
     TemporaryFolder folder;
     std::filesystem::path const path = folder / "a.zip";
@@ -100,7 +103,6 @@ TEST(ZipRoundTrip, LookupsAreExactAndOneEntryIsReadAtATime)
         MZipArchive archive(false);
         ASSERT_TRUE(archive.OpenArchiveWrite(path.wstring().c_str()));
         WriteBufferStream(new WriteBufferToZip32(&archive, "3D/3dmodel.model")) << "model";
-        // One entry at a time on writing too.
         WriteBufferToZip32 open(&archive, "first");
         EXPECT_THROW(WriteBufferToZip32(&archive, "second"), MZipArchiveError::MGeneric);
     }
@@ -111,7 +113,6 @@ TEST(ZipRoundTrip, LookupsAreExactAndOneEntryIsReadAtATime)
     EXPECT_FALSE(archive.GetFileInfo("3d/3DModel.model", info));
     EXPECT_FALSE(archive.GetFileInfo("/3D/3dmodel.model", info));
     EXPECT_THROW(ReadBufferFromZip(&archive, L"3d/3dmodel.model"), MZipArchiveError::MFileNotFound);
-
     std::wstring const target = (folder / "never").wstring();
     EXPECT_THROW(archive.ExtractFile("missing", target.c_str(), nullptr), MZipArchiveError::MGeneric);
     {
@@ -121,12 +122,7 @@ TEST(ZipRoundTrip, LookupsAreExactAndOneEntryIsReadAtATime)
     }
     EXPECT_FALSE(std::filesystem::exists(target));
     EXPECT_EQ(ReadEntry(new ReadBufferFromZip(&archive, L"3D/3dmodel.model")), "model");
-}
 
-TEST(ZipRoundTrip, ArchivesThatCantBeOpened)
-{
-    TemporaryFolder folder;
-    MZipArchive archive(false);
     FileIO::Zip::Zip64Writer writer;
     EXPECT_FALSE(archive.OpenArchiveWrite((folder / "no/such/folder.zip").wstring().c_str()));
     EXPECT_FALSE(writer.OpenArchive((folder / "no/such/folder.zip").wstring().c_str()));
@@ -136,32 +132,23 @@ TEST(ZipRoundTrip, ArchivesThatCantBeOpened)
     for (char const* name : {"absent.zip", "empty.zip", "text.zip"})
     {
         EXPECT_FALSE(archive.OpenArchiveRead((folder / name).wstring().c_str())) << name;
-        // Why, and which file.
         EXPECT_NE(archive.GetOpenError().find((folder / name).wstring()), std::wstring::npos);
         EXPECT_GT(archive.GetOpenError().size(), (folder / name).wstring().size() + 2);
     }
-}
 
-// An archive closed without entries is still an archive, of both kinds.
-TEST(ZipRoundTrip, ArchiveWithoutEntries)
-{
-    TemporaryFolder folder;
     std::filesystem::path const path32 = folder / "empty32.zip", path64 = folder / "empty64.zip";
-    MZipArchive archive(false);
     ASSERT_TRUE(archive.OpenArchiveWrite(path32.wstring().c_str()));
     EXPECT_TRUE(archive.CloseArchive());
-    FileIO::Zip::Zip64Writer writer;
     ASSERT_TRUE(writer.OpenArchive(path64.wstring().c_str()));
     EXPECT_TRUE(writer.CloseArchive());
-    for (auto const& path : {path32, path64})
+    for (auto const& empty : {path32, path64})
     {
-        EXPECT_TRUE(LibzipReadsStrictly(path).empty());
+        EXPECT_TRUE(LibzipReadsStrictly(empty).empty());
         EXPECT_EQ(
             RunShell("python3 -c 'import zipfile,sys; print(zipfile.ZipFile(sys.argv[1]).namelist())' '" +
-                     path.string() + "'"),
+                     empty.string() + "'"),
             std::make_pair(0, std::string("[]\n")));
-        ASSERT_TRUE(archive.OpenArchiveRead(path.wstring().c_str()));
-        MZipArchive::MZipFileInfo info;
+        ASSERT_TRUE(archive.OpenArchiveRead(empty.wstring().c_str()));
         EXPECT_FALSE(archive.GetFileInfo("", info));
     }
 }
