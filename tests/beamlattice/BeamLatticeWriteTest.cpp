@@ -88,66 +88,66 @@ void ExpectContains(std::string const& xml, std::vector<std::string> const& part
 }
 } // namespace
 
-// Lattice attributes with "minlength" in internal units, which the reader
-// takes as millimetres: one unit written is a millimetre read, so beams
-// shorter than that are gone on reading. A beam of no length is left out;
-// r2 only on the tapered beam; caps with the default filled in.
-TEST(BeamLatticeWrite, PublishedDialect)
+// Published: lattice attributes with "minlength" in internal units, which
+// the reader takes as millimetres: one unit written is a millimetre read, so
+// beams shorter than that are gone on reading. A beam of no length is left
+// out; r2 only on the tapered beam; caps with the default filled in.
+// Vendor: a group per graph, empty ones too, with the radius of its first
+// beam; a beam carries r1 only where it differs, never r2 or caps, and short
+// beams stay. Without a namespace, no lattice.
+TEST(BeamLatticeWrite, EachDialectAndNone)
 {
-    auto const stl = LatticeMesh();
-    Written const written = WriteAndRead(stl.get(), NamespaceBeamLattice);
-    ExpectContains(
-        written.xml,
-        {R"(xmlns:bl="http://schemas.microsoft.com/3dmanufacturing/beamlattice/2017/02")",
-         R"(<bl:beamlattice clippingmode="none" minlength="1" precision="0.0010" radius="0.4000" cap="sphere">)",
-         R"(<bl:beam v1="0" v2="1" r1="0.5" cap1="sphere" cap2="sphere")",
-         R"(<bl:beam v1="1" v2="2" r1="0.5" r2="0.3" cap1="butt" cap2="sphere")",
-         R"(<bl:beam v1="2" v2="3" r1="0.15" cap1="sphere" cap2="sphere")",
-         R"(<bl:beam v1="2" v2="0" r1="0.2" cap1="sphere" cap2="sphere")"});
-    EXPECT_EQ(4u, Occurrences(written.xml, "<bl:beam "));
-    EXPECT_EQ(0u, Occurrences(written.xml, "clippingmesh"));
-    EXPECT_EQ(0u, Occurrences(written.xml, "beamgroup"));
     int const s = 2;
     int const b = 3;
-    EXPECT_EQ((std::vector<Beam>{{0, 1, 10000, 10000, s, s},
-                                 {1, 2, 10000, 6000, b, s},
-                                 {2, 3, 3000, 3000, s, s},
-                                 {2, 0, 4000, 4000, s, s}}),
-              written.beams);
-}
-
-// A group per graph, empty ones too, with the radius of its first beam; a
-// beam carries r1 only where it differs, never r2 or caps, and short beams
-// stay.
-TEST(BeamLatticeWrite, VendorDialect)
-{
-    auto const stl = LatticeMesh();
-    Written const written = WriteAndRead(stl.get(), NamespaceBeamLatticeOndl);
-    ExpectContains(
-        written.xml,
-        {R"(xmlns:bl="http://schemas.ondsdk.com/3dmanufacturing/beamlattice/2017/02")",
-         R"(<bl:beamlattice><bl:beamgroup radius="0.5" name="struts"><bl:beam v1="0" v2="1"/>)"
-         R"(<bl:beam v1="1" v2="2"/><bl:beam v1="0" v2="3"/><bl:beam v1="2" v2="3" r1="0.15"/>)"
-         R"(</bl:beamgroup><bl:beamgroup name="empty"/>)"
-         R"(<bl:beamgroup radius="0.2" name="second"><bl:beam v1="2" v2="0"/></bl:beamgroup></bl:beamlattice>)"});
-    EXPECT_EQ(0u, Occurrences(written.xml, "r2="));
-    EXPECT_EQ(0u, Occurrences(written.xml, "cap"));
-    EXPECT_EQ(0u, Occurrences(written.xml, "hintaccurcay")) << "the host's edges are exact";
-    EXPECT_EQ((std::vector<Beam>{{0, 1, 10000, 10000},
-                                 {1, 2, 10000, 10000},
-                                 {0, 3, 10000, 10000},
-                                 {2, 3, 3000, 3000},
-                                 {2, 0, 4000, 4000}}),
-              written.beams);
-}
-
-TEST(BeamLatticeWrite, NoNamespaceNoLattice)
-{
-    auto const stl = LatticeMesh();
-    Written const written = WriteAndRead(stl.get(), L"");
-    EXPECT_EQ(0u, Occurrences(written.xml, "beam")) << written.xml;
-    EXPECT_TRUE(written.beams.empty());
-    EXPECT_EQ(4u, Occurrences(written.xml, "<vertex ")) << written.xml;
+    struct Case
+    {
+        std::wstring beamNamespace;
+        std::vector<std::string> present;
+        std::vector<std::string> absent;
+        std::vector<Beam> beams; // read back, caps without the default
+    };
+    for (
+        Case const& c : {
+            Case{
+                NamespaceBeamLattice,
+                {R"(xmlns:bl="http://schemas.microsoft.com/3dmanufacturing/beamlattice/2017/02")",
+                 R"(<bl:beamlattice clippingmode="none" minlength="1" precision="0.0010" radius="0.4000" cap="sphere">)",
+                 R"(<bl:beams><bl:beam v1="0" v2="1" r1="0.5" cap1="sphere" cap2="sphere"/>)"
+                 R"(<bl:beam v1="1" v2="2" r1="0.5" r2="0.3" cap1="butt" cap2="sphere"/>)"
+                 R"(<bl:beam v1="2" v2="3" r1="0.15" cap1="sphere" cap2="sphere"/>)"
+                 R"(<bl:beam v1="2" v2="0" r1="0.2" cap1="sphere" cap2="sphere"/></bl:beams>)"},
+                {"clippingmesh", "beamgroup"},
+                {{0, 1, 10000, 10000, s, s},
+                 {1, 2, 10000, 6000, b, s},
+                 {2, 3, 3000, 3000, s, s},
+                 {2, 0, 4000, 4000, s, s}}},
+            Case{
+                NamespaceBeamLatticeOndl,
+                {R"(xmlns:bl="http://schemas.ondsdk.com/3dmanufacturing/beamlattice/2017/02")",
+                 R"(<bl:beamlattice><bl:beamgroup radius="0.5" name="struts"><bl:beam v1="0" v2="1"/>)"
+                 R"(<bl:beam v1="1" v2="2"/><bl:beam v1="0" v2="3"/><bl:beam v1="2" v2="3" r1="0.15"/>)"
+                 R"(</bl:beamgroup><bl:beamgroup name="empty"/>)"
+                 R"(<bl:beamgroup radius="0.2" name="second"><bl:beam v1="2" v2="0"/></bl:beamgroup></bl:beamlattice>)"},
+                {"r2=", "cap", "hintaccurcay"},
+                {{0, 1, 10000, 10000},
+                 {1, 2, 10000, 10000},
+                 {0, 3, 10000, 10000},
+                 {2, 3, 3000, 3000},
+                 {2, 0, 4000, 4000}}},
+            Case{L"", {"</vertices><triangles/></mesh>"}, {"beam"}, {}},
+        })
+    {
+        SCOPED_TRACE(StringConversion::ConvertNativeToUTF8(c.beamNamespace));
+        auto const stl = LatticeMesh();
+        Written const written = WriteAndRead(stl.get(), c.beamNamespace);
+        ExpectContains(written.xml, c.present);
+        for (std::string const& part : c.absent)
+        {
+            EXPECT_EQ(0u, Occurrences(written.xml, part)) << part << "\nin " << written.xml;
+        }
+        EXPECT_EQ(4u, Occurrences(written.xml, "<vertex "));
+        EXPECT_EQ(c.beams, written.beams);
+    }
 }
 
 // Beams without element information have their ends only, and the lattice
@@ -160,7 +160,8 @@ TEST(BeamLatticeWrite, BareEdgesAndMeshesWithoutGraphs)
     MStlPoint* const b = bare->AddPoint(0, 0, 30000);
     bare->GetFeature().AddNewGraph()->AddEdge(a, b);
     Written const published = WriteAndRead(bare.get(), NamespaceBeamLattice);
-    ExpectContains(published.xml, {R"(minlength="1" precision="0.0010" radius="0.0001" cap="hemisphere">)", R"(<bl:beam v1="0" v2="1"/>)"});
+    ExpectContains(published.xml, {R"(minlength="1" precision="0.0010" radius="0.0001" cap="hemisphere">)",
+                                   R"(<bl:beam v1="0" v2="1"/>)"});
     Written const vendor = WriteAndRead(bare.get(), NamespaceBeamLatticeOndl);
     ExpectContains(vendor.xml, {R"(<bl:beamgroup name=""><bl:beam v1="0" v2="1"/></bl:beamgroup>)"});
 

@@ -1,62 +1,95 @@
 // Tests of reading mesh geometry: rounding to internal units, incomplete
-// elements, namespaces, skipping and cancelling.
+// elements, namespaces, bad indices, skipping and cancelling; and who owns
+// the host mesh of a binding.
 #include "mesh/MeshReadSupport.h"
 #include "support/MeshDump.h"
 
-#include "common/IncrementalProgressReporter.h"
-
 #include <gtest/gtest.h>
 
-#include <array>
 #include <sstream>
 
 using namespace Format_3MF;
 
 namespace
 {
-using Points3 = PointList;
-using Triangles3 = TriangleList;
-} // namespace
+std::string const kModelStart = R"(<model xmlns="http://schemas.microsoft.com/3dmanufacturing/core/2015/02"
+    xmlns:c="http://schemas.microsoft.com/3dmanufacturing/core/2015/02" xmlns:x="urn:other"
+    xmlns:b="http://schemas.microsoft.com/3dmanufacturing/beamlattice/2017/02"><resources><object id="10">)";
 
-TEST(MeshGeometryRead, CoordinatesRoundHalfAwayFromZeroInInternalUnits)
+struct Case
 {
-    MeshRead read(MeshModel(R"(<object id="10"><mesh><vertices>
-        <vertex x="0.00025" y="-0.00025" z="1.5"/>
-        <vertex x="-0.00024" y="0.00014999" z="-1e300"/>
-        <vertex x="1e300" y="nan" z="0"/>
-        </vertices></mesh></object>)"));
-    ASSERT_TRUE(read.ok) << read.Error();
-    EXPECT_EQ((Points3{{3, -3, 15000}, {-2, 1, INT32_MIN}, {INT32_MAX, 0, 0}}), PointsOf(read.Stl()));
-}
+    char const* name;
+    std::string mesh;
+    PointList points;
+    TriangleList triangles = {};
+    std::string error = "";
+};
 
-TEST(MeshGeometryRead, IncompleteElementsAreDroppedAndLaterIndicesShift)
-{
-    // The vertex without "z" is dropped, so "3" is the fourth complete one.
-    MeshRead read(MeshModel(R"(<object id="10"><mesh><vertices>
-        <vertex x="0" y="0" z="0"/><vertex x="1" y="0"/><vertex x="1" y="0" z="0"/>
+std::vector<Case> const kCases = {
+    {"coordinates round half away from zero in internal units and clamp",
+     R"(<vertices><vertex x="0.00025" y="-0.00025" z="1.5"/><vertex x="-0.00024" y="0.00014999" z="-1e300"/>
+        <vertex x="1e300" y="nan" z="0"/></vertices>)",
+     {{3, -3, 15000}, {-2, 1, INT32_MIN}, {INT32_MAX, 0, 0}}},
+    // The vertex without "z" is dropped, so "3" is the fourth complete one;
+    // corners beyond "v3" and properties without a group make no references.
+    {"incomplete elements are dropped and later indices shift",
+     R"(<vertices><vertex x="0" y="0" z="0"/><vertex x="1" y="0"/><vertex x="1" y="0" z="0"/>
         <vertex x="0" y="1" z="0"/><vertex x="2" y="2" z="2"/></vertices>
-        <triangles><triangle v1="0" v2="1" v3="3"/><triangle v1="0" v2="1"/>
-        <triangle v1="2" v2="1" v3="x"/><triangle v1="1" v2="2" v3="0"/></triangles></mesh></object>)"));
-    ASSERT_TRUE(read.ok) << read.Error();
-    EXPECT_EQ(4u, read.Stl().GetNumberOfPoints());
-    EXPECT_EQ((Triangles3{{0, 1, 3}, {1, 2, 0}}), TrianglesOf(read.Stl()));
-}
-
-TEST(MeshGeometryRead, CoreElementsMayCarryAPrefixAndOtherNamespacesAreSkipped)
-{
-    MeshRead read(R"(<model xmlns="http://schemas.microsoft.com/3dmanufacturing/core/2015/02"
-        xmlns:c="http://schemas.microsoft.com/3dmanufacturing/core/2015/02" xmlns:x="urn:other"
-        xmlns:b="http://schemas.microsoft.com/3dmanufacturing/beamlattice/2017/02"><resources>
-        <object id="10"><mesh><c:vertices><c:vertex x="0" y="0" z="0"/><vertex x="1" y="0" z="0"/>
+        <triangles><triangle v1="0" v2="1" v3="3" p1="0"/><triangle v1="0" v2="1"/>
+        <triangle v1="2" v2="1" v3="x"/><triangle v1="1" v2="2" v3="0" pid="99" p1="0"/></triangles>)",
+     {{0, 0, 0}, {10000, 0, 0}, {0, 10000, 0}, {20000, 20000, 20000}},
+     {{0, 1, 3}, {1, 2, 0}}},
+    {"core elements may carry a prefix and other namespaces are skipped",
+     R"(<c:vertices><c:vertex x="0" y="0" z="0"/><vertex x="1" y="0" z="0"/>
         <x:vertex x="5" y="5" z="5"/><c:vertex x="0" y="1" z="0"/></c:vertices>
         <x:triangles><triangle v1="0" v2="1" v3="2"/></x:triangles>
         <triangles><c:triangle v1="2" v2="1" v3="0"/></triangles>
-        <b:beamlattice radius="1"><b:beams><b:beam v1="0" v2="1"/></b:beams></b:beamlattice>
-        </mesh></object></resources><build/></model>)");
-    ASSERT_TRUE(read.ok) << read.Error();
-    ASSERT_NE(nullptr, read.Mesh());
-    EXPECT_EQ((Points3{{0, 0, 0}, {10000, 0, 0}, {0, 10000, 0}}), PointsOf(read.Stl()));
-    EXPECT_EQ((Triangles3{{2, 1, 0}}), TrianglesOf(read.Stl()));
+        <b:beamlattice radius="1"><b:beams><b:beam v1="0" v2="1"/></b:beams></b:beamlattice>)",
+     {{0, 0, 0}, {10000, 0, 0}, {0, 10000, 0}},
+     {{2, 1, 0}}},
+    {"a vertex index beyond the vertices",
+     R"(<vertices><vertex x="0" y="0" z="0"/></vertices><triangles><triangle v1="0" v2="1" v3="0"/></triangles>)",
+     {},
+     {},
+     "A triangle refers to vertex 1 of 1 vertices."},
+    {"a negative vertex index",
+     R"(<vertices><vertex x="0" y="0" z="0"/></vertices><triangles><triangle v1="-1" v2="1" v3="0"/></triangles>)",
+     {},
+     {},
+     "A triangle refers to vertex -1 of 1 vertices."},
+    {"vertices after the triangles do not count for them",
+     R"(<triangles><triangle v1="0" v2="1" v3="2"/></triangles><vertices><vertex x="0" y="0" z="0"/>
+        <vertex x="1" y="0" z="0"/><vertex x="0" y="1" z="0"/></vertices>)",
+     {},
+     {},
+     "A triangle refers to vertex 0 of 0 vertices."},
+};
+
+// A host mesh that tells when it goes.
+struct WatchedStl : MStlBase
+{
+    explicit WatchedStl(bool& deleted) : m_deleted(deleted) {}
+    ~WatchedStl() override { m_deleted = true; }
+    bool& m_deleted;
+};
+} // namespace
+
+// A mesh without property references makes no mask for them.
+TEST(MeshGeometryRead, PointsTrianglesAndErrors)
+{
+    for (Case const& c : kCases)
+    {
+        SCOPED_TRACE(c.name);
+        MeshRead read(kModelStart + "<mesh>" + c.mesh + "</mesh></object></resources><build/></model>");
+        EXPECT_EQ(c.error.empty(), read.ok);
+        EXPECT_EQ(c.error, read.Error());
+        if (read.ok)
+        {
+            EXPECT_EQ(c.points, PointsOf(read.Stl()));
+            EXPECT_EQ(c.triangles, TrianglesOf(read.Stl()));
+            EXPECT_TRUE(read.Stl().GetTriangleMaskOwner().GetMasks().empty());
+        }
+    }
 }
 
 TEST(MeshGeometryRead, TheObjectTypeSetsThePartFlags)
@@ -90,7 +123,6 @@ TEST(MeshGeometryRead, SkippingGeometryLeavesTheMeshEmptyButKeepsFlagsAndDefault
     EXPECT_EQ(0u, stl.GetNumberOfPoints());
     EXPECT_EQ(0u, stl.GetNumberOfTriangles());
     EXPECT_TRUE(stl.m_partIsSupport);
-    EXPECT_FALSE(stl.m_partIsSolid);
     EXPECT_EQ(0x302010u, stl.GetMaterial().GetRGB());
 }
 
@@ -123,19 +155,34 @@ TEST(MeshGeometryRead, CancellingStopsInsideTheMeshWithStatusThree)
     EXPECT_LT(read.Stl().GetNumberOfPoints(), 20000u);
 }
 
-TEST(MeshGeometryRead, VertexIndicesOutsideTheVerticesReadSoFarFail)
+TEST(MeshStlBase, OwnershipOfTheHostMesh)
 {
-    for (char const* triangle :
-         {R"(<triangle v1="0" v2="1" v3="4"/>)", R"(<triangle v1="-1" v2="1" v3="2"/>)"})
+    TestModelFile model;
+    bool firstDeleted = false;
+    bool secondDeleted = false;
+    auto* const first = new WatchedStl(firstDeleted);
+    auto* const second = new WatchedStl(secondDeleted);
     {
-        MeshRead read(MeshModel(TriangleObject(triangle)));
-        EXPECT_FALSE(read.ok) << triangle;
-        EXPECT_NE(std::string::npos, read.Error().find("of 4 vertices")) << read.Error();
+        MeshStlBase mesh(first, &model, nullptr, nullptr);
+        EXPECT_FALSE(mesh.GetOwnStl()) << "the constructor takes no ownership";
+        mesh.SetStl(first, true);
+        mesh.SetStl(first, true);
+        EXPECT_FALSE(firstDeleted) << "binding the bound mesh again never deletes it";
+        mesh.SetStl(second, true);
+        EXPECT_TRUE(firstDeleted) << "an owned mesh goes when another is bound";
+        EXPECT_EQ(second, mesh.GetStl(true));
+        EXPECT_FALSE(mesh.GetOwnStl());
+        EXPECT_EQ(second, mesh.GetStl(false)) << "a released mesh stays bound";
     }
-    // Vertices after the triangles do not count for them.
-    MeshRead late(MeshModel(R"(<object id="10"><mesh><triangles><triangle v1="0" v2="1" v3="2"/></triangles>
-        <vertices><vertex x="0" y="0" z="0"/><vertex x="1" y="0" z="0"/><vertex x="0" y="1" z="0"/></vertices>
-        </mesh></object>)"));
-    EXPECT_FALSE(late.ok);
-    EXPECT_EQ("A triangle refers to vertex 0 of 0 vertices.", late.Error());
+    EXPECT_FALSE(secondDeleted);
+    delete second;
+
+    // An owned mesh goes with the binding, its mask first.
+    bool ownedDeleted = false;
+    {
+        MeshStlBase mesh(nullptr, &model, nullptr, nullptr);
+        mesh.SetStl(new WatchedStl(ownedDeleted), true);
+        mesh.InitTriangleProperties();
+    }
+    EXPECT_TRUE(ownedDeleted);
 }
