@@ -3,8 +3,6 @@
 #include "SaxTestSupport.h"
 #include "support/SaxProbe.h"
 
-#include "sax/SAXWriter.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -95,48 +93,4 @@ TEST(SaxAttributes, AttributesOfHeldStartTagsAndOfEachTag)
     EXPECT_EQ(seen, (std::vector<std::wstring>{L"r/1", L"1/2", L"2/1", L"/0"}));
 }
 
-// Writes a value as attribute and as text, and reads both back.
-TEST(SaxAttributes, EscapingRoundTripsThroughWriterAndReader)
-{
-    std::wstring const value = L"a<b>&c\"d'e\n\tf\r\ng ü 😀 ]]> end";
-    struct Writer : ISAXPersistHelper
-    {
-        std::wstring value;
-        bool Write(MSAXWriter& writer) const override
-        {
-            writer.WriteAttribute(L"v", value);
-            writer.WriteAttribute("u", std::string_view("x<y&\"z\" ü\n"));
-            MSAXTagWriter text(writer, L"text");
-            writer.WriteText(value);
-            return true;
-        }
-    } writer;
-    writer.value = value;
-    for (std::int32_t style : {0, 1})
-    {
-        OndAM::SaxUtilities::WriteOptions options;
-        options.m_rootElement = L"root";
-        options.m_style = style;
-        std::ostringstream out;
-        ASSERT_TRUE(OndAM::SaxUtilities::WriteStream(out, writer, options));
-
-        std::wstring attribute, utf8Attribute, text;
-        std::vector<std::string> log;
-        Recorder reader(log, "R");
-        reader.onTag = [&](std::string const& tag, MSAXReader& reader)
-        {
-            if (tag != "root")
-            {
-                reader.GetText(text);
-                return;
-            }
-            reader.GetAttributeString(attribute, L"v");
-            reader.GetAttributeString(utf8Attribute, L"u");
-        };
-        ASSERT_TRUE(Read(out.str(), reader)) << out.str();
-        EXPECT_EQ(attribute, value);
-        EXPECT_EQ(utf8Attribute, L"x<y&\"z\" ü\n");
-        EXPECT_EQ(text, value);
-    }
-}
 } // namespace
