@@ -1,20 +1,10 @@
 // An application outside the library's tree, built against the installed
-// package only: it writes a coloured mesh beside a slice stack of its own,
-// carried through the extension point (so the helper bases it derives from
-// must be exported), reads both back, and imports it and a sample when one is
-// given. Exporting is the README's example, built beside it.
+// package only: it exports a mesh with a colour per triangle and imports it
+// back, and imports a sample when one is given. The README's examples, built
+// beside it, show the plain export and the import of parts.
 #include "common/StringConversion.h"
-#include "format3mf/FormatIdentifiers.h"
+#include "format3mf/Exporter.h"
 #include "format3mf/Importer.h"
-#include "format3mf/ModelFileStlBase.h"
-#include "format3mf/Package.h"
-#include "format3mf/PackageRead.h"
-#include "format3mf/PackageWrite.h"
-#include "format3mf/ReadAttribute.h"
-#include "format3mf/Resources.h"
-#include "format3mf/SliceStack.h"
-#include "format3mf/XMLHandlers.h"
-#include "format3mf/XMLPersistHelpers.h"
 #include "triangles/MStlBase.h"
 #include "triangles/MStlColorMaskTrianglePoints.h"
 
@@ -24,8 +14,6 @@
 #include <memory>
 #include <string>
 #include <vector>
-
-using namespace Format_3MF;
 
 namespace
 {
@@ -41,73 +29,14 @@ void Check(bool condition, char const* what)
 }
 #define CHECK(condition) Check(condition, #condition)
 
-// The application's slice stack: a "zbottom" attribute, read and written by
-// its own helpers.
-struct SliceStack : ISliceStack
-{
-    struct Reader : ISAXReadHelper, XMLReadHandler, ISAXAttributeHandler
-    {
-        Reader(SliceStack* stack, PackageReadContext* context, ISAXReadHelper* parent)
-            : ISAXReadHelper(parent), XMLReadHandler(context), m_stack(stack)
-        {
-        }
-        void HandleAttributes(MSAXReader& reader) override
-        {
-            ReadAttribute(reader, L"zbottom", m_stack->m_bottom);
-        }
-        bool HandleTag(std::wstring const&, MSAXReader&) override { return false; }
-        SliceStack* m_stack;
-    };
-
-    struct Writer : ISAXWriteHelper, XMLWriteHandler
-    {
-        Writer(SliceStack const* stack, PackageWriteContext* context)
-            : XMLWriteHandler(context), m_stack(stack)
-        {
-        }
-        bool Write(MSAXWriter& writer) const override
-        {
-            writer.WriteAttribute(L"id", FormatID(m_stack->m_id));
-            writer.WriteAttribute(L"zbottom", FormatValueFileUnits(m_stack->m_bottom, 4));
-            MSAXTagWriterNS slice(writer, L"slice", m_stack->m_modelFile->GetPrefix(NamespaceSlice));
-            return true;
-        }
-        SliceStack const* m_stack;
-    };
-
-    explicit SliceStack(ModelFile* file) : ISliceStack(file) {}
-    ISAXReadHelper* _CreateSaxHandlerRead(PackageReadContext* context, ISAXReadHelper* parent) override
-    {
-        return new Reader(this, context, parent);
-    }
-    ISAXWriteHelper* _CreateSaxHandlerWrite(PackageWriteContext* context,
-                                            std::shared_ptr<OndSDK::Common::IProgressDelegate>) const override
-    {
-        return new Writer(this, context);
-    }
-    void _OnStartWriting(PackageWriteContext*) override { m_modelFile->AddNamespace(NamespaceSlice, L"s"); }
-    void _OnStopWriting(PackageWriteContext*) override {}
-    void _OnStartReading(PackageReadContext*) override {}
-    void _OnStopReading(PackageReadContext*) override {}
-
-    double m_bottom = 0.0;
-};
-
-class SlicedModelFile : public ModelFileStlBase
-{
-protected:
-    ISliceStack* _CreateSliceStack(PackageReadContext*) override { return new SliceStack(this); }
-};
-
-std::size_t ImportedTriangles(std::wstring const& path)
+std::vector<std::unique_ptr<MStlBase>> Import(std::string const& path)
 {
     std::vector<std::unique_ptr<MStlBase>> parts;
     format3mf::import::Importer importer;
     importer.SetOutputParts(parts);
-    importer.SetFileName(path);
-    importer.SetImportAsOnePart(true);
-    CHECK(importer.Operate(nullptr) == format3mf::import::Importer::Success && parts.size() == 1);
-    return parts.empty() ? 0 : parts[0]->GetNumberOfTriangles();
+    importer.SetFileName(StringConversion::ConvertMultiByteStringToOndString(path));
+    CHECK(importer.Operate(nullptr) == format3mf::import::Importer::Success);
+    return parts;
 }
 } // namespace
 
@@ -135,36 +64,21 @@ int main(int argc, char** argv)
             colour = MStlColor(0x102030u * (triangle + 1));
         }
     }
-    std::wstring const sliced =
-        StringConversion::ConvertMultiByteStringToOndString(argv[1] + std::string("/s.3mf"));
+    std::string const file = argv[1] + std::string("/coloured.3mf");
+    format3mf::Export exporter;
+    exporter.SetStl(&mesh, MMTransformMatrix(), nullptr);
+    exporter.SetFilePath(StringConversion::ConvertMultiByteStringToOndString(file));
+    CHECK(exporter.Operate() == format3mf::Export::Success);
+    auto const parts = Import(file);
+    CHECK(parts.size() == 1 && parts[0]->GetNumberOfTriangles() == 4);
+    for (std::uint32_t triangle = 0; parts.size() == 1 && triangle < parts[0]->GetNumberOfTriangles();
+         ++triangle)
     {
-        SlicedModelFile model;
-        model.AddStl(&mesh);
-        auto* stack = new SliceStack(&model);
-        stack->m_bottom = 0.5;
-        model.AddSliceStack(stack, nullptr);
-        Package package(&model);
-        CHECK(PackageWrite(&package, PackageWriteOptions()).Write(sliced, nullptr));
+        CHECK(parts[0]->TriangleAt(triangle).GetColor().GetRGB() == 0x102030u * (triangle + 1));
     }
-    SlicedModelFile model;
-    model.AddSupportedExtension(NamespaceSlice, true);
-    Package package(&model);
-    CHECK(PackageRead(&package, PackageReadOptions()).Read(sliced, nullptr));
-    auto const& stacks = model.GetResources().m_sliceStacks;
-    CHECK(stacks.size() == 1 && static_cast<SliceStack const&>(*stacks[0]).m_bottom == 0.5);
-    CHECK(model.GetNumStls() == 1 && model.GetStl(0)->GetNumberOfTriangles() == 4);
-    for (std::uint32_t triangle = 0; model.GetNumStls() == 1 && triangle < 4; ++triangle)
-    {
-        CHECK(model.GetStl(0)->TriangleAt(triangle).GetColor().GetRGB() == 0x102030u * (triangle + 1));
-    }
-    for (std::uint64_t i = 0; i < model.GetNumStls(); ++i)
-    {
-        delete model.GetStl(i);
-    }
-    CHECK(ImportedTriangles(sliced) == 4);
     if (argc > 2)
     {
-        CHECK(ImportedTriangles(StringConversion::ConvertMultiByteStringToOndString(argv[2])) > 0);
+        CHECK(!Import(argv[2]).empty());
     }
     std::cout << (g_failures == 0 ? "consumer: all checks passed\n" : "consumer: checks failed\n");
     return g_failures == 0 ? 0 : 1;
