@@ -69,13 +69,10 @@ TEST(Progress, CountingIsThrottledClampedAndSharedWithNestedWork)
     EXPECT_TRUE(std::is_sorted(root->seen.begin(), root->seen.end()));
 
     IncrementalProgressReporter steps(root, "steps", 10, true);
-    std::pair<std::uint64_t, double> const counts[] = {{25, 1.0}, {5, 0.5}, {UINT64_MAX, 1.0}};
-    for (auto const& [count, expected] : counts)
-    {
-        steps = count;
-        EXPECT_DOUBLE_EQ(expected, root->GetProgress()) << count;
-    }
+    steps = 25;
+    EXPECT_DOUBLE_EQ(1.0, root->GetProgress());
     steps = 5;
+    EXPECT_DOUBLE_EQ(0.5, root->GetProgress());
     steps += UINT64_MAX;
     EXPECT_DOUBLE_EQ(1.0, root->GetProgress());
     // Ten steps and a nested weight of ten.

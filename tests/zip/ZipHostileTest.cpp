@@ -9,28 +9,19 @@
 #include "zip/WriteBufferToZip.h"
 
 #include <cstdint>
+#include <cstring>
 #include <functional>
 
 using namespace ziptest;
 
 namespace
 {
+// A field of the archive, little-endian like every host these tests run on.
 std::uint32_t Get(std::string const& bytes, std::size_t at, int size)
 {
     std::uint32_t value = 0;
-    for (int i = size - 1; i >= 0; --i)
-    {
-        value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
-    }
+    std::memcpy(&value, bytes.data() + at, static_cast<std::size_t>(size));
     return value;
-}
-
-void Put32(std::string& bytes, std::size_t at, std::uint32_t value)
-{
-    for (int i = 0; i < 4; ++i)
-    {
-        bytes[at + i] = static_cast<char>(value >> (8 * i));
-    }
 }
 
 // An archive with a single entry, and where its pieces lie.
@@ -71,8 +62,8 @@ struct OneEntry
     // Sets a field in the local header and in the central directory alike.
     void PatchBoth(std::size_t localField, std::uint32_t value)
     {
-        Put32(m_bytes, localField, value);
-        Put32(m_bytes, m_central + localField + 2, value);
+        std::memcpy(&m_bytes[localField], &value, 4);
+        std::memcpy(&m_bytes[m_central + localField + 2], &value, 4);
     }
 };
 
@@ -97,15 +88,12 @@ void ExpectRejected(TemporaryFolder const& folder, std::string const& bytes, std
     WriteFile(path, bytes);
     MZipArchive archive(false);
     MZipArchive::MZipFileInfo info;
-    if (!archive.OpenArchiveRead(path.wstring().c_str()))
+    bool const opened = archive.OpenArchiveRead(path.wstring().c_str());
+    if (!opened || !archive.GetFileInfo("entry", info))
     {
         EXPECT_NE(damage, Damage::Data);
-        EXPECT_NE(archive.GetOpenError().find(path.wstring()), std::wstring::npos) << "no cause";
-        return;
-    }
-    if (!archive.GetFileInfo("entry", info))
-    {
-        EXPECT_NE(damage, Damage::Data);
+        EXPECT_TRUE(opened || archive.GetOpenError().find(path.wstring()) != std::wstring::npos)
+            << "no cause";
         return;
     }
     std::filesystem::path const target = folder / "target";
