@@ -1,8 +1,9 @@
 // Reading beam lattices in both dialects: diameters from the beam or the
 // current radius, caps, the minimum length, units, the choice of dialect by
 // namespace, the lattice's own attributes, and hostile numbers, sizes and
-// indices.
+// indices; the lattices read and what they give are data beside the test.
 #include "beamlattice/BeamTestSupport.h"
+#include "support/CaseFile.h"
 
 #include "format3mf/BeamLattice.h"
 #include "format3mf/Importer.h"
@@ -10,29 +11,13 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <sstream>
 
 using namespace Format_3MF;
 
 namespace
 {
-constexpr int kNone = 0;
-constexpr int kHemisphere = 1;
-constexpr int kSphere = 2;
-constexpr int kButt = 3;
-constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
-
-struct Case
-{
-    char const* name;
-    std::string lattice;
-    std::vector<Beam> beams; // caps as the beam has them, without the default
-    // The lattice-wide values where given (default diameter and cap, minimum
-    // length in internal units, clipping), or the error of a failed read.
-    std::string values = "";
-    std::string unit = "millimeter";
-};
-
+// The lattice-wide values as the cases write them.
 std::string LatticeValues(MeshStlBase& mesh)
 {
     MStlBaseElementInfo const& info =
@@ -44,105 +29,41 @@ std::string LatticeValues(MeshStlBase& mesh)
            std::to_string(int(lattice.m_clippingMesh));
 }
 
-// 1 mm is 10000 internal units; a diameter is twice the rounded radius.
-std::vector<Case> const kCases = {
-    {"published radius for beams without r1",
-     R"(<b:beamlattice radius="1"><b:beams><b:beam v1="0" v2="1"/></b:beams></b:beamlattice>)",
-     {{0, 1, 20000, 20000}}},
-    {"r1 and r2 give a tapered beam",
-     R"(<b:beamlattice radius="1"><b:beams><b:beam v1="0" v2="3" r1="0.5" r2="0.25"/></b:beams></b:beamlattice>)",
-     {{0, 3, 10000, 5000}}},
-    {"r2 alone is not looked at",
-     R"(<b:beamlattice radius="1"><b:beams><b:beam v1="0" v2="1" r2="0.25"/></b:beams></b:beamlattice>)",
-     {{0, 1, 20000, 20000}}},
-    {"no radius anywhere gives a negative diameter",
-     R"(<b:beamlattice><b:beams><b:beam v1="0" v2="1"/></b:beams></b:beamlattice>)",
-     {{0, 1, -20000, -20000}}},
-    {"a radius in centimetres",
-     R"(<b:beamlattice radius="0.1"><b:beams><b:beam v1="1" v2="2"/></b:beams></b:beamlattice>)",
-     {{1, 2, 20000, 20000}},
-     "",
-     "centimeter"},
-    {"a half unit rounds away from zero",
-     R"(<b:beamlattice radius="1"><b:beams><b:beam v1="0" v2="1" r1="0.00005"/><b:beam v1="0" v2="2" r1="-0.00005"/></b:beams></b:beamlattice>)",
-     {{0, 1, 2, 2}, {0, 2, -2, -2}}},
-    {"cap2 alone and an unknown cap text",
-     R"(<b:beamlattice radius="1"><b:beams><b:beam v1="0" v2="1" cap2="butt"/><b:beam v1="1" v2="3" cap1="flat" cap2="sphere"/></b:beams></b:beamlattice>)",
-     {{0, 1, 20000, 20000, kNone, kButt}, {1, 3, 20000, 20000, kHemisphere, kSphere}}},
-    {"published drops beams shorter than minlength",
-     R"(<b:beamlattice radius="1" minlength="1.2"><b:beams><b:beam v1="0" v2="1"/><b:beam v1="0" v2="3"/></b:beams></b:beamlattice>)",
-     {{0, 3, 20000, 20000}}},
-    {"a beam missing an end, or on one vertex, is not made",
-     R"(<b:beamlattice radius="1"><b:beams><b:beam v1="0"/><b:beam v1="2" v2="2"/><b:beam v1="x" v2="1"/><b:beam v1="2" v2="3"/></b:beams></b:beamlattice>)",
-     {{2, 3, 20000, 20000}}},
-    {"prefixed attributes are read as well",
-     R"(<b:beamlattice b:radius="1"><b:beams><b:beam b:v1="0" b:v2="1" b:r1="0.5"/></b:beams></b:beamlattice>)",
-     {{0, 1, 10000, 10000}}},
-    {"vendor groups give their radius and keep short beams",
-     R"(<v:beamlattice minlength="5" radius="3" cap="butt"><v:beamgroup radius="0.5" hintaccurcay="0.1" name="a"><v:beam v1="0" v2="1"/><v:beam v1="1" v2="2" r1="0.25" r2="0.125" cap1="butt"/></v:beamgroup>)"
-     R"(<v:beamgroup><v:beam v1="2" v2="3"/></v:beamgroup></v:beamlattice>)",
-     {{0, 1, 10000, 10000}, {1, 2, 5000, 2500}, {2, 3, -20000, -20000}}},
-    {"a lattice in an unknown namespace is skipped with its content",
-     R"(<x:beamlattice radius="1"><vertex x="5" y="5" z="5"/><x:beams><x:beam v1="0" v2="1"/></x:beams></x:beamlattice>)",
-     {}},
-    {"published lattice attributes",
-     R"(<b:beamlattice radius="0.5" cap="sphere" minlength="0.01" clippingmode="outside" clippingmesh="7"
-        precision="9"><b:beams/></b:beamlattice>)",
-     {},
-     "diameter 10000 cap 2 min 100 clip outside 7"},
-    {"the vendor dialect takes no default radius or cap",
-     R"(<v:beamlattice radius="0.5" cap="sphere" clippingmode="inside"><v:beamgroup radius="1">
-        <v:beam v1="0" v2="1"/></v:beamgroup></v:beamlattice>)",
-     {{0, 1, 20000, 20000}},
-     "diameter 0 cap 0 min 1 clip inside -1"},
-    {"beams of a second lattice element join the first graph",
-     R"(<v:beamlattice><v:beamgroup radius="1" name="a"><v:beam v1="0" v2="1"/></v:beamgroup>
-        <v:beamgroup radius="1" name="b"><v:beam v1="1" v2="2"/></v:beamgroup></v:beamlattice>
-        <b:beamlattice radius="1"><b:beams><b:beam v1="2" v2="3"/></b:beams></b:beamlattice>)",
-     {{0, 1, 20000, 20000}, {1, 2, 20000, 20000}, {2, 3, 20000, 20000}}},
-    // Lengths beyond 32 bits of internal units clamp to the limit, and so do
-    // their diameters; "nan" is no length at all.
-    {"huge and odd radii clamp",
-     R"(<b:beamlattice radius="1e40" minlength="-1e300"><b:beams><b:beam v1="0" v2="1"/>
-        <b:beam v1="0" v2="2" r1="1e308" r2="2147483647"/><b:beam v1="1" v2="2" r1="0.1" r2="inf"/>
-        <b:beam v1="1" v2="3" r1="nan"/></b:beams></b:beamlattice>)",
-     {{0, 1, kMax, kMax}, {0, 2, kMax, kMax}, {1, 2, 2000, kMax}, {1, 3, 0, 0}},
-     "diameter 2147483647 cap 0 min -2147483648 clip none -1"},
-    // A beam on a vertex that the mesh hasn't got fails the read with a
-    // message that names it; it never reads out of bounds.
-    {"a vertex beyond the last",
-     R"(<b:beamlattice radius="1"><b:beams><b:beam v1="0" v2="4"/></b:beams></b:beamlattice>)",
-     {},
-     "A beam refers to vertex 4 of 4 vertices."},
-    {"a negative vertex",
-     R"(<b:beamlattice radius="1"><b:beams><b:beam v1="-1" v2="0"/></b:beams></b:beamlattice>)",
-     {},
-     "A beam refers to vertex -1 of 4 vertices."},
-    {"the largest vertex index",
-     R"(<v:beamlattice><v:beamgroup><v:beam v1="1" v2="2147483647"/></v:beamgroup></v:beamlattice>)",
-     {},
-     "A beam refers to vertex 2147483647 of 4 vertices."},
-};
+// The beams of a mesh as the cases write them, caps without the default.
+std::string BeamText(MStlBase const& stl)
+{
+    std::ostringstream text;
+    for (Beam const& beam : Beams(stl, false))
+    {
+        text << " " << beam;
+    }
+    return text.str();
+}
 } // namespace
 
-// Every beam lands in the one graph of the mesh; no beam, no graph.
+// The cases are in beam_lattice_cases.txt, whose head says how they are
+// written down. Every beam lands in the one graph of the mesh; no beam, no
+// graph.
 TEST(BeamLatticeRead, DiametersCapsAndLengthsOfEachDialect)
 {
-    for (Case const& c : kCases)
+    auto const cases = ReadCaseFile(FORMAT3MF_SOURCE_DIR "/tests/beamlattice/beam_lattice_cases.txt");
+    EXPECT_EQ(19u, cases.size());
+    for (CaseRecord const& c : cases)
     {
         SCOPED_TRACE(c.name);
-        MeshRead read(LatticeModel(c.lattice, c.unit));
+        MeshRead read(LatticeModel(c.Get("lattice"), c.Get("unit", "millimeter")));
         if (!read.ok)
         {
-            EXPECT_EQ(c.values, read.Error());
+            EXPECT_EQ(c.Get("values"), read.Error());
             continue;
         }
-        EXPECT_EQ(c.beams, Beams(read.Stl(), false));
+        std::string const beams = c.Get("beams");
+        EXPECT_EQ(beams.empty() ? "" : " " + beams, BeamText(read.Stl()));
         EXPECT_EQ(4u, read.Stl().GetNumberOfPoints());
-        EXPECT_EQ(c.beams.empty() ? 0u : 1u, read.Stl().GetFeature().GetNumGraphs(false));
-        if (!c.values.empty())
+        EXPECT_EQ(beams.empty() ? 0u : 1u, read.Stl().GetFeature().GetNumGraphs(false));
+        if (!c.Get("values").empty())
         {
-            EXPECT_EQ(c.values, LatticeValues(*read.Mesh()));
+            EXPECT_EQ(c.Get("values"), LatticeValues(*read.Mesh()));
         }
     }
 }
