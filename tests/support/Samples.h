@@ -11,68 +11,57 @@
 #include <utility>
 #include <vector>
 
-// A test that finds no files beside the checkout passes by hand, and fails in CI.
-inline void NoteMissingTestData(boost::filesystem::path const& root)
+// The 3MF files below a folder beside the checkout ("samples" recursively,
+// "realworld" alone), sorted; empty when they are not there, which fails a
+// test in CI.
+inline std::vector<boost::filesystem::path> TestDataFiles(boost::filesystem::path const& root, bool recursive)
 {
-    if (InContinuousIntegration())
+    std::vector<boost::filesystem::path> files;
+    if (!boost::filesystem::exists(root))
     {
-        ADD_FAILURE() << "missing in CI: " << root;
+        if (InContinuousIntegration())
+        {
+            ADD_FAILURE() << "missing in CI: " << root;
+        }
+        return files;
     }
+    auto const add = [&files](boost::filesystem::path const& path)
+    {
+        if (path.extension() == ".3mf")
+        {
+            files.push_back(path);
+        }
+    };
+    if (recursive)
+    {
+        for (auto const& entry : boost::filesystem::recursive_directory_iterator(root))
+        {
+            add(entry.path());
+        }
+    }
+    else
+    {
+        for (auto const& entry : boost::filesystem::directory_iterator(root))
+        {
+            add(entry.path());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    return files;
 }
 
-// The 3MF files written by others beside the checkout, sorted, below the
-// given folder of the samples; empty when they are not there.
+// The sample files written by others, below the given folder of the samples.
 inline std::vector<boost::filesystem::path> Samples(std::string const& folder = "")
 {
-    std::vector<boost::filesystem::path> files;
-    boost::filesystem::path root = boost::filesystem::path(FORMAT3MF_TESTDATA) / "samples";
-    if (!folder.empty())
-    {
-        root /= folder;
-    }
-    if (!boost::filesystem::exists(root))
-    {
-        NoteMissingTestData(root);
-        return files;
-    }
-    for (auto const& entry : boost::filesystem::recursive_directory_iterator(root))
-    {
-        if (entry.path().extension() == ".3mf")
-        {
-            files.push_back(entry.path());
-        }
-    }
-    std::sort(files.begin(), files.end());
-    return files;
+    boost::filesystem::path const root = boost::filesystem::path(FORMAT3MF_TESTDATA) / "samples";
+    return TestDataFiles(folder.empty() ? root : root / folder, true);
 }
 
-// The 3MF files of today's slicers and tools beside the checkout, sorted;
-// empty when they are not there.
-inline std::vector<boost::filesystem::path> RealWorldFiles()
-{
-    std::vector<boost::filesystem::path> files;
-    boost::filesystem::path const root = boost::filesystem::path(FORMAT3MF_TESTDATA) / "realworld";
-    if (!boost::filesystem::exists(root))
-    {
-        NoteMissingTestData(root);
-        return files;
-    }
-    for (auto const& entry : boost::filesystem::directory_iterator(root))
-    {
-        if (entry.path().extension() == ".3mf")
-        {
-            files.push_back(entry.path());
-        }
-    }
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
-// The samples and then the real-world files.
+// The samples and then the files of today's slicers and tools.
 inline std::vector<boost::filesystem::path> AllTestFiles()
 {
     std::vector<boost::filesystem::path> files = Samples();
-    for (auto& file : RealWorldFiles())
+    for (auto& file : TestDataFiles(boost::filesystem::path(FORMAT3MF_TESTDATA) / "realworld", false))
     {
         files.push_back(std::move(file));
     }
