@@ -2,59 +2,113 @@
 // handles refusals, text, positions and exceptions.
 #include "SaxTestSupport.h"
 
+#include "common/StringConversion.h"
+#include "common/TemporaryDirectory.h"
 #include "format3mf/Exception.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <fstream>
 #include <stdexcept>
 
 namespace
 {
 using Log = std::vector<std::string>;
 
-// The handler that took a start tag gets its end tag; a pushed handler is
-// deleted once its element's content is over; an element not taken is
-// skipped with its content, and a handler pushed for it is dropped at once.
-TEST(SaxReaderProtocol, NestingPushedHandlersEndTagsAndSkips)
+// Each document and the callbacks it drives, joined by "|", or "" when it
+// must be refused. The handler that took a start tag gets its end tag; a
+// pushed handler is deleted once its element's content is over; an element
+// not taken is skipped with its content, and a handler pushed for it is
+// dropped at once; text is there at the start tag. Refused: broken
+// documents, entity expansion, any document type declaration, external
+// entities, which are never loaded. Either way every handler is deleted.
+TEST(SaxReaderProtocol, DocumentsDriveHandlersInOrderOrAreRefused)
 {
-    Log log;
-    Log lost;
+    OndSDK::FileIO::FileSystem::TemporaryDirectory const folder;
+    std::string const secret =
+        StringConversion::ConvertNativeToUTF8(folder.GetTemporaryFilePath()) + "entity.txt";
+    std::ofstream(secret) << "secret";
+    std::string const longText(700 * 1024, 'z'); // spans several input blocks
+    std::string bomb = "<?xml version=\"1.0\"?><!DOCTYPE lolz [<!ENTITY lol0 \"lol\">";
+    for (int i = 1; i <= 9; ++i)
     {
-        Recorder root(log, "R");
-        root.onTag = [&](std::string const& tag, MSAXReader& reader)
+        bomb += "<!ENTITY lol" + std::to_string(i) + " \"";
+        for (int k = 0; k < 10; ++k)
         {
-            if (tag == "skip2")
-            {
-                reader.PushHandler(new Recorder(lost, "lost"));
-            }
-        };
-        ASSERT_TRUE(Read("<root><a><b/></a><push1><c/><d>x</d></push1><skip><a><push/></a>words<b/></skip>"
-                         "<skip2><a/></skip2><e/></root>",
-                         root));
-        EXPECT_EQ(Recorder::s_live, 1);
+            bomb += "&lol" + std::to_string(i - 1) + ";";
+        }
+        bomb += "\">";
     }
-    Log const expected = {"R<root",  "R<a",     "R<b",     "R>b",      "R>a",     "R<push1", "push1<c",
-                          "push1>c", "push1<d", "push1>d", "~push1",   "R>push1", "R<skip",  "R<skip2",
-                          "R<e",     "R>e",     "R>root",  "R loaded", "~R"};
-    EXPECT_EQ(log, expected);
-    EXPECT_EQ(lost, Log{"~lost"});
-    EXPECT_EQ(Recorder::s_live, 0);
-}
-
-TEST(SaxReaderProtocol, TextIsAvailableAtTheStartTag)
-{
+    // UTF-16 with a byte order mark, in both byte orders.
+    std::wstring const wide =
+        L"<?xml version=\"1.0\" encoding=\"UTF-16\"?><root><push1><text1>Grüße 😀</text1>"
+        L"</push1></root>";
+    std::string little = "\xFF\xFE", big = "\xFE\xFF";
+    for (char16_t const unit : StringConversion::ConvertNativeToUTF16(wide.data(), wide.size()))
+    {
+        char const high = static_cast<char>(unit >> 8), low = static_cast<char>(unit & 0xFF);
+        little += std::string{low, high};
+        big += std::string{high, low};
+    }
+    std::string const utf16 =
+        "R<root|R<push1|push1<text1|push1 text Grüße 😀|push1>text1|~push1|R>push1|R>root";
+    std::pair<std::string, std::string> const cases[] = {
+        {"<root><a><b/></a><push1><c/><d>x</d></push1><skip><a><push/></a>words<b/></skip><skippush><a/></"
+         "skippush>"
+         "<e/></root>",
+         "R<root|R<a|R<b|R>b|R>a|R<push1|push1<c|push1>c|push1<d|push1>d|~push1|R>push1|R<skip|R<skippush|"
+         "~skippush|R<e|R>e|R>root"},
+        {"<root><text1>a &amp; b &lt;c&gt; &#x41;<![CDATA[<raw>]]><child/>tail</text1><text2/><text3>" +
+             longText + "</text3></root>",
+         "R<root|R<text1|R text a & b <c> A<raw>|R<child|R>child|R>text1|R<text2|R text |R>text2|R<text3|R "
+         "text " +
+             longText + "|R>text3|R>root"},
+        {little, utf16},
+        {big, utf16},
+        {"", ""},
+        {"   ", ""},
+        {"<root><push1><a></push1></root>", ""},
+        {"<root><push1><push2>", ""},
+        {"<root><push1 x=\"1", ""},
+        {"<root>\x01</root>", ""},
+        {"<root>\xC3\x28</root>", ""},
+        {"<root a=\"1\" a=\"2\"/>", ""},
+        {"<root/><second/>", ""},
+        {"<root>&undefined;</root>", ""},
+        {"<root><push1>" + longText + "<</push1></root>", ""},
+        {bomb + "]><root><text>&lol9;</text></root>", ""},
+        {"<!DOCTYPE root><root/>", ""},
+        {"<!DOCTYPE root [<!ENTITY e SYSTEM \"file://" + secret + "\">]><root><text>&e;</text></root>", ""},
+        {"<!DOCTYPE root SYSTEM \"file://" + secret + "\"><root><text/></root>", ""},
+    };
+    for (auto const& [document, expected] : cases)
+    {
+        SCOPED_TRACE(document.substr(0, 100));
+        Log log;
+        {
+            Recorder root(log, "R");
+            EXPECT_EQ(!expected.empty(), Read(document, root));
+            EXPECT_EQ(Recorder::s_live, 1);
+        }
+        EXPECT_EQ(Recorder::s_live, 0);
+        std::string joined;
+        for (std::string const& entry : log)
+        {
+            joined += (joined.empty() ? "" : "|") + entry;
+        }
+        EXPECT_TRUE(expected.empty() ? joined.find("loaded") == std::string::npos
+                                     : joined == expected + "|R loaded|~R")
+            << joined.substr(0, 300);
+        EXPECT_EQ(joined.find("secret"), std::string::npos);
+    }
     Log log;
     Recorder root(log, "R");
-    std::string const longText(700 * 1024, 'z'); // spans several input blocks
-    ASSERT_TRUE(Read("<root><text1>a &amp; b &lt;c&gt; &#x41;<![CDATA[<raw>]]><child/>tail</text1>"
-                     "<text2/><text3>" +
-                         longText + "</text3></root>",
-                     root));
-    EXPECT_EQ(log[2], "R text a & b <c> A<raw>");
-    EXPECT_EQ(log[6], "R<text2");
-    EXPECT_EQ(log[7], "R text ");
-    EXPECT_TRUE(log[10] == "R text " + longText);
+    std::istringstream stream("<root/>");
+    stream.setstate(std::ios::badbit);
+    EXPECT_FALSE(OndAM::SaxUtilities::ReadStream(stream, root));
+    std::remove(secret.c_str());
 }
 
 // A start tag with content is handed over at the next markup, so the

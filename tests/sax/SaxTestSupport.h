@@ -2,6 +2,7 @@
 // tests can compare their order.
 #pragma once
 
+#include "common/StringConversion.h"
 #include "sax/SAXPersist.h"
 #include "sax/SAXReader.h"
 #include "sax/SaxUtilities.h"
@@ -14,8 +15,8 @@
 // A reader that logs what it receives, so that tests can compare the order of
 // callbacks. What it does with a tag is decided by the tag's name:
 //   skip...  answers false
-//   push...  pushes a new Recorder named after the tag
-//   text...  logs the element's text
+//   ...push...  pushes a new Recorder named after the tag
+//   text...  logs the element's text (as UTF-8)
 // Tests add behaviour through `onTag`. Every live Recorder is counted, so a
 // test sees whether the reader deleted all it was given.
 class Recorder : public ISAXPersistHelper
@@ -35,7 +36,7 @@ public:
 
     bool HandleTag(std::wstring const& tag, MSAXReader& reader) override
     {
-        std::string const narrow(tag.begin(), tag.end());
+        std::string const narrow = StringConversion::ConvertNativeToUTF8(tag);
         m_log.push_back(m_name + "<" + narrow);
         if (onTag)
         {
@@ -45,9 +46,9 @@ public:
         {
             std::wstring text;
             reader.GetText(text);
-            m_log.push_back(m_name + " text " + std::string(text.begin(), text.end()));
+            m_log.push_back(m_name + " text " + StringConversion::ConvertNativeToUTF8(text));
         }
-        if (narrow.rfind("push", 0) == 0)
+        if (narrow.find("push") != std::string::npos)
         {
             auto* child = new Recorder(m_log, narrow);
             child->onTag = onTag;
@@ -58,7 +59,7 @@ public:
 
     void HandleEndTag(std::wstring const& tag) override
     {
-        m_log.push_back(m_name + ">" + std::string(tag.begin(), tag.end()));
+        m_log.push_back(m_name + ">" + StringConversion::ConvertNativeToUTF8(tag));
     }
 
     void InitAfterLoading() override { m_log.push_back(m_name + " loaded"); }
