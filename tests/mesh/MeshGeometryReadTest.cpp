@@ -2,6 +2,7 @@
 // elements, namespaces, bad indices, skipping and cancelling; and who owns
 // the host mesh of a binding.
 #include "mesh/MeshReadSupport.h"
+#include "support/CaseFile.h"
 #include "support/MeshDump.h"
 
 #include <gtest/gtest.h>
@@ -16,54 +17,19 @@ std::string const kModelStart = R"(<model xmlns="http://schemas.microsoft.com/3d
     xmlns:c="http://schemas.microsoft.com/3dmanufacturing/core/2015/02" xmlns:x="urn:other"
     xmlns:b="http://schemas.microsoft.com/3dmanufacturing/beamlattice/2017/02"><resources><object id="10">)";
 
-struct Case
+// Points or triangles as the cases write them: numbers, with commas between
+// elements.
+template <class List>
+std::string Text(List const& list)
 {
-    char const* name;
-    std::string mesh;
-    PointList points;
-    TriangleList triangles = {};
-    std::string error = "";
-};
-
-std::vector<Case> const kCases = {
-    {"coordinates round half away from zero in internal units and clamp",
-     R"(<vertices><vertex x="0.00025" y="-0.00025" z="1.5"/><vertex x="-0.00024" y="0.00014999" z="-1e300"/>
-        <vertex x="1e300" y="nan" z="0"/></vertices>)",
-     {{3, -3, 15000}, {-2, 1, INT32_MIN}, {INT32_MAX, 0, 0}}},
-    // The vertex without "z" is dropped, so "3" is the fourth complete one;
-    // corners beyond "v3" and properties without a group make no references.
-    {"incomplete elements are dropped and later indices shift",
-     R"(<vertices><vertex x="0" y="0" z="0"/><vertex x="1" y="0"/><vertex x="1" y="0" z="0"/>
-        <vertex x="0" y="1" z="0"/><vertex x="2" y="2" z="2"/></vertices>
-        <triangles><triangle v1="0" v2="1" v3="3" p1="0"/><triangle v1="0" v2="1"/>
-        <triangle v1="2" v2="1" v3="x"/><triangle v1="1" v2="2" v3="0" pid="99" p1="0"/></triangles>)",
-     {{0, 0, 0}, {10000, 0, 0}, {0, 10000, 0}, {20000, 20000, 20000}},
-     {{0, 1, 3}, {1, 2, 0}}},
-    {"core elements may carry a prefix and other namespaces are skipped",
-     R"(<c:vertices><c:vertex x="0" y="0" z="0"/><vertex x="1" y="0" z="0"/>
-        <x:vertex x="5" y="5" z="5"/><c:vertex x="0" y="1" z="0"/></c:vertices>
-        <x:triangles><triangle v1="0" v2="1" v3="2"/></x:triangles>
-        <triangles><c:triangle v1="2" v2="1" v3="0"/></triangles>
-        <b:beamlattice radius="1"><b:beams><b:beam v1="0" v2="1"/></b:beams></b:beamlattice>)",
-     {{0, 0, 0}, {10000, 0, 0}, {0, 10000, 0}},
-     {{2, 1, 0}}},
-    {"a vertex index beyond the vertices",
-     R"(<vertices><vertex x="0" y="0" z="0"/></vertices><triangles><triangle v1="0" v2="1" v3="0"/></triangles>)",
-     {},
-     {},
-     "A triangle refers to vertex 1 of 1 vertices."},
-    {"a negative vertex index",
-     R"(<vertices><vertex x="0" y="0" z="0"/></vertices><triangles><triangle v1="-1" v2="1" v3="0"/></triangles>)",
-     {},
-     {},
-     "A triangle refers to vertex -1 of 1 vertices."},
-    {"vertices after the triangles do not count for them",
-     R"(<triangles><triangle v1="0" v2="1" v3="2"/></triangles><vertices><vertex x="0" y="0" z="0"/>
-        <vertex x="1" y="0" z="0"/><vertex x="0" y="1" z="0"/></vertices>)",
-     {},
-     {},
-     "A triangle refers to vertex 0 of 0 vertices."},
-};
+    std::string text;
+    for (auto const& element : list)
+    {
+        text += (text.empty() ? "" : ", ") + std::to_string(element[0]) + " " + std::to_string(element[1]) +
+                " " + std::to_string(element[2]);
+    }
+    return text;
+}
 
 // A host mesh that tells when it goes.
 struct WatchedStl : MStlBase
@@ -74,19 +40,23 @@ struct WatchedStl : MStlBase
 };
 } // namespace
 
-// A mesh without property references makes no mask for them.
+// The cases are in mesh_geometry_cases.txt, whose head says how they are
+// written down. A mesh without property references makes no mask for them.
 TEST(MeshGeometryRead, PointsTrianglesAndErrors)
 {
-    for (Case const& c : kCases)
+    auto const cases = ReadCaseFile(FORMAT3MF_SOURCE_DIR "/tests/mesh/mesh_geometry_cases.txt");
+    EXPECT_EQ(6u, cases.size());
+    for (CaseRecord const& c : cases)
     {
         SCOPED_TRACE(c.name);
-        MeshRead read(kModelStart + "<mesh>" + c.mesh + "</mesh></object></resources><build/></model>");
-        EXPECT_EQ(c.error.empty(), read.ok);
-        EXPECT_EQ(c.error, read.Error());
+        MeshRead read(kModelStart + "<mesh>" + c.Get("mesh") +
+                      "</mesh></object></resources><build/></model>");
+        EXPECT_EQ(c.Get("error"), read.Error());
+        EXPECT_EQ(c.Get("error").empty(), read.ok);
         if (read.ok)
         {
-            EXPECT_EQ(c.points, PointsOf(read.Stl()));
-            EXPECT_EQ(c.triangles, TrianglesOf(read.Stl()));
+            EXPECT_EQ(c.Get("points"), Text(PointsOf(read.Stl())));
+            EXPECT_EQ(c.Get("triangles"), Text(TrianglesOf(read.Stl())));
             EXPECT_TRUE(read.Stl().GetTriangleMaskOwner().GetMasks().empty());
         }
     }
