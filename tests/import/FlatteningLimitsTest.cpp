@@ -1,6 +1,5 @@
 // The bounds of flattening: the limit over the whole build checked before
-// anything is copied, copies that add nothing, long chains, and thousands of
-// parts found again at once.
+// anything is copied, copies that add nothing, and long chains.
 
 #include "import/ImportSupport.h"
 #include "import/SlicerReadSupport.h"
@@ -100,27 +99,4 @@ TEST(FlatteningLimits, TheLimitCountsEveryItem)
     EXPECT_EQ(2u, FlattenBuild(read.model, 24000, warnings).size());
     EXPECT_THROW(FlattenBuild(read.model, 23999, warnings), Exception);
     EXPECT_TRUE(warnings.empty());
-}
-
-// Thousands of part names, each named twice: one model file for each part,
-// found again at once rather than by a search through all of them.
-TEST(FlatteningLimits, ManyPartsAreEachMadeOnce)
-{
-    PackageScratch scratch;
-    std::wstring const file = scratch.File("many.3mf");
-    std::string items;
-    for (int round = 0; round < 2; ++round)
-    {
-        for (int part = 0; part < 10000; ++part)
-        {
-            items += Item(1, "p:path=\"/3D/Objects/part_" + std::to_string(part) + ".model\"");
-        }
-    }
-    WriteModelPackage(file, Part("", items));
-    StlRead read(file);
-    ASSERT_TRUE(read.ok) << read.Error();
-    EXPECT_TRUE(read.meshes.empty());
-    EXPECT_EQ(10000u, read.model.GetModelFiles().size());
-    EXPECT_EQ(1u, read.ModelFilesNamed(L"3D/Objects/part_9999.model"));
-    EXPECT_EQ(20000u, read.reader.GetContext().m_warnings.size());
 }
