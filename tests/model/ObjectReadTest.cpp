@@ -17,36 +17,6 @@ using namespace Format_3MF;
 
 namespace
 {
-// A mesh that only remembers which "mesh" element it came from.
-struct TaggedMesh : IMesh
-{
-    using IMesh::IMesh;
-    ISAXReadHelper* _CreateSaxHandlerRead(PackageReadContext*, ISAXReadHelper* parent) override
-    {
-        struct Reader : ISAXReadHelper
-        {
-            Reader(TaggedMesh* mesh, ISAXReadHelper* parent) : ISAXReadHelper(parent), m_mesh(mesh) {}
-            bool HandleTag(std::wstring const& tag, MSAXReader& reader) override
-            {
-                reader.GetAttributeString(m_mesh->m_tag, L"tag");
-                return tag == L"vertices";
-            }
-            TaggedMesh* m_mesh;
-        };
-        return new Reader(this, parent);
-    }
-    ISAXWriteHelper* _CreateSaxHandlerWrite(PackageWriteContext*,
-                                            std::shared_ptr<OndSDK::Common::IProgressDelegate>) const override
-    {
-        return nullptr;
-    }
-    void _OnStartWriting(PackageWriteContext*) override {}
-    void _OnStopWriting(PackageWriteContext*) override {}
-    void _OnStartReading(PackageReadContext*) override {}
-    void _OnStopReading(PackageReadContext*) override {}
-    std::wstring m_tag;
-};
-
 // An application's resource: a "zbottom" attribute and a count of "slice"
 // children, under the namespace its model file declares.
 template <typename Base>
@@ -126,7 +96,6 @@ protected:
     {
         return new FactoryModelFile(name, this);
     }
-    IMesh* _CreateMesh(Object* object, PackageReadContext*) override { return new TaggedMesh(this, object); }
     ISliceStack* _CreateSliceStack(PackageReadContext*) override { return new Slices(this); }
     IToolPath* _CreateToolPath(PackageReadContext*) override { return new Paths(this); }
 };
@@ -165,7 +134,7 @@ struct ObjectsRead : ModelRead<FactoryModelFile>
 // Objects with attributes and children of every kind, and the resources of
 // extensions, whose "slice" and "object" children belong to their readers.
 std::string const kModel = Model(R"(<m:colorgroup id="6"><m:color color="#FF0000"/></m:colorgroup>
-    <object id="2" type="gizmo" pid="6"><mesh><vertices tag="first"/></mesh><mesh><vertices tag="second"/></mesh></object>
+    <object id="2" type="gizmo" pid="6"><mesh><vertices/></mesh></object>
     <object id="3" pid="6" pindex="0" type="solidsupport"><ondamx id="4"/></object>
     <object id="4" pid="77" pindex="0"/>
     <s:slicestack id="5" zbottom="2"><s:slice/><s:slice/><object id="99"/></s:slicestack>
@@ -216,8 +185,6 @@ TEST(ObjectRead, AttributesChildrenAndTheFactoriesOfExtensions)
     EXPECT_EQ(0, gizmo->m_type);
     EXPECT_EQ(read.model.GetReference(6), gizmo->m_propertyGroup);
     EXPECT_EQ(-1, gizmo->m_propertyIndex);
-    ASSERT_TRUE(gizmo->m_mesh);
-    EXPECT_EQ(L"second", static_cast<TaggedMesh*>(gizmo->m_mesh.get())->m_tag);
     Object* support = read.object(3);
     EXPECT_EQ(2, support->m_type);
     EXPECT_EQ(0, support->m_propertyIndex);

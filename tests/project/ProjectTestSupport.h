@@ -47,26 +47,18 @@ inline std::string Messages(std::vector<std::wstring> const& messages)
     return all;
 }
 
-// "#RRGGBB" of a packed colour, "none" for a triangle without one.
-inline std::string Hex(MStlColor const& colour)
-{
-    if (!colour.IsDefined())
-    {
-        return "none";
-    }
-    char text[8];
-    unsigned const rgb = colour.GetRGB();
-    std::snprintf(text, sizeof text, "#%02X%02X%02X", rgb & 0xff, (rgb >> 8) & 0xff, (rgb >> 16) & 0xff);
-    return text;
-}
-
-// How many triangles of a mesh show each colour.
+// How many triangles of a mesh show each colour ("#RRGGBB", "none" for a
+// triangle without one).
 inline std::map<std::string, std::size_t> ColourCounts(MStlBase const& mesh)
 {
     std::map<std::string, std::size_t> counts;
     for (std::uint32_t i = 0; i < mesh.GetNumberOfTriangles(); ++i)
     {
-        ++counts[Hex(mesh.TriangleAt(i).GetColor())];
+        MStlColor const& colour = mesh.TriangleAt(i).GetColor();
+        unsigned const rgb = colour.GetRGB();
+        char text[8];
+        std::snprintf(text, sizeof text, "#%02X%02X%02X", rgb & 0xff, (rgb >> 8) & 0xff, (rgb >> 16) & 0xff);
+        ++counts[colour.IsDefined() ? text : "none"];
     }
     return counts;
 }
