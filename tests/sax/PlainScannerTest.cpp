@@ -15,7 +15,9 @@ using OndSAX::PlainElement;
 
 // The token as a letter: Skip, Element, end Tag, More, Other. A token the
 // scanner takes, cut anywhere, is More: a block boundary can't change what
-// the scanner decides.
+// the scanner decides. The forms that fall back to the parser are held
+// against it in the mesh folder's differential documents; here are those
+// that only the scanner sees.
 TEST(PlainScanner, TakesOnlyTheStrictFormsAndAsksForMoreAtEveryCut)
 {
     struct Row
@@ -33,23 +35,10 @@ TEST(PlainScanner, TakesOnlyTheStrictFormsAndAsksForMoreAtEveryCut)
         {"<v a=\"1\"> <!-- c --> </v>", 'E', 25},
         {"<v a='1\"/>'/>", 'E', 13},
         {"</vertices\n>", 'T', 12},
-        {"<!-- a -- b -->", 'O', 0},
         {"<!-- \x01 -->", 'O', 0},
         {"<!-- \xC3\xA9 -->", 'O', 0},
-        {"<!DOCTYPE x>", 'O', 0},
-        {"<![CDATA[x]]>", 'O', 0},
-        {"<?pi x?>", 'O', 0},
-        {"text", 'O', 0},
-        {"<p:v/>", 'O', 0},
-        {"<v p:a='1'/>", 'O', 0},
-        {"<v a='1' a='2'/>", 'O', 0},
-        {"<v a='1'b='2'/>", 'O', 0},
-        {"<v a='&#x20;'/>", 'O', 0},
         {"<v a='<'/>", 'O', 0},
         {"<v a=1/>", 'O', 0},
-        {"<v>x</v>", 'O', 0},
-        {"<v><w/></v>", 'O', 0},
-        {"<v></w>", 'O', 0},
         {"<v / >", 'O', 0},
         {"<\xC3\xA9/>", 'O', 0},
         {"<v a='1' b='2' c='3' d='4' e='5' f='6' g='7' h='8' i='9' j='10' k='11' l='12' m='13' n='14' "

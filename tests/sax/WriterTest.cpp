@@ -12,15 +12,23 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <functional>
 
 namespace
 {
 using OndAM::SaxUtilities::WriteOptions;
 
-// A small tree: attributes, an empty element, text, nesting.
-struct Tree : ISAXPersistHelper
+// A root whose content a test gives as a function.
+struct Writes : ISAXPersistHelper
 {
-    bool Write(MSAXWriter& writer) const override
+    std::function<bool(MSAXWriter&)> m_write;
+    explicit Writes(std::function<bool(MSAXWriter&)> write) : m_write(std::move(write)) {}
+    bool Write(MSAXWriter& writer) const override { return m_write(writer); }
+};
+
+// A small tree: attributes, an empty element, text, nesting.
+Writes const kTree(
+    [](MSAXWriter& writer)
     {
         writer.WriteAttribute(L"unit", L"millimeter");
         {
@@ -33,18 +41,7 @@ struct Tree : ISAXPersistHelper
         writer.WriteText(L"a < b");
         MSAXTagWriter inner(writer, L"inner");
         return true;
-    }
-};
-
-// Without a root element name the root prints its own document element.
-struct Own : ISAXPersistHelper
-{
-    bool Write(MSAXWriter& writer) const override
-    {
-        MSAXTagWriter element(writer, L"Relationships");
-        return true;
-    }
-};
+    });
 
 std::string Print(ISAXPersist const& root, WriteOptions const& options)
 {
@@ -76,15 +73,17 @@ TEST(SaxWriter, StylesAndOptionsShapeTheBytes)
         ISAXPersist const& root;
         std::string expected;
     } const cases[] = {
-        {Options(0), Tree(),
+        {Options(0), kTree,
          declaration + "<model unit=\"millimeter\"><resources><object id=\"1\"><vertex/></object>"
                        "</resources><name>a &lt; b<inner/></name></model>\n"},
-        {Options(1), Tree(),
+        {Options(1), kTree,
          declaration + "<model unit=\"millimeter\">\n  <resources>\n    <object id=\"1\">\n      <vertex/>\n"
                        "    </object>\n  </resources>\n  <name>a &lt; b<inner/></name>\n</model>\n"},
         {prolog, ISAXPersistHelper(),
          "\xEF\xBB\xBF" + declaration + "<!--a- -b- -->\n<Types xmlns=\"urn:x\"/>\n"},
-        {bare, Own(), "<Relationships/>\n"},
+        // Without a root element name the root prints its own document element.
+        {bare, Writes([](MSAXWriter& writer) { return MSAXTagWriter(writer, L"Relationships"), true; }),
+         "<Relationships/>\n"},
     };
     for (Case const& c : cases)
     {
@@ -117,9 +116,8 @@ TEST(SaxWriter, MisplacedCallsAreRefusedAndUnwritableCharactersReplaced)
 TEST(SaxWriter, EscapedValuesPassThroughTheBufferIntact)
 {
     static std::wstring const value = L"a<b>&c\"d'e\n\tf\r\ng \u00fc \U0001F600 ]]> end";
-    struct Big : ISAXPersistHelper
-    {
-        bool Write(MSAXWriter& writer) const override
+    Writes const big(
+        [](MSAXWriter& writer)
         {
             writer.WriteAttribute("u", std::string_view("x<y&\"z\" \xC3\xBC\n"));
             for (int i = 0; i < 20000; ++i)
@@ -133,8 +131,7 @@ TEST(SaxWriter, EscapedValuesPassThroughTheBufferIntact)
                 writer.WriteText(value);
             }
             return true;
-        }
-    };
+        });
     for (std::int32_t style : {0, 1})
     {
         std::vector<std::string> log;
@@ -149,7 +146,7 @@ TEST(SaxWriter, EscapedValuesPassThroughTheBufferIntact)
             reader.GetAttributeString(tag == "root" ? utf8 : v, L"u");
             reader.GetText(tag == "text" ? text : v);
         };
-        ASSERT_TRUE(Read(Print(Big(), Options(style, L"root")), root));
+        ASSERT_TRUE(Read(Print(big, Options(style, L"root")), root));
         EXPECT_EQ(items, 20000);
         EXPECT_EQ(utf8, L"x<y&\"z\" \u00fc\n");
         std::wstring all;
@@ -165,31 +162,26 @@ TEST(SaxWriter, FailuresReachTheCallerAndWideFileNamesWrite)
 {
     std::ostringstream failed;
     failed.setstate(std::ios::badbit);
-    EXPECT_FALSE(OndAM::SaxUtilities::WriteStream(failed, Tree(), Options(0)));
-    struct Refuses : ISAXPersistHelper
-    {
-        bool Write(MSAXWriter&) const override { return false; }
-    };
+    EXPECT_FALSE(OndAM::SaxUtilities::WriteStream(failed, kTree, Options(0)));
     std::ostringstream out;
-    EXPECT_FALSE(OndAM::SaxUtilities::WriteStream(out, Refuses(), Options(0)));
-    struct Throws : ISAXPersistHelper
-    {
-        bool Write(MSAXWriter& writer) const override
+    EXPECT_FALSE(
+        OndAM::SaxUtilities::WriteStream(out, Writes([](MSAXWriter&) { return false; }), Options(0)));
+    Writes const throws(
+        [](MSAXWriter& writer) -> bool
         {
             MSAXTagWriter inner(writer, L"inner");
             throw Format_3MF::Canceled();
-        }
-    };
-    EXPECT_THROW(OndAM::SaxUtilities::WriteStream(out, Throws(), Options(0)), Format_3MF::Canceled);
-    EXPECT_FALSE(OndAM::SaxUtilities::WriteFile(L"/nonexistent-folder/x.xml", Tree(), Options(0)));
+        });
+    EXPECT_THROW(OndAM::SaxUtilities::WriteStream(out, throws, Options(0)), Format_3MF::Canceled);
+    EXPECT_FALSE(OndAM::SaxUtilities::WriteFile(L"/nonexistent-folder/x.xml", kTree, Options(0)));
 
     OndSDK::FileIO::FileSystem::TemporaryDirectory const folder;
     std::string const path =
         StringConversion::ConvertNativeToUTF8(folder.GetTemporaryFilePath() + L"größe.xml");
     ASSERT_TRUE(OndAM::SaxUtilities::WriteFile(StringConversion::ConvertMultiByteStringToOndString(path),
-                                               Tree(), Options(0)));
+                                               kTree, Options(0)));
     std::ifstream file(path, std::ios::binary);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), Print(Tree(), Options(0)));
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), Print(kTree, Options(0)));
     std::remove(path.c_str());
 }
 } // namespace
