@@ -98,31 +98,17 @@ TEST(BinaryWrite, PackageNamesThePartWhichHoldsFourBlocks)
     EXPECT_EQ(
         "[Content_Types].xml _rels/.rels 3D/3dmodel.model 3D/3dmodel.model.bin 3D/_rels/3dmodel.model.rels\n",
         PythonCheck(path));
-    EXPECT_NE(std::string::npos,
-              EntryText(path, "[Content_Types].xml")
-                  .find(R"(Extension="bin" ContentType="application/BinaryModelFileTemporaryContentType")"));
-    std::string const rels = EntryText(path, "3D/_rels/3dmodel.model.rels");
-    EXPECT_NE(std::string::npos, rels.find(R"(Target="/3D/3dmodel.model.bin")")) << rels;
-    EXPECT_NE(std::string::npos, rels.find(R"(Type="BinaryModelFileTemporaryRelationType")")) << rels;
-
+    ExpectXml(EntryText(path, "[Content_Types].xml"),
+              {R"(Extension="bin" ContentType="application/BinaryModelFileTemporaryContentType")"});
+    ExpectXml(EntryText(path, "3D/_rels/3dmodel.model.rels"),
+              {R"(Target="/3D/3dmodel.model.bin")", R"(Type="BinaryModelFileTemporaryRelationType")"});
     std::string const model = EntryText(path, "3D/3dmodel.model");
-    EXPECT_EQ("/3D/3dmodel.model.bin", Elements(model, "model").at(0).at("binary"));
-    EXPECT_TRUE(Elements(model, "vertex").empty());
-    EXPECT_TRUE(Elements(model, "triangle").empty());
-    EXPECT_NE(std::string::npos,
-              model.find(R"(<bin ref="/3D/3dmodel.model.bin" format="float3" pos="0" count="4"/>)"))
-        << model;
-    std::vector<Attributes> const bins = Elements(model, "bin");
-    ASSERT_EQ(4u, bins.size());
-    char const* const expected[4][3] = {
-        {"float3", "0", "4"}, {"int32_3", "48", "2"}, {"float3", "72", "3"}, {"int32_3", "108", "1"}};
-    for (std::size_t i = 0; i < 4; ++i)
-    {
-        EXPECT_EQ(expected[i][0], bins[i].at("format")) << i;
-        EXPECT_EQ(expected[i][1], bins[i].at("pos")) << i;
-        EXPECT_EQ(expected[i][2], bins[i].at("count")) << i;
-    }
-
+    EXPECT_EQ(4u, Occurrences(model, "<bin "));
+    ExpectXml(model, {R"( binary="/3D/3dmodel.model.bin")", "!<vertex ", "!<triangle ",
+                      R"(<bin ref="/3D/3dmodel.model.bin" format="float3" pos="0" count="4"/>)",
+                      R"(<bin ref="/3D/3dmodel.model.bin" format="int32_3" pos="48" count="2"/>)",
+                      R"(<bin ref="/3D/3dmodel.model.bin" format="float3" pos="72" count="3"/>)",
+                      R"(<bin ref="/3D/3dmodel.model.bin" format="int32_3" pos="108" count="1"/>)"});
     std::string const part = EntryText(path, "3D/3dmodel.model.bin");
     ASSERT_EQ(120u, part.size());
     double const unit = OndSDK::Common::MInternalUnits::Get();
@@ -140,10 +126,10 @@ TEST(BinaryWrite, ObjectsInPartsOfTheirOwnHaveBinaryPartsOfTheirOwn)
     auto const triangle = OneTriangle();
     WriteBinary(path, {square.get(), triangle.get()}, L"millimeter", {}, true);
 
-    std::string const second = EntryText(path, "3D/Objects/Object(2).model");
-    EXPECT_EQ("/3D/Objects/Object(2).model.bin", Elements(second, "model").at(0).at("binary"));
-    EXPECT_NE(std::string::npos, EntryText(path, "3D/Objects/_rels/Object(2).model.rels")
-                                     .find(R"(Target="/3D/Objects/Object(2).model.bin")"));
+    ExpectXml(EntryText(path, "3D/Objects/Object(2).model"),
+              {R"( binary="/3D/Objects/Object(2).model.bin")"});
+    ExpectXml(EntryText(path, "3D/Objects/_rels/Object(2).model.rels"),
+              {R"(Target="/3D/Objects/Object(2).model.bin")"});
     EXPECT_EQ(36u + 12u, EntryText(path, "3D/Objects/Object(2).model.bin").size());
     auto const meshes = ImportMeshes(path);
     ASSERT_EQ(2u, meshes.size());

@@ -1,6 +1,6 @@
 // What the export tests share: a model file of host meshes prepared for
-// writing and printed to text without an archive, and a reader of the
-// attributes of the elements in that text.
+// writing and printed to text without an archive, fragments expected in that
+// text, and meshes with colours and textures to write.
 #pragma once
 
 #include "format3mf/ModelFileStlBase.h"
@@ -10,11 +10,12 @@
 
 #include "common/ImageBitmap.h"
 #include "sax/SaxUtilities.h"
+#include "support/PackageTestSupport.h"
 #include "triangles/MStlBase.h"
 #include "triangles/MStlTexture.h"
 
 #include <functional>
-#include <map>
+#include <gtest/gtest.h>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -60,38 +61,15 @@ struct PreparedModel
     }
 };
 
-using Attributes = std::map<std::string, std::string>;
-
-// The attributes of every element of that exact name, in document order.
-inline std::vector<Attributes> Elements(std::string const& xml, std::string const& name)
+// Each fragment is in the text, or with a leading '!' is not.
+inline void ExpectXml(std::string const& xml, std::vector<std::string> const& fragments)
 {
-    std::vector<Attributes> found;
-    std::string const open = "<" + name;
-    for (std::size_t at = xml.find(open); at != std::string::npos; at = xml.find(open, at + 1))
+    for (std::string const& fragment : fragments)
     {
-        std::size_t position = at + open.size();
-        if (xml[position] != ' ' && xml[position] != '/' && xml[position] != '>')
-        {
-            continue; // a longer name
-        }
-        Attributes attributes;
-        while (position < xml.size() && xml[position] != '>')
-        {
-            std::size_t const equals = xml.find("=\"", position);
-            std::size_t const end = xml.find('>', position);
-            if (equals == std::string::npos || equals > end)
-            {
-                break;
-            }
-            std::size_t const nameStart = xml.rfind(' ', equals) + 1;
-            std::size_t const valueEnd = xml.find('"', equals + 2);
-            attributes[xml.substr(nameStart, equals - nameStart)] =
-                xml.substr(equals + 2, valueEnd - equals - 2);
-            position = valueEnd + 1;
-        }
-        found.push_back(attributes);
+        bool const absent = !fragment.empty() && fragment[0] == '!';
+        EXPECT_EQ(absent, xml.find(absent ? fragment.substr(1) : fragment) == std::string::npos)
+            << (absent ? "unwanted: " : "missing: ") << fragment << "\nin: " << xml;
     }
-    return found;
 }
 
 // Two triangles on four points of a square of side 1 mm.
