@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 using namespace slicer;
 
 namespace
@@ -31,14 +33,21 @@ std::string PrusaVolume(std::string const& first, std::string const& last,
            "\"><metadata type=\"volume\" key=\"volume_type\" value=\"" + type + "\"/></volume>";
 }
 
-// A box whose triangles take the paints in turn, in the attribute given.
-std::string PaintedBox(std::vector<std::string> const& paints, std::string const& attribute)
+// A box whose triangles take the paints in turn ('|' between them), in the
+// attribute given.
+std::string PaintedBox(std::string const& paints, std::string const& attribute)
 {
+    std::vector<std::string> turns;
+    std::istringstream list(paints);
+    for (std::string paint; std::getline(list, paint, '|');)
+    {
+        turns.push_back(paint);
+    }
     std::string mesh = BoxMesh(10, 10, 10, attribute + "=\"@\"");
     std::size_t next = 0;
     for (std::size_t at = mesh.find('@'); at != std::string::npos; at = mesh.find('@', at))
     {
-        std::string const& paint = paints[next++ % paints.size()];
+        std::string const paint = turns.empty() ? "" : turns[next++ % turns.size()];
         mesh.replace(at, 1, paint);
         at += paint.size();
     }
@@ -57,25 +66,19 @@ struct Case
 
 void WriteProject(std::wstring const& file, Case const& test)
 {
-    std::vector<std::string> paints;
-    std::size_t start = 0;
-    for (std::size_t bar = test.paint.find('|'); bar != std::string::npos; bar = test.paint.find('|', start))
-    {
-        paints.push_back(test.paint.substr(start, bar - start));
-        start = bar + 1;
-    }
-    paints.push_back(test.paint.substr(start));
     if (test.prusa)
     {
-        WriteModelPackage(file, Part(MeshObject(1, PaintedBox(paints, "slic3rpe:mmu_segmentation")), Item(1)),
+        WriteModelPackage(file,
+                          Part(MeshObject(1, PaintedBox(test.paint, "slic3rpe:mmu_segmentation")), Item(1)),
                           {{"Metadata/Slic3r_PE_model.config", test.objects},
                            {"Metadata/Slic3r_PE.config", test.filaments}});
         return;
     }
-    WriteSlicerPackage(file, Part(Assembly(2, ComponentElement(1, "/3D/Objects/object_1.model")), Item(2)),
-                       {{"3D/Objects/object_1.model", Part(MeshObject(1, PaintedBox(paints, "paint_color")))},
-                        {"Metadata/model_settings.config", test.objects},
-                        {"Metadata/project_settings.config", test.filaments}});
+    WriteSlicerPackage(
+        file, Part(Assembly(2, ComponentElement(1, "/3D/Objects/object_1.model")), Item(2)),
+        {{"3D/Objects/object_1.model", Part(MeshObject(1, PaintedBox(test.paint, "paint_color")))},
+         {"Metadata/model_settings.config", test.objects},
+         {"Metadata/project_settings.config", test.filaments}});
 }
 } // namespace
 
@@ -178,8 +181,7 @@ TEST(HostileProjects, PaintedVolumesKeepTheirLeaves)
         "key=\"extruder\" value=\"1\"/></volume><volume firstid=\"6\" lastid=\"11\"><metadata "
         "type=\"volume\" key=\"extruder\" value=\"2\"/></volume></object></config>";
     WriteModelPackage(
-        file,
-        Part(MeshObject(1, PaintedBox({"", "480C1C3", "4802", "485"}, "slic3rpe:mmu_segmentation")), Item(1)),
+        file, Part(MeshObject(1, PaintedBox("|480C1C3|4802|485", "slic3rpe:mmu_segmentation")), Item(1)),
         {{"Metadata/Slic3r_PE_model.config", volumes}, {"Metadata/Slic3r_PE.config", kPrusaFilaments}});
     auto const read = Import(file, true);
     ASSERT_EQ(2u, read.meshes.size()) << Messages(read.warnings);
