@@ -83,46 +83,41 @@ TEST(DisplacementMapRead, OnlyCompleteEntriesOnCoordinateGroupsAreKept)
 
 // Read, write, read: the same maps in the same order, under the "dt" prefix
 // that writing declares as a required extension; values with four decimals.
+// A mesh without maps declares nothing.
 TEST(DisplacementMapRead, MapsSurviveWritingAndReadingAgain)
 {
-    PackageScratch scratch;
-    MeshRead first(DisplacementModel(R"(<dt:texture texture2d_id="8" white="1" black="-0.5"/>
-        <dt:texture texture2d_id="6" white="0.25" black="3"/>)"),
-                   {}, {{"3D/Textures/tex.png", BlankPng::Make(2, 2, false)}});
-    ASSERT_TRUE(first.ok) << first.Error();
-    std::wstring const written = scratch.File("written.3mf");
-    PackageWrite(&first.package, PackageWriteOptions()).Write(written, nullptr);
+    for (bool const withMaps : {true, false})
+    {
+        SCOPED_TRACE(withMaps ? "with maps" : "without maps");
+        PackageScratch scratch;
+        MeshRead first(DisplacementModel(withMaps ? R"(<dt:texture texture2d_id="8" white="1" black="-0.5"/>
+            <dt:texture texture2d_id="6" white="0.25" black="3"/>)"
+                                                  : ""),
+                       {}, {{"3D/Textures/tex.png", BlankPng::Make(2, 2, false)}});
+        ASSERT_TRUE(first.ok) << first.Error();
+        std::wstring const written = scratch.File("written.3mf");
+        PackageWrite(&first.package, PackageWriteOptions()).Write(written, nullptr);
 
-    std::string const xml = EntryText(written, "3D/3dmodel.model");
-    EXPECT_NE(std::string::npos, xml.find("xmlns:dt=\"" + kDisplacement + "\"")) << xml;
-    EXPECT_NE(std::string::npos, xml.find("requiredextensions=\"dt\"")) << xml;
-    EXPECT_NE(
-        std::string::npos,
-        xml.find(R"(</triangles><dt:textures><dt:texture texture2d_id="8" white="1.0000" black="-0.5000"/>)"
-                 R"(<dt:texture texture2d_id="6" white="0.2500" black="3.0000"/></dt:textures></mesh>)"))
-        << xml;
+        std::string const xml = EntryText(written, "3D/3dmodel.model");
+        EXPECT_EQ(withMaps, xml.find("xmlns:dt=\"" + kDisplacement + "\"") != std::string::npos) << xml;
+        EXPECT_EQ(withMaps, xml.find(kDisplacement) != std::string::npos) << xml;
+        EXPECT_EQ(withMaps, xml.find("requiredextensions=\"dt\"") != std::string::npos) << xml;
+        EXPECT_EQ(withMaps, xml.find("textures") != std::string::npos) << xml;
+        EXPECT_EQ(withMaps,
+                  xml.find(R"(</triangles><dt:textures><dt:texture texture2d_id="8" white="1.0000" )"
+                           R"(black="-0.5000"/><dt:texture texture2d_id="6" white="0.2500" )"
+                           R"(black="3.0000"/></dt:textures></mesh>)") != std::string::npos)
+            << xml;
 
-    StlMeshModelFile model;
-    Package package(&model);
-    PackageRead reader(&package, PackageReadOptions());
-    ASSERT_TRUE(reader.Read(written, nullptr));
-    auto* const object = dynamic_cast<Object*>(model.GetReference(10));
-    ASSERT_NE(nullptr, object);
-    EXPECT_EQ((std::vector<Map>{{8, 1, -0.5}, {6, 0.25, 3}}),
-              Maps(dynamic_cast<MeshStlBase&>(*object->m_mesh)));
-}
-
-TEST(DisplacementMapRead, AMeshWithoutMapsDeclaresNothing)
-{
-    PackageScratch scratch;
-    MeshRead first(DisplacementModel(""), {}, {{"3D/Textures/tex.png", BlankPng::Make(2, 2, false)}});
-    ASSERT_TRUE(first.ok) << first.Error();
-    EXPECT_TRUE(first.Mesh()->m_displacementMaps.empty());
-    EXPECT_EQ(3u, first.Stl().GetNumberOfPoints());
-    std::wstring const written = scratch.File("written.3mf");
-    PackageWrite(&first.package, PackageWriteOptions()).Write(written, nullptr);
-    std::string const xml = EntryText(written, "3D/3dmodel.model");
-    EXPECT_EQ(std::string::npos, xml.find("textures")) << xml;
-    EXPECT_EQ(std::string::npos, xml.find(kDisplacement)) << xml;
-    EXPECT_NE(std::string::npos, xml.find("<triangle ")) << xml;
+        StlMeshModelFile model;
+        Package package(&model);
+        PackageRead reader(&package, PackageReadOptions());
+        ASSERT_TRUE(reader.Read(written, nullptr));
+        auto* const object = dynamic_cast<Object*>(model.GetReference(10));
+        ASSERT_NE(nullptr, object);
+        std::vector<Map> const maps =
+            withMaps ? std::vector<Map>{{8, 1, -0.5}, {6, 0.25, 3}} : std::vector<Map>{};
+        EXPECT_EQ(maps, Maps(dynamic_cast<MeshStlBase&>(*object->m_mesh)));
+        EXPECT_EQ(1u, dynamic_cast<MeshStlBase&>(*object->m_mesh).GetStl(false)->GetNumberOfTriangles());
+    }
 }
