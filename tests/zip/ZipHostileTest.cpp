@@ -80,12 +80,15 @@ enum class Damage
 // behind; with only its data damaged it must open. Damage anywhere may also
 // hit bytes that no reader needs (a time, a version): the entry must then
 // read as it was written, never as other bytes.
-void ExpectRejected(TemporaryFolder const& folder, std::string const& bytes, std::string const& content,
-                    std::string const& what, Damage damage)
+void ExpectRejected(TemporaryFolder const& folder, OneEntry const& entry, std::string const& what,
+                    Damage damage, std::function<void(OneEntry&)> const& change)
 {
     SCOPED_TRACE(what);
+    OneEntry damaged = entry;
+    change(damaged);
+    std::string const& content = entry.m_content;
     std::filesystem::path const path = folder / "damaged.zip";
-    WriteFile(path, bytes);
+    WriteFile(path, damaged.m_bytes);
     MZipArchive archive(false);
     MZipArchive::MZipFileInfo info;
     bool const opened = archive.OpenArchiveRead(path.wstring().c_str());
@@ -116,86 +119,65 @@ void ExpectRejected(TemporaryFolder const& folder, std::string const& bytes, std
     EXPECT_FALSE(std::filesystem::exists(target));
 }
 
-// A damaged copy of an entry's archive, and how far the damage reaches.
-struct Damaged
-{
-    std::string m_what;
-    std::string m_bytes;
-    Damage m_damage;
-};
+} // namespace
 
 // Every kind of damage, as data: a directory whose CRC, size, method or
 // flags lie; flipped compressed bytes; every byte of the headers and the end
 // record flipped; the archive cut anywhere or its data cut out from under
 // the directory; random bytes overwritten anywhere.
-std::vector<Damaged> Damages(OneEntry const& entry)
-{
-    std::vector<Damaged> damages;
-    auto const add = [&](std::string const& what, Damage damage, std::function<void(OneEntry&)> const& change)
-    {
-        OneEntry copy = entry;
-        change(copy);
-        damages.push_back({what, copy.m_bytes, damage});
-    };
-    std::uint32_t const size = static_cast<std::uint32_t>(entry.m_content.size());
-    add("crc", Damage::Data, [](OneEntry& e) { e.PatchBoth(14, Get(e.m_bytes, 14, 4) ^ 1); });
-    add("longer", Damage::Data, [size](OneEntry& e) { e.PatchBoth(22, size + 1); });
-    add("shorter", Damage::Data, [size](OneEntry& e) { e.PatchBoth(22, size - 1); });
-    add("empty", Damage::Data, [](OneEntry& e) { e.PatchBoth(22, 0); });
-    add("method", Damage::Data, [](OneEntry& e) { e.m_bytes[e.m_central + 10] = 12; });
-    add("encrypted", Damage::Data, [](OneEntry& e) { e.m_bytes[e.m_central + 8] |= 1; });
-    add("hollow", Damage::Directory,
-        [](OneEntry& e) { e.m_bytes.erase(e.m_dataStart + 10, e.m_dataSize / 2); });
-    std::size_t const dataEnd = entry.m_dataStart + entry.m_dataSize;
-    // The last bytes of deflate data may hold padding bits that nobody reads.
-    for (std::size_t at = entry.m_dataStart; at + 2 < dataEnd; at += entry.m_dataSize / 17 + 1)
-    {
-        add("two flipped at " + std::to_string(at), Damage::Data,
-            [at](OneEntry& e)
-            {
-                e.m_bytes[at] = static_cast<char>(e.m_bytes[at] ^ 0x5A);
-                e.m_bytes[at + 1] = static_cast<char>(~e.m_bytes[at + 1]);
-            });
-    }
-    for (std::size_t at = 0; at < entry.m_bytes.size();
-         at += at < entry.m_dataStart || at >= entry.m_central ? 1 : entry.m_dataSize / 40 + 1)
-    {
-        bool const inData = at >= entry.m_dataStart && at < dataEnd;
-        add("flipped at " + std::to_string(at), inData ? Damage::Data : Damage::Anywhere,
-            [at](OneEntry& e) { e.m_bytes[at] = static_cast<char>(~e.m_bytes[at]); });
-    }
-    for (std::size_t length = 0; length < entry.m_bytes.size(); length += 1 + length / 8)
-    {
-        add("cut at " + std::to_string(length), Damage::Directory,
-            [length](OneEntry& e) { e.m_bytes.resize(length); });
-    }
-    std::mt19937 random(11);
-    std::uniform_int_distribution<std::size_t> position(0, entry.m_bytes.size() - 1);
-    for (int attempt = 0; attempt < 150; ++attempt)
-    {
-        add("random damage " + std::to_string(attempt), Damage::Anywhere,
-            [&](OneEntry& e)
-            {
-                for (int flip = 0; flip < 3; ++flip)
-                {
-                    e.m_bytes[position(random)] = static_cast<char>(random());
-                }
-            });
-    }
-    return damages;
-}
-} // namespace
-
 TEST(ZipHostile, EveryKindOfDamageToDeflatedAndStoredEntries)
 {
     TemporaryFolder folder;
     for (int level : {-1, 0})
     {
         OneEntry const entry(folder, level);
-        for (Damaged const& damaged : Damages(entry))
+        auto const add =
+            [&](std::string const& what, Damage damage, std::function<void(OneEntry&)> const& change)
+        { ExpectRejected(folder, entry, "level " + std::to_string(level) + ", " + what, damage, change); };
+        std::uint32_t const size = static_cast<std::uint32_t>(entry.m_content.size());
+        add("crc", Damage::Data, [](OneEntry& e) { e.PatchBoth(14, Get(e.m_bytes, 14, 4) ^ 1); });
+        add("longer", Damage::Data, [size](OneEntry& e) { e.PatchBoth(22, size + 1); });
+        add("shorter", Damage::Data, [size](OneEntry& e) { e.PatchBoth(22, size - 1); });
+        add("empty", Damage::Data, [](OneEntry& e) { e.PatchBoth(22, 0); });
+        add("method", Damage::Data, [](OneEntry& e) { e.m_bytes[e.m_central + 10] = 12; });
+        add("encrypted", Damage::Data, [](OneEntry& e) { e.m_bytes[e.m_central + 8] |= 1; });
+        add("hollow", Damage::Directory,
+            [](OneEntry& e) { e.m_bytes.erase(e.m_dataStart + 10, e.m_dataSize / 2); });
+        std::size_t const dataEnd = entry.m_dataStart + entry.m_dataSize;
+        // The last bytes of deflate data may hold padding bits that nobody reads.
+        for (std::size_t at = entry.m_dataStart; at + 2 < dataEnd; at += entry.m_dataSize / 17 + 1)
         {
-            ExpectRejected(folder, damaged.m_bytes, entry.m_content,
-                           "level " + std::to_string(level) + ", " + damaged.m_what, damaged.m_damage);
+            add("two flipped at " + std::to_string(at), Damage::Data,
+                [at](OneEntry& e)
+                {
+                    e.m_bytes[at] = static_cast<char>(e.m_bytes[at] ^ 0x5A);
+                    e.m_bytes[at + 1] = static_cast<char>(~e.m_bytes[at + 1]);
+                });
+        }
+        for (std::size_t at = 0; at < entry.m_bytes.size();
+             at += at < entry.m_dataStart || at >= entry.m_central ? 1 : entry.m_dataSize / 40 + 1)
+        {
+            bool const inData = at >= entry.m_dataStart && at < dataEnd;
+            add("flipped at " + std::to_string(at), inData ? Damage::Data : Damage::Anywhere,
+                [at](OneEntry& e) { e.m_bytes[at] = static_cast<char>(~e.m_bytes[at]); });
+        }
+        for (std::size_t length = 0; length < entry.m_bytes.size(); length += 1 + length / 8)
+        {
+            add("cut at " + std::to_string(length), Damage::Directory,
+                [length](OneEntry& e) { e.m_bytes.resize(length); });
+        }
+        std::mt19937 random(11);
+        std::uniform_int_distribution<std::size_t> position(0, entry.m_bytes.size() - 1);
+        for (int attempt = 0; attempt < 150; ++attempt)
+        {
+            add("random damage " + std::to_string(attempt), Damage::Anywhere,
+                [&](OneEntry& e)
+                {
+                    for (int flip = 0; flip < 3; ++flip)
+                    {
+                        e.m_bytes[position(random)] = static_cast<char>(random());
+                    }
+                });
         }
     }
 }
@@ -219,12 +201,10 @@ TEST(ZipHostile, BigEntryInflatedAhead)
         EXPECT_EQ(sizeof head, partial.Read(head, sizeof head));
     }
     // A lying CRC, and a flipped byte late in the data.
-    OneEntry crc = entry;
-    crc.PatchBoth(14, Get(crc.m_bytes, 14, 4) ^ 1);
-    ExpectRejected(folder, crc.m_bytes, entry.m_content, "big entry, crc", Damage::Data);
-    OneEntry flipped = entry;
-    flipped.m_bytes[entry.m_dataStart + entry.m_dataSize * 9 / 10] ^= 0x5A;
-    ExpectRejected(folder, flipped.m_bytes, entry.m_content, "big entry, flipped late", Damage::Data);
+    ExpectRejected(folder, entry, "big entry, crc", Damage::Data,
+                   [](OneEntry& e) { e.PatchBoth(14, Get(e.m_bytes, 14, 4) ^ 1); });
+    ExpectRejected(folder, entry, "big entry, flipped late", Damage::Data,
+                   [](OneEntry& e) { e.m_bytes[e.m_dataStart + e.m_dataSize * 9 / 10] ^= 0x5A; });
 }
 
 // An entry whose directory claims 4 GiB fails when its data ends, without
@@ -235,15 +215,17 @@ TEST(ZipHostile, EntryClaimingFourGiB)
     std::vector<std::optional<std::size_t>> growth;
     for (int level : {-1, 0})
     {
-        OneEntry entry(folder, level);
-        entry.PatchBoth(22, 0xFFFFFFFEu);
-        if (level == 0)
-        {
-            entry.PatchBoth(18, 0xFFFFFFFEu);
-        }
+        OneEntry const entry(folder, level);
         PeakGrowth const peak;
-        ExpectRejected(folder, entry.m_bytes, entry.m_content, "level " + std::to_string(level),
-                       Damage::Directory);
+        ExpectRejected(folder, entry, "level " + std::to_string(level), Damage::Directory,
+                       [level](OneEntry& e)
+                       {
+                           e.PatchBoth(22, 0xFFFFFFFEu);
+                           if (level == 0)
+                           {
+                               e.PatchBoth(18, 0xFFFFFFFEu);
+                           }
+                       });
         growth.push_back(peak.KiB());
     }
     for (std::optional<std::size_t> const& kib : growth)
