@@ -77,7 +77,7 @@ TEST(MeshPropertiesRead, ColorsOfTrianglesAndMeshAndBadReferences)
             {
                 expected.push_back(colors.at(name));
             }
-            EXPECT_EQ(expected, TriangleColors(read.Stl()));
+            EXPECT_EQ(expected, ColoursOf(read.Stl()));
             EXPECT_EQ(nullptr, read.Mesh()->m_triangleProperties);
             if (!c.Get("material").empty())
             {
@@ -106,7 +106,7 @@ TEST(MeshPropertiesRead, TextureCoordinatesLandInOneHostTexturePerGroup)
                   {}, {{"3D/Textures/tex.png", png}});
     ASSERT_TRUE(read.ok) << read.Error();
     MStlBase const& stl = read.Stl();
-    EXPECT_EQ((std::vector<long long>{kRed, kNone, kNone}), TriangleColors(stl));
+    EXPECT_EQ((std::vector<long long>{kRed, kNone, kNone}), ColoursOf(stl));
 
     ASSERT_EQ(2u, stl.GetTextures().size());
     MStlTexture const& first = *stl.GetTextures()[0];

@@ -2,6 +2,7 @@
 // gives objects host meshes, and a package read of both.
 #pragma once
 
+#include "support/MeshDump.h"
 #include "support/PackageTestSupport.h"
 #include "support/TestModelFile.h"
 
@@ -87,15 +88,3 @@ struct MeshRead
         return errors.empty() ? std::string() : StringConversion::ConvertNativeToUTF8(errors.front());
     }
 };
-
-// The colour of each triangle, or -1 where it has none.
-inline std::vector<long long> TriangleColors(MStlBase const& stl)
-{
-    std::vector<long long> colors;
-    for (auto triangle = stl.BeginTriangle(); triangle != stl.EndTriangle(); ++triangle)
-    {
-        MStlColor const& color = triangle->GetColor();
-        colors.push_back(color.IsDefined() ? static_cast<long long>(color.GetRGB()) : -1);
-    }
-    return colors;
-}
