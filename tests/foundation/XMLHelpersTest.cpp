@@ -5,18 +5,14 @@
 #include "format3mf/ReadAttribute.h"
 #include "format3mf/XMLHandlers.h"
 #include "format3mf/XMLPersistHelpers.h"
-#include "foundation/XMLNames.h"
 
 #include "common/MInternalUnits.h"
-#include "sax/SaxUtilities.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <cwchar>
-#include <functional>
 #include <random>
-#include <sstream>
 #include <stdexcept>
 
 using namespace Format_3MF;
@@ -39,40 +35,30 @@ std::wstring Printf(double value, int precision)
 }
 } // namespace
 
-TEST(ReadAttribute, PlainNameWinsOverPrefixedAndNullPrefixLooksOnlyAtPlain)
+// A plain name wins over a prefixed one, and without a prefix only plain
+// names count. Identifiers read like a stream extraction: leading digits
+// count, a word reads as 0, a huge value as the largest, a blank leaves the
+// value alone. Lists append; a trailing blank adds an undefined identifier
+// and a bad entry ends the list.
+TEST(ReadAttribute, PrefixesIdentifiersAndLists)
 {
-    std::wstring const prefix = L"s";
-    AtRootStartTag(R"(<a x="1" s:x="2" s:y="3" z="&#xe9;t&#xe9; &#x1F600;"/>)",
-                   [&](MSAXReader& reader)
+    AtRootStartTag(R"(<a x="1" s:x="2" s:y="3" z="&#xe9;t&#xe9; &#x1F600;" id=" 12abc" none="abc" neg="-2" )"
+                   R"(huge="99999999999" blank="  " three="1 2 3" trailing="1 2 3 " bad="4 x 5" empty=""/>)",
+                   [](MSAXReader& reader)
                    {
-                       int x = 0;
+                       std::wstring const prefix = L"s";
+                       int x = 0, y = 0;
                        EXPECT_TRUE(ReadAttribute(reader, L"x", x, &prefix));
-                       EXPECT_EQ(1, x);
-                       int y = 0;
                        EXPECT_FALSE(ReadAttribute(reader, L"y", y));
                        EXPECT_TRUE(ReadAttribute(reader, L"y", y, &prefix));
-                       EXPECT_EQ(3, y);
-                       std::wstring text;
+                       EXPECT_EQ(std::make_pair(1, 3), std::make_pair(x, y));
+                       std::wstring text, missing = L"kept";
                        EXPECT_TRUE(ReadAttribute(reader, L"y", text, &prefix));
                        EXPECT_EQ(L"3", text);
                        EXPECT_TRUE(ReadAttribute(reader, L"z", text));
                        EXPECT_EQ(L"\u00e9t\u00e9 \U0001F600", text);
-                       std::wstring missing = L"kept";
                        EXPECT_FALSE(ReadAttribute(reader, L"w", missing, &prefix));
                        EXPECT_EQ(L"kept", missing);
-                   });
-}
-
-// Identifiers read like a stream extraction: leading digits count, a word
-// reads as 0, a huge value as the largest, a blank leaves the value alone.
-// Lists append; a trailing blank adds an undefined identifier and a bad
-// entry ends the list.
-TEST(ReadAttribute, ReferenceIdentifiersAndLists)
-{
-    AtRootStartTag(R"(<a id=" 12abc" none="abc" neg="-2" huge="99999999999" blank="  " three="1 2 3" )"
-                   R"(trailing="1 2 3 " bad="4 x 5" empty=""/>)",
-                   [](MSAXReader& reader)
-                   {
                        std::pair<wchar_t const*, int> const ids[] = {
                            {L"id", 12}, {L"none", 0}, {L"neg", -2}, {L"huge", INT_MAX}, {L"blank", 5}};
                        for (auto const& [name, expected] : ids)
