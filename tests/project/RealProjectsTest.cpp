@@ -1,10 +1,8 @@
 // Real projects of Bambu Studio, OrcaSlicer and PrusaSlicer read as their
 // makers see them: the expected parts, roles and colours are those their
 // settings parts state (Metadata/model_settings.config, project_settings.config,
-// Slic3r_PE_model.config), copied here by hand; and a PrusaSlicer project with
-// volumes of every type and several extruders, made from the real Benchy
-// project by rewriting its settings, whose ranges cut the plain reading's
-// triangles into the parts, in order.
+// Slic3r_PE_model.config), copied here by hand, and the parts cut the plain
+// reading's triangles, in order.
 
 #include "project/ProjectTestSupport.h"
 
@@ -26,6 +24,44 @@ std::string Volume(int first, int last, char const* name, char const* type, int 
            "\"/><metadata type=\"volume\" key=\"extruder\" value=\"" + std::to_string(extruder) +
            "\"/></volume>";
 }
+
+struct Part
+{
+    std::wstring name; // empty: not named by the settings
+    PartRole role;
+    std::map<std::string, std::size_t> colours; // triangles of each colour; empty: not stated
+};
+
+// Reads the project with the option: the parts in order, their triangles
+// those of the plain reading one after the other, and without the parts
+// that are not printed, only the printable ones.
+void ExpectParts(std::wstring const& file, std::vector<Part> const& parts)
+{
+    auto const read = Import(file, true);
+    auto const plain = Import(file, false);
+    ASSERT_EQ(format3mf::import::Importer::Success, read.status) << Messages(read.errors);
+    EXPECT_EQ("", Messages(read.warnings));
+    ASSERT_EQ(1u, plain.meshes.size());
+    ASSERT_EQ(parts.size(), read.meshes.size());
+    std::vector<PartRole> printable;
+    std::uint32_t first = 0;
+    for (std::size_t i = 0; i < parts.size(); ++i)
+    {
+        SCOPED_TRACE(i);
+        MStlBase const& mesh = *read.meshes[i];
+        EXPECT_TRUE(parts[i].name.empty() || parts[i].name == mesh.GetName());
+        EXPECT_EQ(parts[i].role, read.roles[i]);
+        EXPECT_TRUE(parts[i].colours.empty() || parts[i].colours == ColourCounts(mesh));
+        EXPECT_TRUE(SameTriangles(mesh, *plain.meshes[0], first));
+        first += mesh.GetNumberOfTriangles();
+        if (parts[i].role == PartRole::Printable)
+        {
+            printable.push_back(PartRole::Printable);
+        }
+    }
+    EXPECT_EQ(plain.meshes[0]->GetNumberOfTriangles(), first);
+    EXPECT_EQ(printable, Import(file, true, false).roles);
+}
 } // namespace
 
 // Eight parts, each assigned a filament (extruders 1 2 2 3 4 1 4 3), with
@@ -39,21 +75,14 @@ TEST(RealProjects, CoinPartsTakeTheirFilamentsColoursInTheLibraryAndTheTools)
     std::vector<std::string> const colours = {"#0000FF", "#FFFFFF", "#FFFFFF", "#8E9089",
                                               "#000000", "#0000FF", "#000000", "#8E9089"};
     std::vector<std::size_t> const faces = {1040, 1006, 1032, 1036, 1032, 1060, 1014, 1058};
-    auto const read = Import(file, true);
-    ASSERT_EQ(format3mf::import::Importer::Success, read.status) << Messages(read.errors);
-    ASSERT_EQ(8u, read.meshes.size());
+    std::vector<Part> parts;
     for (std::size_t i = 0; i < 8; ++i)
     {
-        SCOPED_TRACE(i);
-        MStlBase const& part = *read.meshes[i];
-        EXPECT_EQ(L"part" + std::to_wstring(i + 1) + L".stl", part.GetName());
-        EXPECT_EQ(PartRole::Printable, read.roles[i]);
-        EXPECT_EQ((std::map<std::string, std::size_t>{{colours[i], faces[i]}}), ColourCounts(part));
+        parts.push_back(
+            {L"part" + std::to_wstring(i + 1) + L".stl", PartRole::Printable, {{colours[i], faces[i]}}});
     }
-    auto const plain = Import(file, false);
-    ASSERT_EQ(1u, plain.meshes.size());
-    EXPECT_EQ(0u, ColourCounts(*plain.meshes[0]).count("#0000FF"));
-    EXPECT_EQ(TotalTriangles(plain.meshes), TotalTriangles(read.meshes));
+    ExpectParts(file, parts);
+    EXPECT_EQ(0u, ColourCounts(*Import(file, false).meshes.at(0)).count("#0000FF"));
 
     auto const quoted = [](std::string const& text) { return "'" + text + "'"; };
     std::string const coin = quoted(StringConversion::ConvertNativeToUTF8(file));
@@ -86,43 +115,50 @@ TEST(RealProjects, CoinPartsTakeTheirFilamentsColoursInTheLibraryAndTheTools)
     }
 }
 
-// The cylinder is a modifier: not printed, so the printable mesh is the
-// plain reading without it (the cube's triangles come first there).
-TEST(RealProjects, OrcaModifierIsNoPrintablePart)
+// The cylinder of OrcaSlicer is a modifier, not printed; the chest of Bambu
+// Studio has 12,505 triangles painted "8" (filament 2, #A6A9AA) and 6
+// painted "4" (filament 1, the object's own #7D6556), whole triangles; the
+// Benchy of PrusaSlicer gets volumes of every type and several extruders by
+// a rewriting of its settings: it prints with extruder 2, whose extruder
+// colour stands before its filament's, and volumes with extruder 0 take the
+// object's.
+TEST(RealProjects, PartsRolesAndColoursAsTheSettingsState)
 {
-    REAL_PROJECT(file, "orcaslicer-modifierGroup.3mf");
-    auto const plain = Import(file, false);
-    auto const all = Import(file, true);
-    auto const printable = Import(file, true, false);
-    ASSERT_EQ(1u, plain.meshes.size());
-    ASSERT_EQ(2u, all.meshes.size());
-    EXPECT_EQ((std::vector<PartRole>{PartRole::Printable, PartRole::Modifier}), all.roles);
-    EXPECT_EQ(L"Generic-Cylinder", all.meshes[1]->GetName());
-    EXPECT_EQ(0u, ColourCounts(*all.meshes[1]).count("#FFFFFF"));
-    ASSERT_EQ(1u, printable.meshes.size());
-    EXPECT_EQ((std::vector<PartRole>{PartRole::Printable}), printable.roles);
-    MStlBase const& cube = *printable.meshes[0];
-    EXPECT_EQ(plain.meshes[0]->GetNumberOfTriangles(),
-              cube.GetNumberOfTriangles() + all.meshes[1]->GetNumberOfTriangles());
-    EXPECT_TRUE(SameTriangles(cube, *plain.meshes[0], 0));
-    EXPECT_TRUE(SameTriangles(*all.meshes[1], *plain.meshes[0], std::uint32_t(cube.GetNumberOfTriangles())));
-    EXPECT_EQ((std::map<std::string, std::size_t>{{"#FFFFFF", 12}}), ColourCounts(cube));
-}
+    {
+        REAL_PROJECT(file, "orcaslicer-modifierGroup.3mf");
+        ExpectParts(file, {{L"", PartRole::Printable, {{"#FFFFFF", 12}}},
+                           {L"Generic-Cylinder", PartRole::Modifier, {}}});
+    }
+    {
+        REAL_PROJECT(file, "bambu-painted-chest.3mf");
+        ExpectParts(file, {{L"", PartRole::Printable, {{"#7D6556", 87756 - 12505}, {"#A6A9AA", 12505}}}});
+    }
+    REAL_PROJECT(original, "prusaslicer-seam_test_object.3mf");
+    PackageScratch scratch;
+    std::wstring const file = scratch.File("volumes.3mf");
+    // The object prints with extruder 2, whose extruder colour stands before
+    // its filament's; volumes with extruder 0 take the object's.
+    std::string const objects =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?><config><object id=\"1\" instances_count=\"1\">"
+        "<metadata type=\"object\" key=\"name\" value=\"Benchy\"/>"
+        "<metadata type=\"object\" key=\"extruder\" value=\"2\"/>" +
+        Volume(0, 99999, "Hull", "ModelPart", 0) + Volume(100000, 149999, "Hole", "NegativeVolume", 0) +
+        Volume(150000, 169999, "Infill", "ParameterModifier", 1) +
+        Volume(170000, 179999, "No support", "SupportBlocker", 0) +
+        Volume(180000, 189999, "Support", "SupportEnforcer", 0) +
+        Volume(190000, 225153, "Deck", "ModelPart", 3) + "</object></config>";
+    std::string const settings = "; generated by PrusaSlicer\n; extruder_colour = \"\";\"#00FF00\";\"\"\n"
+                                 "; filament_colour = #FF0000;#0000FF;#FFFF00\n";
+    WriteModelPackage(
+        file, EntryText(original, "3D/3dmodel.model"),
+        {{"Metadata/Slic3r_PE_model.config", objects}, {"Metadata/Slic3r_PE.config", settings}});
 
-// 12,505 triangles painted "8" (filament 2, #A6A9AA) and 6 painted "4"
-// (filament 1, the object's own #7D6556): whole triangles, so the geometry
-// is the plain reading's.
-TEST(RealProjects, ChestPaintTakesTheStatesFilaments)
-{
-    REAL_PROJECT(file, "bambu-painted-chest.3mf");
-    auto const read = Import(file, true);
-    auto const plain = Import(file, false);
-    ASSERT_EQ(1u, read.meshes.size()) << Messages(read.warnings);
-    ASSERT_EQ(1u, plain.meshes.size());
-    EXPECT_EQ((std::map<std::string, std::size_t>{{"#7D6556", 87756 - 12505}, {"#A6A9AA", 12505}}),
-              ColourCounts(*read.meshes[0]));
-    EXPECT_TRUE(SameTriangles(*read.meshes[0], *plain.meshes[0], 0));
-    EXPECT_EQ("", Messages(read.warnings));
+    ExpectParts(file, {{L"Hull", PartRole::Printable, {{"#00FF00", 100000}}},
+                       {L"Hole", PartRole::NegativeVolume, {{"none", 50000}}},
+                       {L"Infill", PartRole::Modifier, {{"none", 20000}}},
+                       {L"No support", PartRole::SupportBlocker, {{"none", 10000}}},
+                       {L"Support", PartRole::SupportEnforcer, {{"none", 10000}}},
+                       {L"Deck", PartRole::Printable, {{"#FFFF00", 35154}}}});
 }
 
 // Every file read with the option: without error, and, where no paint is
@@ -145,62 +181,4 @@ TEST(RealProjects, EveryFileReadsWithTheOption)
         EXPECT_EQ(TotalTriangles(plain.meshes), TotalTriangles(read.meshes));
         EXPECT_EQ(read.meshes.size(), read.roles.size());
     }
-}
-
-TEST(RealProjects, PrusaVolumeRangesCutThePlainReadingIntoParts)
-{
-    REAL_PROJECT(original, "prusaslicer-seam_test_object.3mf");
-    PackageScratch scratch;
-    std::wstring const file = scratch.File("volumes.3mf");
-    // The object prints with extruder 2, whose extruder colour stands before
-    // its filament's; volumes with extruder 0 take the object's.
-    std::string const objects =
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?><config><object id=\"1\" instances_count=\"1\">"
-        "<metadata type=\"object\" key=\"name\" value=\"Benchy\"/>"
-        "<metadata type=\"object\" key=\"extruder\" value=\"2\"/>" +
-        Volume(0, 99999, "Hull", "ModelPart", 0) + Volume(100000, 149999, "Hole", "NegativeVolume", 0) +
-        Volume(150000, 169999, "Infill", "ParameterModifier", 1) +
-        Volume(170000, 179999, "No support", "SupportBlocker", 0) +
-        Volume(180000, 189999, "Support", "SupportEnforcer", 0) +
-        Volume(190000, 225153, "Deck", "ModelPart", 3) + "</object></config>";
-    std::string const settings = "; generated by PrusaSlicer\n; extruder_colour = \"\";\"#00FF00\";\"\"\n"
-                                 "; filament_colour = #FF0000;#0000FF;#FFFF00\n";
-    WriteModelPackage(
-        file, EntryText(original, "3D/3dmodel.model"),
-        {{"Metadata/Slic3r_PE_model.config", objects}, {"Metadata/Slic3r_PE.config", settings}});
-
-    auto const plain = Import(file, false);
-    auto const read = Import(file, true);
-    ASSERT_EQ(1u, plain.meshes.size()) << Messages(plain.errors);
-    ASSERT_EQ(6u, read.meshes.size()) << Messages(read.errors) << Messages(read.warnings);
-    EXPECT_EQ("", Messages(read.warnings));
-    struct Part
-    {
-        std::wstring name;
-        PartRole role;
-        std::uint32_t first;
-        std::size_t triangles;
-        std::string colour;
-    };
-    std::vector<Part> const parts = {
-        {L"Hull", PartRole::Printable, 0, 100000, "#00FF00"},
-        {L"Hole", PartRole::NegativeVolume, 100000, 50000, "none"},
-        {L"Infill", PartRole::Modifier, 150000, 20000, "none"},
-        {L"No support", PartRole::SupportBlocker, 170000, 10000, "none"},
-        {L"Support", PartRole::SupportEnforcer, 180000, 10000, "none"},
-        {L"Deck", PartRole::Printable, 190000, 35154, "#FFFF00"},
-    };
-    for (std::size_t i = 0; i < parts.size(); ++i)
-    {
-        SCOPED_TRACE(i);
-        MStlBase const& mesh = *read.meshes[i];
-        EXPECT_EQ(parts[i].name, mesh.GetName());
-        EXPECT_EQ(parts[i].role, read.roles[i]);
-        EXPECT_EQ(parts[i].triangles, mesh.GetNumberOfTriangles());
-        EXPECT_TRUE(SameTriangles(mesh, *plain.meshes[0], parts[i].first));
-        EXPECT_EQ((std::map<std::string, std::size_t>{{parts[i].colour, parts[i].triangles}}),
-                  ColourCounts(mesh));
-    }
-    auto const printable = Import(file, true, false);
-    EXPECT_EQ((std::vector<PartRole>{PartRole::Printable, PartRole::Printable}), printable.roles);
 }
