@@ -28,7 +28,9 @@ void ExpectNear(MMPoint3d<double> const& expected, MMPoint3d<double> const& actu
 }
 } // namespace
 
-TEST(MMTransformMatrix, ProductAppliesChildFirstThenParent)
+// A product applies the child first, then the parent; inverses of general
+// affine matrices, and of none.
+TEST(MMTransformMatrix, ProductsAndInverses)
 {
     MMTransformMatrix const parent = FromRows({{1, 0, 0, 10}, {0, 1, 0, 0}, {0, 0, 1, 0}});
     MMTransformMatrix const child = FromRows({{2, 0, 0, 0}, {0, 2, 0, 0}, {0, 0, 2, 0}});
@@ -39,10 +41,7 @@ TEST(MMTransformMatrix, ProductAppliesChildFirstThenParent)
     // The product comes with its inverse and class.
     ExpectNear({1, 1, 1}, combined.ApplyInverse({12, 2, 2}));
     EXPECT_EQ(MMTransformMatrix::Class::Affine, combined.GetClass());
-}
 
-TEST(MMTransformMatrix, InverseOfAGeneralAffineMatrixAndOfNone)
-{
     // Rotation, shear, non-uniform scale and translation, with a zero on the
     // diagonal so that elimination has to pivot.
     MMTransformMatrix m = FromRows({{0, -2, 0.5, 3}, {1.5, 0, 0, -7}, {0.25, 0.1, 4, 11}});

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <limits>
 #include <optional>
 
 namespace
@@ -25,25 +24,20 @@ void ExpectNumber(std::string const& text, std::optional<T> expected)
                    });
 }
 
+// The reader's numbers are ParseNumber's, which the plain scanner's tests hold
+// against the plain parse over many edge cases; here the types and forms
+// only the reader sees: character references as blanks, 64-bit and float
+// values, exponents.
 TEST(SaxAttributes, NumbersParseOrReadAsAbsent)
 {
-    ExpectNumber<int>("42", 42);
-    ExpectNumber<int>("-17", -17);
-    ExpectNumber<int>("+5", 5);
     ExpectNumber<int>(" 12&#9;&#10;", 12);
+    ExpectNumber<int>("12abc", std::nullopt);
     ExpectNumber<std::int64_t>("-9000000000", -9000000000LL);
-    ExpectNumber<std::uint64_t>("18446744073709551615", std::numeric_limits<std::uint64_t>::max());
-    ExpectNumber<double>("-12.3456", -12.3456);
-    ExpectNumber<double>("1.5e3", 1500.0);
-    ExpectNumber<double>(".5", 0.5);
-    ExpectNumber<float>("-2.5E-2", -0.025f);
-    for (char const* text : {"", " ", "abc", "12abc", "1 2", "1e3", "0x10", "+-1", "99999999999"})
-    {
-        ExpectNumber<int>(text, std::nullopt);
-    }
     ExpectNumber<std::uint64_t>("-1", std::nullopt);
+    ExpectNumber<double>("1.5e3", 1500.0);
     ExpectNumber<double>("1.5.2", std::nullopt);
     ExpectNumber<double>("1e999", std::nullopt);
+    ExpectNumber<float>("-2.5E-2", -0.025f);
     ExpectNumber<float>("nothing", std::nullopt);
 }
 
