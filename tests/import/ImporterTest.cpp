@@ -1,8 +1,11 @@
 // The importer from its caller's side: packages the tests build, each with
 // the status, meshes, colours and the message ImportFile gives; the options
-// of Importer on samples; and a cancel in the middle of a mesh.
+// of Importer on samples; a cancel in the middle of a mesh; and the memory
+// bound that a fuzzed file once passed.
 #include "import/ImportSupport.h"
+#include "support/BlankPng.h"
 #include "support/MeshDump.h"
+#include "support/PeakMemory.h"
 #include "support/Prerequisites.h"
 #include "support/Samples.h"
 #include "support/SlicerPackages.h"
@@ -14,6 +17,11 @@
 #include "triangles/MStlTexture.h"
 
 #include <gtest/gtest.h>
+
+#include <boost/filesystem/operations.hpp>
+
+#include <cstdio>
+#include <cstdlib>
 
 using format3mf::import::Importer;
 using Parts = std::vector<std::unique_ptr<MStlBase>>;
@@ -248,4 +256,79 @@ TEST(Importer, CancellingMidMeshLeavesNoParts)
     importer.SetFileName(file);
     EXPECT_EQ(Importer::Canceled, importer.Operate(std::make_shared<Canceller>()));
     EXPECT_TRUE(parts.empty());
+}
+
+// A small file that names huge textures: the import must stay within a
+// bounded memory, whatever the images claim (once, four 16384 x 16384 images
+// in a 9 KB package took 4.2 GB). Each image is over the budget of a package,
+// so none is decoded and the geometry comes through. The import runs in a
+// fresh process (this test program again, told so by its environment), which
+// reads its own peak: a forked copy would count the pages of its parent.
+TEST(Importer, FourHugeTexturesInATinyPackageStayWithinTheBound)
+{
+    if (char const* const child = std::getenv("OND3MF_IMPORT_IN_CHILD"))
+    {
+        // 0: four textures without pixels; 1: the import failed; 2: other textures.
+        format3mf::import::ImportResult const result =
+            format3mf::import::ImportFile(StringConversion::ConvertMultiByteStringToOndString(child));
+        int found = 1;
+        if (result.status == Importer::Success && result.meshes.size() == 1)
+        {
+            std::vector<MStlTexture*> const& textures = result.meshes[0]->GetTextures();
+            found = textures.size() == 4 && std::all_of(textures.begin(), textures.end(),
+                                                        [](auto* t) {
+                                                            return t->GetSharedBitmap() != nullptr &&
+                                                                   t->GetSharedBitmap()->IsEmpty();
+                                                        })
+                        ? 0
+                        : 2;
+        }
+        std::printf("result %d peak %zu\n", found, StatusKiB("VmHWM").value_or(0));
+        return;
+    }
+    // Every triangle of the tetrahedron shows one of the four textures.
+    std::string resources;
+    std::string triangles;
+    int const corners[4][3] = {{0, 2, 1}, {0, 1, 3}, {1, 2, 3}, {0, 3, 2}};
+    std::vector<std::pair<std::string, std::string>> images;
+    std::string const png = BlankPng::Make(16384, 16384, true);
+    for (int i = 0; i < 4; ++i)
+    {
+        std::string const n = std::to_string(i);
+        resources += R"(<m:texture2d id="1)" + n + R"(" path="/3D/Textures/)" + n +
+                     R"(.png" contenttype="image/png"/><m:texture2dgroup id="2)" + n + R"(" texid="1)" + n +
+                     R"("><m:tex2coord u="0" v="0"/><m:tex2coord u="1" v="0"/><m:tex2coord u="0" v="1"/>)"
+                     "</m:texture2dgroup>";
+        triangles += R"(<triangle v1=")" + std::to_string(corners[i][0]) + R"(" v2=")" +
+                     std::to_string(corners[i][1]) + R"(" v3=")" + std::to_string(corners[i][2]) +
+                     R"(" pid="2)" + n + R"(" p1="0" p2="1" p3="2"/>)";
+        images.emplace_back("3D/Textures/" + n + ".png", png);
+    }
+    PackageScratch scratch;
+    std::wstring const file = scratch.File("huge-textures.3mf");
+    WriteModelPackage(file,
+                      Model(resources + Object(1, "",
+                                               kTetrahedron.substr(0, kTetrahedron.find("<triangles>")) +
+                                                   "<triangles>" + triangles + "</triangles></mesh>")),
+                      images);
+    EXPECT_LT(boost::filesystem::file_size(StringConversion::ConvertNativeToUTF8(file)), 64u * 1024)
+        << "the point is a small file";
+
+    std::string const self = boost::filesystem::read_symlink("/proc/self/exe").string();
+    CommandOutput const output = RunCommand(
+        "OND3MF_IMPORT_IN_CHILD=" + Quoted(StringConversion::ConvertNativeToUTF8(file)) + " " + Quoted(self) +
+        " --gtest_filter=Importer.FourHugeTexturesInATinyPackageStayWithinTheBound");
+    int result = -1;
+    std::size_t peakKiB = 0;
+    std::size_t const at = output.text.find("result ");
+    ASSERT_NE(std::string::npos, at) << output.text;
+    ASSERT_EQ(2, std::sscanf(output.text.c_str() + at, "result %d peak %zu", &result, &peakKiB))
+        << output.text;
+    EXPECT_EQ(0, result) << "four textures without pixels";
+    if (peakKiB == 0)
+    {
+        GTEST_SKIP() << "the peak resident memory can't be read here";
+    }
+    EXPECT_LT(peakKiB / 1024, 300u) << "peak resident memory of the import in MB";
+    RecordProperty("peak_resident_MB", static_cast<int>(peakKiB / 1024));
 }
