@@ -168,6 +168,7 @@ TEST(HostilePackage, HostileRelationshipsTakeEachPartOnceInsideTheTemporaryFolde
         std::vector<CustomFile const*> custom;
         package.GetCustomFiles(custom);
         std::set<std::string> contents;
+        std::set<std::wstring> names; // in the package
         std::size_t checked = 0;
         for (CustomFile const* part : custom)
         {
@@ -176,6 +177,7 @@ TEST(HostilePackage, HostileRelationshipsTakeEachPartOnceInsideTheTemporaryFolde
             EXPECT_EQ(folder, landed.parent_path());
             std::string const content = Bytes(part->GetPath());
             contents.insert(content);
+            names.insert(part->GetFileNameInPackage());
             auto const named = strange.find(content.substr(std::min(content.size(), std::size_t(11))));
             if (content.rfind("content of ", 0) == 0 && named != strange.end())
             {
@@ -187,6 +189,7 @@ TEST(HostilePackage, HostileRelationshipsTakeEachPartOnceInsideTheTemporaryFolde
         std::size_t const expected = file == cycle ? 2 : strange.size() + (withModel ? 0 : 1);
         EXPECT_EQ(expected, custom.size());
         EXPECT_EQ(expected, contents.size());
+        EXPECT_TRUE(file != cycle || names == std::set<std::wstring>{L"/a.txt", L"/b.txt"});
         EXPECT_EQ(file == cycle ? 0 : strange.size(), checked);
     }
     for (std::wstring const& path : kept)
