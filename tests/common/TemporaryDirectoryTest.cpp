@@ -16,28 +16,35 @@
 using OndSDK::FileIO::FileSystem::TemporaryDirectory;
 namespace fs = boost::filesystem;
 
-TEST(TemporaryDirectory, FreshPathsInOnePrivateFolderAcrossThreads)
+// Fresh paths in one private folder, across threads; a file name may be
+// appended to a path as it is; the folder stays while any object lives, and
+// a later object starts a folder of its own.
+TEST(TemporaryDirectory, FreshPathsInOnePrivateFolderThatGoesWithTheLastObject)
 {
-    TemporaryDirectory const directories[2];
+    auto outer = std::make_unique<TemporaryDirectory>();
     std::mutex mutex;
     std::set<std::wstring> paths;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
     {
-        threads.emplace_back(
-            [&, t]
-            {
-                for (int i = 0; i < 250; ++i)
+        TemporaryDirectory const second;
+        TemporaryDirectory const* const directories[2] = {outer.get(), &second};
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t)
+        {
+            threads.emplace_back(
+                [&, t]
                 {
-                    std::wstring path = directories[t % 2].GetTemporaryFilePath();
-                    std::lock_guard<std::mutex> lock(mutex);
-                    paths.insert(std::move(path));
-                }
-            });
-    }
-    for (std::thread& thread : threads)
-    {
-        thread.join();
+                    for (int i = 0; i < 250; ++i)
+                    {
+                        std::wstring path = directories[t % 2]->GetTemporaryFilePath();
+                        std::lock_guard<std::mutex> lock(mutex);
+                        paths.insert(std::move(path));
+                    }
+                });
+        }
+        for (std::thread& thread : threads)
+        {
+            thread.join();
+        }
     }
     EXPECT_EQ(1000u, paths.size());
     fs::path const folder = fs::path(*paths.begin()).parent_path();
@@ -48,13 +55,6 @@ TEST(TemporaryDirectory, FreshPathsInOnePrivateFolderAcrossThreads)
         ASSERT_EQ(folder, fs::path(path).parent_path());
         ASSERT_FALSE(fs::exists(fs::path(path)));
     }
-}
-
-// A file name may be appended to the path as it is; the folder stays while
-// any object lives, and a later object starts a folder of its own.
-TEST(TemporaryDirectory, FolderGoesWithTheLastObject)
-{
-    auto outer = std::make_unique<TemporaryDirectory>();
     fs::path const path(outer->GetTemporaryFilePath() + L"3dmodel.model");
     std::ofstream(path.string()) << "left behind";
     ASSERT_TRUE(fs::exists(path));

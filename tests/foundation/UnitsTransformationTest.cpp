@@ -41,14 +41,9 @@ TEST(Transformation, ParseAndFormat)
         EXPECT_TRUE(ParseTransformation(text).IsIdentity()) << text;
     }
     MMTransformMatrix const m = ParseTransformation(L"1 2 3 4 5 6 7 8 9 10 11 12 13");
-    double const expected[4][4] = {{1, 4, 7, 10}, {2, 5, 8, 11}, {3, 6, 9, 12}, {0, 0, 0, 1}};
-    for (unsigned short row = 0; row < 4; ++row)
-    {
-        for (unsigned short column = 0; column < 4; ++column)
-        {
-            EXPECT_EQ(expected[row][column], m.GetElement(row, column)) << row << "," << column;
-        }
-    }
+    EXPECT_EQ(MMPoint3d<double>(10, 11, 12), m.Apply({0, 0, 0}));
+    EXPECT_EQ(MMPoint3d<double>(11, 13, 15), m.Apply({1, 0, 0}));
+    EXPECT_EQ(MMPoint3d<double>(17, 19, 21), m.Apply({0, 0, 1}));
     EXPECT_EQ(L"1.00000000 0.00000000 0.00000000 0.00000000 1.00000000 0.00000000 0.00000000 0.00000000 "
               L"1.00000000 0.00000000 0.00000000 0.00000000",
               FormatTransformation(MMTransformMatrix()));
