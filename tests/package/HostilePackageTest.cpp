@@ -189,7 +189,7 @@ TEST(HostilePackage, HostileRelationshipsTakeEachPartOnceInsideTheTemporaryFolde
         std::size_t const expected = file == cycle ? 2 : strange.size() + (withModel ? 0 : 1);
         EXPECT_EQ(expected, custom.size());
         EXPECT_EQ(expected, contents.size());
-        EXPECT_TRUE(file != cycle || names == std::set<std::wstring>{L"/a.txt", L"/b.txt"});
+        EXPECT_TRUE(file != cycle || (names == std::set<std::wstring>{L"/a.txt", L"/b.txt"}));
         EXPECT_EQ(file == cycle ? 0 : strange.size(), checked);
     }
     for (std::wstring const& path : kept)
