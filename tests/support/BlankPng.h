@@ -11,20 +11,21 @@
 
 namespace BlankPng
 {
+inline void PutNumber(std::string& png, std::uint32_t value)
+{
+    for (int shift = 24; shift >= 0; shift -= 8)
+    {
+        png += static_cast<char>(value >> shift);
+    }
+}
+
 inline void PutChunk(std::string& png, char const* type, std::string const& data)
 {
-    auto const putNumber = [&png](std::uint32_t value)
-    {
-        for (int shift = 24; shift >= 0; shift -= 8)
-        {
-            png += static_cast<char>(value >> shift);
-        }
-    };
-    putNumber(static_cast<std::uint32_t>(data.size()));
+    PutNumber(png, static_cast<std::uint32_t>(data.size()));
     std::string const body = std::string(type, 4) + data;
     png += body;
-    putNumber(static_cast<std::uint32_t>(
-        crc32(0, reinterpret_cast<Bytef const*>(body.data()), static_cast<uInt>(body.size()))));
+    PutNumber(png, static_cast<std::uint32_t>(crc32(0, reinterpret_cast<Bytef const*>(body.data()),
+                                                    static_cast<uInt>(body.size()))));
 }
 
 // Decodes to 8-bit grey, or with `rgba` (a one-bit palette with a
@@ -32,13 +33,8 @@ inline void PutChunk(std::string& png, char const* type, std::string const& data
 inline std::string Make(std::uint32_t width, std::uint32_t height, bool rgba)
 {
     std::string header;
-    for (std::uint32_t value : {width, height})
-    {
-        for (int shift = 24; shift >= 0; shift -= 8)
-        {
-            header += static_cast<char>(value >> shift);
-        }
-    }
+    PutNumber(header, width);
+    PutNumber(header, height);
     header += std::string{1, static_cast<char>(rgba ? 3 : 0), 0, 0, 0}; // depth, colour type, methods
     // Each row: filter byte 0 and the bits of the row.
     std::vector<Bytef> const rows(std::size_t(height) * (1 + (width + 7) / 8), 0);
