@@ -33,7 +33,7 @@ std::string FanOut(int levels, int fan)
 } // namespace
 
 // A trillion copies of an object without geometry add nothing and cost
-// nothing; a million copies of one triangle at the end of a chain of 200
+// nothing; a million copies of a box at the end of a chain of 200
 // components would cost 200 million steps, and are refused.
 TEST(FlatteningLimits, FanOutWithinAndAboveTheLimit)
 {
@@ -41,9 +41,7 @@ TEST(FlatteningLimits, FanOutWithinAndAboveTheLimit)
                               "points, triangles, beams or placed objects.";
     std::string nothing = FanOut(12, 10);
     nothing.replace(nothing.find("<mesh>"), nothing.find("</mesh>") + 7 - nothing.find("<mesh>"), "");
-    std::string chain = MeshObject(1, "<mesh><vertices><vertex x=\"0\" y=\"0\" z=\"0\"/><vertex x=\"1\" "
-                                      "y=\"0\" z=\"0\"/><vertex x=\"0\" y=\"1\" z=\"0\"/></vertices>"
-                                      "<triangles><triangle v1=\"0\" v2=\"1\" v3=\"2\"/></triangles></mesh>");
+    std::string chain = MeshObject(1, BoxMesh(1, 1, 1));
     for (int id = 2; id <= 206; ++id)
     {
         std::string ten;
