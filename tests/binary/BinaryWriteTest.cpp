@@ -30,20 +30,6 @@ protected:
     void OnProgress(double) override { Cancel(); }
 };
 
-// A square of side 1 mm whose first point no triangle uses.
-std::unique_ptr<MStlBase> SquareAfterAnUnusedPoint()
-{
-    auto mesh = std::make_unique<MStlBase>();
-    mesh->AddPoint(70000, 70000, 70000);
-    MStlPoint* const a = mesh->AddPoint(0, 0, 0);
-    MStlPoint* const b = mesh->AddPoint(10000, 0, 0);
-    MStlPoint* const c = mesh->AddPoint(10000, 10000, 0);
-    MStlPoint* const d = mesh->AddPoint(0, 10000, 0);
-    mesh->AddTriangle(a, b, c);
-    mesh->AddTriangle(a, c, d);
-    return mesh;
-}
-
 // The numbers of a part's bytes from `offset` on.
 template <typename T>
 std::vector<T> Numbers(std::string const& bytes, std::size_t offset, std::size_t count)
@@ -91,7 +77,7 @@ TEST(BinaryWrite, PackageNamesThePartWhichHoldsFourBlocks)
 {
     PackageScratch scratch;
     std::wstring const path = scratch.File("binary.3mf");
-    auto const square = SquareAfterAnUnusedPoint();
+    auto const square = MakeSquare(10000, true);
     auto const triangle = OneTriangle();
     WriteBinary(path, {square.get(), triangle.get()}, L"inch");
 
@@ -122,7 +108,7 @@ TEST(BinaryWrite, ObjectsInPartsOfTheirOwnHaveBinaryPartsOfTheirOwn)
 {
     PackageScratch scratch;
     std::wstring const path = scratch.File("separate.3mf");
-    auto const square = SquareAfterAnUnusedPoint();
+    auto const square = MakeSquare(10000, true);
     auto const triangle = OneTriangle();
     WriteBinary(path, {square.get(), triangle.get()}, L"millimeter", {}, true);
 
@@ -144,7 +130,7 @@ TEST(BinaryWrite, ReadPackageCarriesTheBinaryPartLazily)
 {
     PackageScratch scratch;
     std::wstring const path = scratch.File("binary.3mf");
-    auto const square = SquareAfterAnUnusedPoint();
+    auto const square = MakeSquare(10000, true);
     WriteBinary(path, {square.get()});
     std::string const bytes = EntryText(path, "3D/3dmodel.model.bin");
     ASSERT_EQ(4u * 12u + 2u * 12u, bytes.size());
@@ -182,7 +168,7 @@ TEST(BinaryWrite, CancelLeavesNoFiles)
     PackageScratch scratch;
     std::wstring const path = scratch.File("cancelled.3mf");
     std::set<std::string> const before = scratch.Files();
-    auto const square = SquareAfterAnUnusedPoint();
+    auto const square = MakeSquare(10000, true);
     EXPECT_THROW(WriteBinary(path, {square.get()}, L"millimeter", std::make_shared<CancelOnProgress>()),
                  Format_3MF::PackageWrite::Canceled);
     EXPECT_EQ(before, scratch.Files());

@@ -72,10 +72,15 @@ inline void ExpectXml(std::string const& xml, std::vector<std::string> const& fr
     }
 }
 
-// Two triangles on four points of a square of side 1 mm.
-inline std::unique_ptr<MStlBase> MakeSquare(std::int32_t size = 10000)
+// Two triangles on four points of a square of side 1 mm, after a point that no
+// triangle uses when asked.
+inline std::unique_ptr<MStlBase> MakeSquare(std::int32_t size = 10000, bool unusedFirst = false)
 {
     auto mesh = std::make_unique<MStlBase>();
+    if (unusedFirst)
+    {
+        mesh->AddPoint(70000, 70000, 70000);
+    }
     MStlPoint* const a = mesh->AddPoint(0, 0, 0);
     MStlPoint* const b = mesh->AddPoint(size, 0, 0);
     MStlPoint* const c = mesh->AddPoint(size, size, 0);

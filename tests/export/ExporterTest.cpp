@@ -1,15 +1,13 @@
 // The exporter from the caller's side: its result codes, the caller's mesh
-// and mask as they were on every way out, no file left by a cancel, and what
-// the importer reads back.
+// and mask as they were on every way out, no file left by a failure or a
+// cancel, what is left out of the file, and what the importer reads back.
 #include "export/ExportSupport.h"
 #include "import/ImportSupport.h"
+#include "support/MeshDump.h"
 #include "triangles/MeshTestSupport.h"
 
-#include "format3mf/Exception.h"
 #include "format3mf/Exporter.h"
-#include "format3mf/Importer.h"
 
-#include "common/MInternalUnits.h"
 #include "triangles/MStlColorMaskTrianglePoints.h"
 
 #include <boost/filesystem.hpp>
@@ -31,87 +29,69 @@ bool Exists(std::wstring const& path)
 {
     return boost::filesystem::exists(StringConversion::ConvertNativeToUTF8(path));
 }
-
-MMTransformMatrix Translation(double x, double y, double z)
-{
-    MMTransformMatrix matrix;
-    matrix.AccessElement(0, 3) = x;
-    matrix.AccessElement(1, 3) = y;
-    matrix.AccessElement(2, 3) = z;
-    matrix.VerifyAndSetClass();
-    matrix.ComputeInverse();
-    return matrix;
-}
-
 } // namespace
 
-TEST(Exporter, WithoutMeshOrPathNothingIsTouched)
-{
-    PackageScratch scratch;
-    std::wstring const path = scratch.File("never.3mf");
-    auto mesh = MakeSquare();
-    format3mf::Export fresh;
-    EXPECT_EQ(format3mf::Export::InvalidInput, fresh.Operate());
-    format3mf::Export noPath;
-    noPath.SetStl(mesh.get(), MMTransformMatrix(), nullptr);
-    EXPECT_EQ(format3mf::Export::InvalidInput, noPath.Operate());
-    format3mf::Export noMesh;
-    noMesh.SetFilePath(path);
-    EXPECT_EQ(format3mf::Export::InvalidInput, noMesh.Operate());
-    EXPECT_FALSE(Exists(path));
-}
-
-// Success, a failed archive and a cancel all leave the mesh's coordinates
-// and the mask's label as they were; a cancel also removes the file, one
-// that was there before included.
+// Without a mesh or a path nothing is touched. Success, a failed archive and
+// a cancel all leave the mesh's coordinates and the mask's label as they
+// were; a cancel also removes the file, one that was there before included.
 TEST(Exporter, MeshAndMaskRestoredOnEveryWayOut)
 {
     struct Case
     {
         char const* name;
-        bool unopenable;
+        bool mesh;
+        char const* path; // in the scratch folder; none when empty
         bool cancel;
         bool existedBefore;
         format3mf::Export::ErrorStatus status;
         bool fileAfter;
     };
     Case const cases[] = {
-        {"written", false, false, false, format3mf::Export::Success, true},
-        {"archive fails", true, false, false, format3mf::Export::ArchiveError, false},
-        {"cancelled", false, true, false, format3mf::Export::Canceled, false},
-        {"cancelled over an old file", false, true, true, format3mf::Export::Canceled, false},
+        {"no mesh, no path", false, "", false, false, format3mf::Export::InvalidInput, false},
+        {"no path", true, "", false, false, format3mf::Export::InvalidInput, false},
+        {"no mesh", false, "out.3mf", false, false, format3mf::Export::InvalidInput, false},
+        {"written", true, "out.3mf", false, false, format3mf::Export::Success, true},
+        {"archive fails", true, "missing-folder/x.3mf", false, false, format3mf::Export::ArchiveError, false},
+        {"cancelled", true, "out.3mf", true, false, format3mf::Export::Canceled, false},
+        {"cancelled over an old file", true, "out.3mf", true, true, format3mf::Export::Canceled, false},
     };
-    for (Case const& entry : cases)
+    for (Case const& c : cases)
     {
         for (std::wstring const label : {L"", L"mine"})
         {
+            SCOPED_TRACE(c.name);
             PackageScratch scratch;
-            std::wstring const path =
-                entry.unopenable ? scratch.File("missing-folder/x.3mf") : scratch.File("out.3mf");
-            if (entry.existedBefore)
+            std::wstring const path = scratch.File(*c.path ? c.path : "never.3mf");
+            if (c.existedBefore)
             {
                 std::ofstream(StringConversion::ConvertNativeToUTF8(path)) << "old";
             }
-            std::unique_ptr<MStlBase> mesh = std::make_unique<MStlBase>();
+            auto mesh = std::make_unique<MStlBase>();
             MakePyramid(*mesh);
             auto mask = std::make_unique<MStlColorMaskTrianglePoints>(&mesh->GetTriangleMaskOwner());
             mask->SetUserLabel(label);
             auto const before = PointsOf(*mesh);
             format3mf::Export exporter;
-            exporter.SetStl(mesh.get(), MakeAwkwardTransform(), mask.get());
-            exporter.SetFilePath(path);
-            if (entry.cancel)
+            if (c.mesh)
+            {
+                exporter.SetStl(mesh.get(), MakeAwkwardTransform(), mask.get());
+            }
+            if (*c.path)
+            {
+                exporter.SetFilePath(path);
+            }
+            if (c.cancel)
             {
                 exporter.SetProgressDelegate(std::make_shared<CancelOnProgress>());
             }
-            EXPECT_EQ(entry.status, exporter.Operate()) << entry.name;
-            EXPECT_EQ(before, PointsOf(*mesh)) << entry.name;
-            EXPECT_EQ(label, mask->GetUserLabel()) << entry.name;
+            EXPECT_EQ(c.status, exporter.Operate());
+            EXPECT_EQ(before, PointsOf(*mesh));
+            EXPECT_EQ(label, mask->GetUserLabel());
             // The writer's masks on the mesh are gone with it.
-            EXPECT_EQ(1u, mesh->GetTriangleMaskOwner().GetMasks().size()) << entry.name;
-            EXPECT_TRUE(mesh->GetPointMaskOwner().GetMasks().empty()) << entry.name;
-            EXPECT_EQ(entry.fileAfter, Exists(path)) << entry.name;
-            EXPECT_EQ(entry.unopenable, !exporter.GetErrorMessage().empty()) << entry.name;
+            EXPECT_EQ(1u, mesh->GetTriangleMaskOwner().GetMasks().size());
+            EXPECT_TRUE(mesh->GetPointMaskOwner().GetMasks().empty());
+            EXPECT_EQ(c.fileAfter, Exists(path));
+            EXPECT_EQ(c.status == format3mf::Export::ArchiveError, !exporter.GetErrorMessage().empty());
         }
     }
 }
@@ -127,7 +107,7 @@ TEST(Exporter, CornerColoursAndTwoTexturesReadBack)
     MStlPoint* const e = mesh->AddPoint(0, 0, 10000);
     mesh->AddTriangle(&mesh->PointAt(0), &mesh->PointAt(1), e);
     auto mask = std::make_unique<MStlColorMaskTrianglePoints>(&mesh->GetTriangleMaskOwner());
-    std::uint32_t const corners[3][3] = {{0x0000ff, 0x00ff00, 0xff0000}, {0x123456, 0x123456, 0x654321}};
+    std::uint32_t const corners[2][3] = {{0x0000ff, 0x00ff00, 0xff0000}, {0x123456, 0x123456, 0x654321}};
     for (std::uint32_t triangle = 0; triangle < 2; ++triangle)
     {
         for (int corner = 0; corner < 3; ++corner)
@@ -135,79 +115,66 @@ TEST(Exporter, CornerColoursAndTwoTexturesReadBack)
             mask->GetInfo(triangle).m_colors[corner] = MStlColor(corners[triangle][corner]);
         }
     }
-    auto const red = MakeBitmap(200);
-    auto const blue = MakeBitmap(10, 8);
-    AddTexture(*mesh, L"red", red, {0, 2});
-    AddTexture(*mesh, L"blue", blue, {1, 2}, 0.25f);
+    std::shared_ptr<OndSDK::Common::ImageBitmap> const bitmaps[2] = {MakeBitmap(200), MakeBitmap(10, 8)};
+    AddTexture(*mesh, L"red", bitmaps[0], {0, 2});
+    AddTexture(*mesh, L"blue", bitmaps[1], {1, 2}, 0.25f);
+    MMTransformMatrix translation;
+    translation.AccessElement(0, 3) = 50000.0; // internal units
+    translation.VerifyAndSetClass();
+    translation.ComputeInverse();
     format3mf::Export exporter;
-    exporter.SetStl(mesh.get(), Translation(50000.0, 0.0, 0.0), nullptr); // internal units
+    exporter.SetStl(mesh.get(), translation, nullptr);
     exporter.SetFilePath(path);
     ASSERT_EQ(format3mf::Export::Success, exporter.Operate());
 
     auto const meshes = ImportMeshes(path);
     ASSERT_EQ(1u, meshes.size());
     MStlBase& back = *meshes[0];
-    ASSERT_EQ(3u, back.GetNumberOfTriangles());
     EXPECT_EQ(50000, back.PointAt(0).GetX()) << "placed by the transformation";
-    EXPECT_EQ(0x0000ffu, back.TriangleAt(0).GetColor().GetRGB());
-    EXPECT_EQ(0x123456u, back.TriangleAt(1).GetColor().GetRGB());
-    EXPECT_FALSE(back.TriangleAt(2).GetColor().IsDefined());
+    EXPECT_EQ((std::vector<long long>{0x0000ff, 0x123456, -1}), ColoursOf(back));
     ASSERT_EQ(2u, back.GetTextures().size());
-    struct Expected
+    for (std::size_t t = 0; t < 2; ++t)
     {
-        MStlTexture const* texture;
-        std::shared_ptr<OndSDK::Common::ImageBitmap> bitmap;
-        std::vector<std::uint32_t> triangles;
-        float offset;
-    };
-    for (Expected const& expected : {Expected{back.GetTextures()[0], red, {0, 2}, 0.0f},
-                                     Expected{back.GetTextures()[1], blue, {1, 2}, 0.25f}})
-    {
-        EXPECT_EQ(*expected.bitmap, expected.texture->GetBitmap());
-        EXPECT_EQ(expected.triangles.size(), expected.texture->GetNumTriangles());
-        for (std::uint32_t index : expected.triangles)
+        MStlTexture const* texture = back.GetTextures()[t];
+        EXPECT_EQ(*bitmaps[t], texture->GetBitmap());
+        EXPECT_EQ(2u, texture->GetNumTriangles());
+        for (std::uint32_t index : {t == 0 ? 0u : 1u, 2u})
         {
             MStlTextureCoordinates coordinates;
-            ASSERT_TRUE(expected.texture->GetCoordinates(&back.TriangleAt(index), coordinates, true));
-            EXPECT_FLOAT_EQ(expected.offset, coordinates.m_u1);
+            ASSERT_TRUE(texture->GetCoordinates(&back.TriangleAt(index), coordinates, true));
+            EXPECT_FLOAT_EQ(t * 0.25f, coordinates.m_u1);
             EXPECT_FLOAT_EQ(0.25f, coordinates.m_v1);
-            EXPECT_FLOAT_EQ(expected.offset + 0.5f, coordinates.m_u3);
+            EXPECT_FLOAT_EQ(t * 0.25f + 0.5f, coordinates.m_u3);
             EXPECT_FLOAT_EQ(0.75f, coordinates.m_v3);
         }
     }
 }
 
-// Nothing but an object with an empty mesh: the importer finds no geometry.
-TEST(Exporter, AMeshWithoutTrianglesStillWritesAPackage)
+// An empty mesh still makes a package, in which the importer finds no
+// geometry. A texture without pixels (one left undecoded on reading) has no
+// image to write: the file is written without it, and the exporter says so.
+TEST(Exporter, WhatCannotBeWrittenIsLeftOut)
 {
     PackageScratch scratch;
-    std::wstring const path = scratch.File("empty.3mf");
     MStlBase empty;
     format3mf::Export exporter;
     exporter.SetStl(&empty, MMTransformMatrix(), nullptr);
-    exporter.SetFilePath(path);
+    std::wstring const nothing = scratch.File("empty.3mf");
+    exporter.SetFilePath(nothing);
     ASSERT_EQ(format3mf::Export::Success, exporter.Operate());
-    EXPECT_EQ(std::string::npos, PythonCheck(path).find("python failed"));
-    EXPECT_TRUE(ImportMeshes(path).empty());
-}
+    EXPECT_EQ(std::string::npos, PythonCheck(nothing).find("python failed"));
+    EXPECT_TRUE(ImportMeshes(nothing).empty());
 
-// A texture without pixels can't become an image part; the write fails with
-// the part's name rather than leave a file that names a missing part.
-// A texture without pixels (one left undecoded on reading) has no image to
-// write: the file is written without it, and the exporter says so.
-TEST(Exporter, ATextureWithoutPixelsIsLeftOutWithAWarning)
-{
-    PackageScratch scratch;
     auto mesh = MakeSquare();
     AddTexture(*mesh, L"blank", nullptr, {0});
     auto const before = PointsOf(*mesh);
-    format3mf::Export exporter;
-    exporter.SetStl(mesh.get(), MakeAwkwardTransform(), nullptr);
+    format3mf::Export blank;
+    blank.SetStl(mesh.get(), MakeAwkwardTransform(), nullptr);
     std::wstring const file = scratch.File("blank.3mf");
-    exporter.SetFilePath(file);
-    ASSERT_EQ(format3mf::Export::Success, exporter.Operate());
-    ASSERT_EQ(1u, exporter.GetWarnings().size());
-    EXPECT_NE(std::wstring::npos, exporter.GetWarnings()[0].find(L"\"blank\"")) << exporter.GetWarnings()[0];
+    blank.SetFilePath(file);
+    ASSERT_EQ(format3mf::Export::Success, blank.Operate());
+    ASSERT_EQ(1u, blank.GetWarnings().size());
+    EXPECT_NE(std::wstring::npos, blank.GetWarnings()[0].find(L"\"blank\"")) << blank.GetWarnings()[0];
     EXPECT_EQ(std::string::npos, EntryText(file, "3D/3dmodel.model").find("texture2d"));
     EXPECT_EQ(before, PointsOf(*mesh));
 }

@@ -170,26 +170,18 @@ TEST(ModelWrite, TexturePartNamesAndOneImagePerBitmap)
     AddTexture(*second, L"a.png", shared, {0}); // the shared bitmap keeps its first name
     AddTexture(*second, L"a.png", MakeBitmap(4), {1});
     PreparedModel prepared({first.get(), second.get()});
-    std::vector<std::wstring> images;
-    for (IPackageFile* file : prepared.package.GetPackageFiles())
-    {
-        if (dynamic_cast<Image2D*>(file) != nullptr)
-        {
-            images.push_back(file->GetFileNameInPackage());
-        }
-    }
-    EXPECT_EQ((std::vector<std::wstring>{L"/3D/Textures2D/a.png", L"/3D/Textures2D/a (2).png",
-                                         L"/3D/Textures2D/unnamed.png", L"/3D/Textures2D/a.png.png"}),
-              images);
-    Materials& materials = prepared.Materials();
-    ASSERT_EQ(4u, materials.m_textures.size());
-    EXPECT_EQ(5u, materials.m_texture2DGroups.size());
-    EXPECT_EQ(materials.m_texture2DGroups[0]->m_texid, materials.m_texture2DGroups[3]->m_texid);
-    EXPECT_EQ(shared, materials.m_textures[0]->m_image->m_bitmap) << "the image shares the bitmap";
+    std::string const xml = prepared.Xml();
+    EXPECT_EQ(5u, Occurrences(xml, "<m:texture2dgroup "));
+    ExpectXml(xml, {R"(<m:texture2d id="3" path="/3D/Textures2D/a.png" contenttype="image/png"/>)"
+                    R"(<m:texture2d id="5" path="/3D/Textures2D/a (2).png" contenttype="image/png"/>)"
+                    R"(<m:texture2d id="7" path="/3D/Textures2D/unnamed.png" contenttype="image/png"/>)"
+                    R"(<m:texture2d id="13" path="/3D/Textures2D/a.png.png" contenttype="image/png"/>)",
+                    R"(<m:texture2dgroup id="12" texid="3">)"});
     std::vector<Relationship> const& relations = prepared.model.GetRelsFile().GetRelations();
     ASSERT_EQ(4u, relations.size());
     EXPECT_EQ(L"/3D/Textures2D/a (2).png", relations[1].m_target);
     EXPECT_EQ(L"http://schemas.microsoft.com/3dmanufacturing/2013/01/3dtexture", relations[1].m_type);
+    EXPECT_EQ(shared, prepared.Materials().m_textures[0]->m_image->m_bitmap) << "the image shares the bitmap";
 }
 
 // The object's type follows the part flags (a solid support goes back as a
