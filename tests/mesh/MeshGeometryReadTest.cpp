@@ -15,7 +15,7 @@ namespace
 {
 std::string const kModelStart = R"(<model xmlns="http://schemas.microsoft.com/3dmanufacturing/core/2015/02"
     xmlns:c="http://schemas.microsoft.com/3dmanufacturing/core/2015/02" xmlns:x="urn:other"
-    xmlns:b="http://schemas.microsoft.com/3dmanufacturing/beamlattice/2017/02"><resources><object id="10">)";
+    xmlns:b="http://schemas.microsoft.com/3dmanufacturing/beamlattice/2017/02"><resources><object id="10" )";
 
 // Points or triangles as the cases write them: numbers, with commas between
 // elements.
@@ -45,11 +45,11 @@ struct WatchedStl : MStlBase
 TEST(MeshGeometryRead, PointsTrianglesAndErrors)
 {
     auto const cases = ReadCaseFile(FORMAT3MF_SOURCE_DIR "/tests/mesh/mesh_geometry_cases.txt");
-    EXPECT_EQ(6u, cases.size());
+    EXPECT_EQ(9u, cases.size());
     for (CaseRecord const& c : cases)
     {
         SCOPED_TRACE(c.name);
-        MeshRead read(kModelStart + "<mesh>" + c.Get("mesh") +
+        MeshRead read(kModelStart + c.Get("object") + "><mesh>" + c.Get("mesh") +
                       "</mesh></object></resources><build/></model>");
         EXPECT_EQ(c.Get("error"), read.Error());
         EXPECT_EQ(c.Get("error").empty(), read.ok);
@@ -58,25 +58,10 @@ TEST(MeshGeometryRead, PointsTrianglesAndErrors)
             EXPECT_EQ(c.Get("points"), Text(PointsOf(read.Stl())));
             EXPECT_EQ(c.Get("triangles"), Text(TrianglesOf(read.Stl())));
             EXPECT_TRUE(read.Stl().GetTriangleMaskOwner().GetMasks().empty());
+            std::string const flags = std::string(read.Stl().m_partIsSupport ? " support" : "") +
+                                      (read.Stl().m_partIsSolid ? " solid" : "");
+            EXPECT_EQ(c.Get("flags", "solid"), flags.substr(flags.empty() ? 0 : 1));
         }
-    }
-}
-
-TEST(MeshGeometryRead, TheObjectTypeSetsThePartFlags)
-{
-    struct Case
-    {
-        char const* type;
-        bool support;
-        bool solid;
-    };
-    for (Case const& c : {Case{"model", false, true}, Case{"support", true, false},
-                          Case{"solidsupport", true, true}, Case{"other", false, false}})
-    {
-        MeshRead read(MeshModel(TriangleObject("", std::string("type=\"") + c.type + "\"")));
-        ASSERT_TRUE(read.ok) << read.Error();
-        EXPECT_EQ(c.support, read.Stl().m_partIsSupport) << c.type;
-        EXPECT_EQ(c.solid, read.Stl().m_partIsSolid) << c.type;
     }
 }
 

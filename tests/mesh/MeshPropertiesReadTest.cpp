@@ -122,16 +122,3 @@ TEST(MeshPropertiesRead, TextureCoordinatesLandInOneHostTexturePerGroup)
     EXPECT_EQ((std::array<float, 6>{0.25f, 0.75f, 0.25f, 0.75f, 0.25f, 0.75f}),
               Coordinates(second, stl.TriangleAt(2)));
 }
-
-// An image part that holds no image leaves the texture without pixels.
-TEST(MeshPropertiesRead, AnUnreadableImageGivesATextureWithoutPixels)
-{
-    MeshRead read(MeshModel(R"(<m:texture2d id="5" path="/3D/Textures/bad.png"/>
-        <m:texture2dgroup id="6" texid="5"><m:tex2coord u="0" v="0"/></m:texture2dgroup>)" +
-                            TriangleObject(R"(<triangle v1="0" v2="1" v3="2" pid="6" p1="0"/>)")),
-                  {}, {{"3D/Textures/bad.png", "not an image"}});
-    ASSERT_TRUE(read.ok) << read.Error();
-    ASSERT_EQ(1u, read.Stl().GetTextures().size());
-    EXPECT_TRUE(read.Stl().GetTextures()[0]->GetBitmap().IsEmpty());
-    EXPECT_EQ(1u, read.Stl().GetTextures()[0]->GetNumTriangles());
-}

@@ -50,11 +50,14 @@ TEST(TextureDecode, OnlyImagesThatATriangleShowsAreDecoded)
         std::string triangles;
         bool skipTextures;
         std::uint64_t pixels;
+        std::string image;
     };
     for (Case const& c : {
-             Case{"no triangle refers to the texture", R"(<triangle v1="0" v2="1" v3="2"/>)", false, 0},
-             Case{"a triangle shows the texture", TexturedTriangle(200), false, 32},
-             Case{"textures are skipped", TexturedTriangle(200), true, 0},
+             Case{"no triangle refers to the texture", R"(<triangle v1="0" v2="1" v3="2"/>)", false, 0, png},
+             Case{"a triangle shows the texture", TexturedTriangle(200), false, 32, png},
+             Case{"textures are skipped", TexturedTriangle(200), true, 0, png},
+             // The texture is there, with its triangle, but without pixels.
+             Case{"the image part holds no image", TexturedTriangle(200), false, 0, "not an image"},
          })
     {
         PackageScratch const folder; // keeps the process's temporary folder for the count below
@@ -62,7 +65,7 @@ TEST(TextureDecode, OnlyImagesThatATriangleShowsAreDecoded)
         options.IsSkipTextures = c.skipTextures;
         auto read = std::make_unique<MeshRead>(
             MeshModel(Textures({"/3D/Textures/a.png"}) + TriangleObject(c.triangles)), options,
-            std::vector<std::pair<std::string, std::string>>{{"3D/Textures/a.png", png}});
+            std::vector<std::pair<std::string, std::string>>{{"3D/Textures/a.png", c.image}});
         ASSERT_TRUE(read->ok) << c.what << ": " << read->Error();
         EXPECT_EQ(c.pixels, read->reader->GetContext().m_decodedTexturePixels) << c.what;
         Image2D const* const image = ImageOf(*read, L"/3D/Textures/a.png");
@@ -70,6 +73,10 @@ TEST(TextureDecode, OnlyImagesThatATriangleShowsAreDecoded)
         if (image != nullptr)
         {
             EXPECT_EQ(c.pixels == 0, image->m_bitmap->IsEmpty()) << c.what;
+            auto const& textures = read->Stl().GetTextures();
+            EXPECT_EQ(c.triangles.find("pid") == std::string::npos ? 0u : 1u,
+                      textures.empty() ? 0u : textures[0]->GetNumTriangles())
+                << c.what;
         }
         // An image nothing decoded keeps its extracted file as long as the
         // part lives, and not beyond.

@@ -57,7 +57,7 @@ TEST(MeshStorage, UseCounterStopsAtItsLimit)
     EXPECT_EQ(65535, hub->GetUseCount());
 }
 
-TEST(MeshStorage, ColoursCostNothingUntilSetAndPartDataIsCopied)
+TEST(MeshStorage, ColoursCostNothingUntilSet)
 {
     MStlBase stl;
     MakePyramid(stl);
@@ -69,16 +69,8 @@ TEST(MeshStorage, ColoursCostNothingUntilSetAndPartDataIsCopied)
     EXPECT_EQ((std::vector<long long>{-1, -1, -1, 0x332211, -1, -1}), ColoursOf(stl));
     t.SetColor(MStlColor());
     EXPECT_FALSE(t.GetColor().IsDefined());
-
     stl.SetName(nullptr);
     EXPECT_EQ(L"", stl.GetName());
-    stl.m_partIsSupport = true;
-    stl.GetMaterial().SetRGB(0x00FF8000);
-    stl.SetName(L"support");
-    MStlBase copy(stl);
-    EXPECT_TRUE(copy.m_partIsSupport);
-    EXPECT_EQ(0x00FF8000u, copy.GetMaterial().GetRGB());
-    EXPECT_EQ(L"support", copy.GetName());
 }
 
 // Arrays added in bulk give the store that one element at a time gives:
@@ -158,14 +150,8 @@ TEST(MeshCopy, SharesUntilOneSideChanges)
     std::vector<MStlPoint*> p = MakePyramid(*original);
     original->TriangleAt(0).SetRGB(0x0000FF);
     MStlBase copy(*original);
-    MStlBase const& view = *original;
-    std::size_t walked = 0;
-    for (auto it = std::as_const(copy).BeginTriangle(); it != std::as_const(copy).EndTriangle(); ++it)
-    {
-        ++walked;
-    }
-    EXPECT_EQ(6u, walked);
-    EXPECT_EQ(&view.TriangleAt(0), &std::as_const(copy).TriangleAt(0));
+    EXPECT_EQ(6u, TrianglesOf(copy).size());
+    EXPECT_EQ(&std::as_const(*original).TriangleAt(0), &std::as_const(copy).TriangleAt(0));
     // Walking points for reading never separates, not even on a non-const mesh.
     EXPECT_EQ(&*original->BeginPoint(), &copy.PointAt(0));
 
@@ -187,10 +173,17 @@ TEST(MeshCopy, SharesUntilOneSideChanges)
     original.reset();
     EXPECT_EQ((std::vector<long long>{0x00FF00, -1, -1, -1, -1, -1, -1}), ColoursOf(copy));
 
-    // Changing the original while they share leaves the copy as it was.
+    // Changing the original while they share leaves the copy as it was; the
+    // part's data goes along.
     MStlBase moved;
     MakePyramid(moved);
+    moved.m_partIsSupport = true;
+    moved.GetMaterial().SetRGB(0x00FF8000);
+    moved.SetName(L"support");
     MStlBase const kept(moved);
+    EXPECT_TRUE(kept.m_partIsSupport);
+    EXPECT_EQ(0x00FF8000u, kept.GetMaterial().GetRGB());
+    EXPECT_EQ(L"support", kept.GetName());
     auto const before = PointsOf(kept);
     moved.Transform(MakeAwkwardTransform());
     moved.TriangleAt(1).SetRGB(5);
