@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <set>
 
 using namespace Format_3MF;
 
@@ -70,52 +71,41 @@ TEST(PackageRoundTrip, EveryKindOfPartSurvivesInBothArchiveForms)
                 EXPECT_EQ(full, std::find(names.begin(), names.end(), part) != names.end()) << part;
             }
 
+            // What was read is checked by writing it again: the same parts,
+            // each alike.
             ReadBack<> read(file);
             ASSERT_TRUE(read.ok) << read.Error();
-            TestModelFile& model = read.model;
             EXPECT_EQ(0, read.Context().m_status);
             EXPECT_TRUE(read.Context().m_warnings.empty());
-            // What the root model part holds (units, metadata) is checked by
-            // writing it again.
             std::wstring const again = scratch.File("again.3mf");
             expectedFiles.insert(StringConversion::ConvertNativeToUTF8(again));
             ASSERT_TRUE(WritePackage(read.package, again));
-            EXPECT_EQ(EntryText(file, "3D/3dmodel.model"), EntryText(again, "3D/3dmodel.model"));
-            EXPECT_EQ(25.4, model.GetUnits().m_factor);
-            std::vector<Relationship> const& relations = read.package.GetRelsFile().GetRelations();
-            ASSERT_LE(1u, relations.size());
-            EXPECT_EQ(L"rel0", relations[0].m_id);
-            EXPECT_EQ(L"/3D/3dmodel.model", relations[0].m_target);
-            EXPECT_EQ(RelationshipModel, relations[0].m_type);
-            std::vector<std::wstring> types;
-            read.package.GetContentTypes(types);
-            std::vector<std::wstring> namespaces;
-            for (auto const& declared : model.GetNamespaces())
+            // The thumbnail stays with the reader, which hands it out.
+            std::vector<std::string> rewritten =
+                ziptest::ExpectStrictReadersAccept(StringConversion::ConvertNativeToUTF8(again));
+            if (full)
             {
-                namespaces.push_back(declared.m_uri);
+                ASSERT_NE(nullptr, read.reader.GetThumbnail());
+                EXPECT_EQ(L"/Metadata/thumbnail.png", read.reader.GetThumbnail()->GetFileNameInPackage());
+                rewritten.push_back("Metadata/thumbnail.png");
             }
-            EXPECT_EQ(std::vector<std::wstring>{NamespaceCore2015}, namespaces);
+            EXPECT_EQ(std::multiset<std::string>(names.begin(), names.end()),
+                      std::multiset<std::string>(rewritten.begin(), rewritten.end()));
+            for (std::string const& name : names)
+            {
+                EXPECT_TRUE(name == "Metadata/thumbnail.png" ||
+                            EntryText(file, name) == EntryText(again, name))
+                    << name;
+            }
+            EXPECT_EQ(full, read.model.GetPrintTicket() != nullptr);
             if (!full)
             {
-                EXPECT_EQ(1u, relations.size());
-                EXPECT_EQ((std::vector<std::wstring>{ContentTypeRelationships, ContentTypeModel}), types);
                 EXPECT_EQ(L"rel1", read.package.GetNewRelationString()); // the id read is blocked
-                continue;
-            }
-            ASSERT_NE(nullptr, read.reader.GetThumbnail());
-            EXPECT_EQ(L"/Metadata/thumbnail.png", read.reader.GetThumbnail()->GetFileNameInPackage());
-            EXPECT_NE(nullptr, model.GetPrintTicket());
-            std::vector<CustomFile const*> custom;
-            read.package.GetCustomFiles(custom);
-            std::vector<std::wstring> customNames;
-            for (CustomFile const* part : custom)
-            {
-                customNames.push_back(part->GetFileNameInPackage());
-                EXPECT_TRUE(std::ifstream(StringConversion::ConvertNativeToUTF8(part->GetPath())).good());
-            }
-            for (wchar_t const* name : {L"/Metadata/parameters.xml", L"/Metadata/InvalidationParts.xml"})
-            {
-                EXPECT_NE(customNames.end(), std::find(customNames.begin(), customNames.end(), name));
+                std::vector<std::wstring> types;
+                read.package.GetContentTypes(types);
+                EXPECT_EQ((std::vector<std::wstring>{ContentTypeRelationships, ContentTypeModel}), types);
+                ASSERT_EQ(1u, read.model.GetNamespaces().size());
+                EXPECT_EQ(NamespaceCore2015, read.model.GetNamespaces()[0].m_uri);
             }
         }
     }
