@@ -2,13 +2,10 @@
 // same points, triangles, noted property references, error and progress with
 // plain content on and off, whatever the sizes of the blocks it comes in.
 
+#include "support/CaseFile.h"
 #include "support/MeshReadComparison.h"
 
 #include <gtest/gtest.h>
-
-#include <fstream>
-#include <iterator>
-#include <sstream>
 
 using namespace MeshReadComparison;
 
@@ -35,25 +32,15 @@ struct Case
 // written down.
 std::vector<Case> Cases()
 {
-    std::ifstream in(FORMAT3MF_SOURCE_DIR "/tests/mesh/plain_content_documents.txt", std::ios::binary);
-    std::string const text{std::istreambuf_iterator<char>(in), {}};
     std::vector<Case> cases;
-    for (std::size_t at = text.find("\n@@ "); at != std::string::npos;)
+    for (CaseRecord const& c : ReadCaseFile(FORMAT3MF_SOURCE_DIR "/tests/mesh/plain_content_documents.txt"))
     {
-        std::size_t const body = text.find('\n', at + 1) + 1;
-        std::size_t const next = text.find("\n@@ ", body - 1);
-        std::istringstream head(text.substr(at + 4, body - at - 5));
-        Case row;
-        std::string kind;
-        std::string attributes;
-        head >> row.name >> kind;
-        std::getline(head, attributes);
-        row.plain = kind == "plain";
-        std::string const content =
-            text.substr(body, next == std::string::npos ? std::string::npos : next - body);
-        row.xml = attributes == " raw" ? content : Document(content, attributes);
-        cases.push_back(row);
-        at = next;
+        std::string const object = c.Get("object");
+        cases.push_back({c.name,
+                         c.fields.count("document") != 0
+                             ? c.Get("document")
+                             : Document(c.Get("mesh"), object.empty() ? "" : " " + object),
+                         c.fields.count("parser") == 0});
     }
     return cases;
 }
