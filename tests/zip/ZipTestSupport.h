@@ -62,12 +62,11 @@ inline std::string MeshLikeText(std::size_t lines, unsigned seed)
     std::mt19937 random(seed);
     std::uniform_real_distribution<double> coordinate(-100.0, 100.0);
     std::string text;
-    char line[128];
     for (std::size_t i = 0; i < lines; ++i)
     {
-        int const length = std::snprintf(line, sizeof line, "<vertex x=\"%.4f\" y=\"%.4f\" z=\"%.4f\"/>\n",
-                                         coordinate(random), coordinate(random), coordinate(random));
-        text.append(line, static_cast<std::size_t>(length));
+        double const x = coordinate(random), y = coordinate(random), z = coordinate(random);
+        text += "<vertex x=\"" + std::to_string(x) + "\" y=\"" + std::to_string(y) + "\" z=\"" +
+                std::to_string(z) + "\"/>\n";
     }
     return text;
 }
