@@ -210,7 +210,7 @@ TEST(ObjectRead, AttributesChildrenAndTheFactoriesOfExtensions)
 
 // Content the format allows but that makes no sense must never lead to a
 // crash, now or when meshes are flattened later.
-TEST(ObjectRead, HostileReferencesFailCleanly)
+TEST(ObjectRead, HostileReferencesAndNestingFailCleanly)
 {
     {
         ObjectsRead read(
@@ -234,18 +234,12 @@ TEST(ObjectRead, HostileReferencesFailCleanly)
         EXPECT_EQ(nullptr, read.model.GetReference(42));
         EXPECT_EQ("write failed: A component of object 2 refers to no object.", read.Rewritten());
     }
-}
-
-TEST(ObjectRead, DeepNestingAndLongChains)
-{
-    std::string nested;
+    // Deep nesting of unknown content and a long chain of components.
+    std::string opening, closing;
     for (int i = 0; i < 100000; ++i)
     {
-        nested += "<a>";
-    }
-    for (int i = 0; i < 100000; ++i)
-    {
-        nested += "</a>";
+        opening += "<a>";
+        closing += "</a>";
     }
     std::string chain = R"(<object id="1"/>)";
     for (int i = 2; i <= 5000; ++i)
@@ -253,7 +247,7 @@ TEST(ObjectRead, DeepNestingAndLongChains)
         chain += R"(<object id=")" + std::to_string(i) + R"("><components><component objectid=")" +
                  std::to_string(i - 1) + R"("/></components></object>)";
     }
-    ObjectsRead read(Model(R"(<object id="9000">)" + nested + "</object>" + chain));
+    ObjectsRead read(Model(R"(<object id="9000">)" + opening + closing + "</object>" + chain));
     ASSERT_TRUE(read.ok) << read.Error();
     EXPECT_EQ(5001u, read.model.GetResources().m_objects.size());
     EXPECT_EQ(read.object(4999), read.object(5000)->m_components[0].m_object);
