@@ -1,6 +1,7 @@
 // Tests of merging meshes, with and without a placement, and of transforming
 // them, the temporary transformation's exact restore included.
 #include "MeshTestSupport.h"
+#include "beamlattice/BeamTestSupport.h"
 
 #include "triangles/MStlBase.h"
 #include "triangles/MStlTempTransformation.h"
@@ -57,14 +58,8 @@ TEST(MeshMerge, KeepsBothMeshesTexturesColoursAndEdges)
     EXPECT_FLOAT_EQ(0.75f, read.m_v3);
 
     ASSERT_EQ(2u, target.GetFeature().GetNumGraphs(false));
-    MStlGraph const* mergedGraph = target.GetFeature().GetGraph(1);
-    EXPECT_EQ(L"struts", mergedGraph->GetName());
-    EXPECT_EQ(7u, mergedGraph->GetEdge(0).GetFirst());
-    EXPECT_EQ(9u, mergedGraph->GetEdge(0).GetSecond());
-    MStlBaseElementInfo const& info =
-        MStlBaseElementInfoStlDependency::GetDependency(&target, false)->GetElementInfo();
-    EXPECT_EQ(20, info.GetEdgeThickness(mergedGraph->GetEdge(0)).m_second);
-    EXPECT_EQ(-1, info.GetEdgeThickness(target.GetFeature().GetGraph(0)->GetEdge(0)).m_first);
+    EXPECT_EQ(L"struts", target.GetFeature().GetGraph(1)->GetName());
+    EXPECT_EQ((std::vector<Beam>{{0, 1, -1, -1}, {7, 9, 40, 20}}), Beams(target, false));
     EXPECT_EQ(1u, sourceTexture->GetNumTriangles()) << "the source is untouched";
 }
 
@@ -107,18 +102,12 @@ TEST(MeshMerge, EdgesKeepTheLookOfTheirOwnDefaults)
         MStlBaseElementInfoStlDependency::GetDependency(&empty, false)->GetElementInfo();
     EXPECT_EQ(80, emptyInfo.GetDefaultEdgeDiameter());
     EXPECT_EQ(eStlGraphEdgeCap::Butt, emptyInfo.GetDefaultEdgeCap());
-    EXPECT_EQ(-1, emptyInfo.GetEdgeThickness(empty.GetFeature().GetGraph(0)->GetEdge(0)).m_first);
+    EXPECT_EQ((std::vector<Beam>{{0, 1, -1, -1}}), Beams(empty, false));
 
     // One with its own defaults gives the newcomers theirs explicitly.
     target.AddStl(source, false);
     EXPECT_EQ(500, targetInfo.GetDefaultEdgeDiameter());
-    MStlGraphEdge const& old = target.GetFeature().GetGraph(0)->GetEdge(0);
-    MStlGraphEdge const& added = target.GetFeature().GetGraph(1)->GetEdge(0);
-    EXPECT_EQ(-1, targetInfo.GetEdgeThickness(old).m_first);
-    EXPECT_EQ(80, targetInfo.GetEdgeThickness(added).m_first);
-    EXPECT_EQ(80, targetInfo.GetEdgeThickness(added).m_second);
-    EXPECT_EQ(eStlGraphEdgeCap::Butt, targetInfo.GetEdgeCaps(added, false).m_second);
-    EXPECT_EQ(eStlGraphEdgeCap::NotSet, targetInfo.GetEdgeCaps(old, false).m_first);
+    EXPECT_EQ((std::vector<Beam>{{0, 1, -1, -1}, {5, 6, 80, 80, 3, 3}}), Beams(target, false));
 }
 
 // AddStl with a transformation gives what a copy, a Transform and a plain
