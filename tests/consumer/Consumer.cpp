@@ -43,11 +43,6 @@ std::vector<std::unique_ptr<MStlBase>> Import(std::string const& path)
 // Usage: consumer <scratch folder> [sample.3mf]
 int main(int argc, char** argv)
 {
-    if (argc < 2)
-    {
-        std::cerr << "usage: consumer <scratch folder> [sample.3mf]\n";
-        return 2;
-    }
     // A tetrahedron, each triangle's corners in a colour of its own.
     MStlBase mesh;
     MStlPoint* const p[4] = {mesh.AddPoint(0, 0, 0), mesh.AddPoint(100000, 0, 0), mesh.AddPoint(0, 100000, 0),
@@ -64,7 +59,7 @@ int main(int argc, char** argv)
             colour = MStlColor(0x102030u * (triangle + 1));
         }
     }
-    std::string const file = argv[1] + std::string("/coloured.3mf");
+    std::string const file = (argc > 1 ? argv[1] : std::string(".")) + "/coloured.3mf";
     format3mf::Export exporter;
     exporter.SetStl(&mesh, MMTransformMatrix(), nullptr);
     exporter.SetFilePath(StringConversion::ConvertMultiByteStringToOndString(file));

@@ -94,23 +94,19 @@ TEST(HostileProjects, BadSettingsAndPaintGiveTheObjectsPlainReading)
         {"model settings of another root", false, "<settings/>", kBambuFilaments, "4",
          "its root element is \"settings\", not \"config\""},
         {"project settings that are not JSON", false, kBambuObjects, "<config/>", "4",
-         "The project settings /Metadata/project_settings.config are not read: it is not a JSON object; no "
-         "part "
-         "takes the colour of its filament."},
+         "The project settings /Metadata/project_settings.config are not read: it is not a JSON object; "
+         "no part takes the colour of its filament."},
         {"paint without filament colours", false, kBambuObjects, "{\"filament_colour\": []}", "4",
-         "The paint of 12 triangles of object 1 of /3D/Objects/object_1.model is not read: the project lists "
-         "no "
-         "filament colours."},
+         "The paint of 12 triangles of object 1 of /3D/Objects/object_1.model is not read: the project "
+         "lists no filament colours."},
         {"a filament colour that is no colour", false, kBambuObjects, R"({"filament_colour": ["red"]})", "",
          "filament 1 has the colour \"red\", which is not of the form #RRGGBB"},
         {"an extruder beyond the filament list", false,
          R"(<config><object id="2"><metadata key="extruder" value="9"/><part id="1"/></object></config>)",
          kBambuFilaments, "4",
-         "The parts of object 2 of /3D/3dmodel.model are not read from /Metadata/model_settings.config: part "
-         "\"\" "
-         "prints with extruder 9, beyond the 4 filaments of /Metadata/project_settings.config; the object is "
-         "read "
-         "as one printable mesh."},
+         "The parts of object 2 of /3D/3dmodel.model are not read from /Metadata/model_settings.config: "
+         "part \"\" prints with extruder 9, beyond the 4 filaments of /Metadata/project_settings.config; "
+         "the object is read as one printable mesh."},
         {"an extruder that is no number", false,
          bambuPart + R"(><metadata key="extruder" value="x"/></part></object></config>)", kBambuFilaments, "",
          "part 1 has the extruder \"x\", which is not an extruder number"},
