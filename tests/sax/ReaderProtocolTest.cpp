@@ -22,8 +22,8 @@ using Log = std::vector<std::string>;
 // pushed handler is deleted once its element's content is over; an element
 // not taken is skipped with its content, and a handler pushed for it is
 // dropped at once; text is there at the start tag. Refused: broken
-// documents, entity expansion, any document type declaration, external
-// entities, which are never loaded. Either way every handler is deleted.
+// documents and any document type declaration, so that no entity is ever
+// expanded or loaded from outside. Either way every handler is deleted.
 TEST(SaxReaderProtocol, DocumentsDriveHandlersInOrderOrAreRefused)
 {
     OndSDK::FileIO::FileSystem::TemporaryDirectory const folder;
@@ -31,16 +31,6 @@ TEST(SaxReaderProtocol, DocumentsDriveHandlersInOrderOrAreRefused)
         StringConversion::ConvertNativeToUTF8(folder.GetTemporaryFilePath()) + "entity.txt";
     std::ofstream(secret) << "secret";
     std::string const longText(700 * 1024, 'z'); // spans several input blocks
-    std::string bomb = "<?xml version=\"1.0\"?><!DOCTYPE lolz [<!ENTITY lol0 \"lol\">";
-    for (int i = 1; i <= 9; ++i)
-    {
-        bomb += "<!ENTITY lol" + std::to_string(i) + " \"";
-        for (int k = 0; k < 10; ++k)
-        {
-            bomb += "&lol" + std::to_string(i - 1) + ";";
-        }
-        bomb += "\">";
-    }
     // UTF-16 with a byte order mark, in both byte orders.
     std::wstring const wide =
         L"<?xml version=\"1.0\" encoding=\"UTF-16\"?><root><push1><text1>Grüße 😀</text1>"
@@ -78,7 +68,6 @@ TEST(SaxReaderProtocol, DocumentsDriveHandlersInOrderOrAreRefused)
         {"<root/><second/>", ""},
         {"<root>&undefined;</root>", ""},
         {"<root><push1>" + longText + "<</push1></root>", ""},
-        {bomb + "]><root><text>&lol9;</text></root>", ""},
         {"<!DOCTYPE root><root/>", ""},
         {"<!DOCTYPE root [<!ENTITY e SYSTEM \"file://" + secret + "\">]><root><text>&e;</text></root>", ""},
         {"<!DOCTYPE root SYSTEM \"file://" + secret + "\"><root><text/></root>", ""},
