@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <cstdint>
 #include <stdexcept>
 
 TEST(MeshMerge, KeepsBothMeshesTexturesColoursAndEdges)
@@ -186,7 +186,7 @@ TEST(MeshTransform, RoundsHalfAwayFromZeroAndSaturates)
 {
     MStlBase stl;
     stl.AddPoint(1, -1, 0);
-    stl.AddPoint(std::numeric_limits<std::int32_t>::max(), 3, -3);
+    stl.AddPoint(INT32_MAX, 3, -3);
     MMTransformMatrix m;
     m.AccessElement(0, 0) = 2.5;
     m.AccessElement(1, 1) = 2.5;
@@ -194,13 +194,8 @@ TEST(MeshTransform, RoundsHalfAwayFromZeroAndSaturates)
     m.AccessElement(2, 3) = 0.25;
     m.VerifyAndSetClass();
     stl.Transform(m);
-    auto const c = PointsOf(stl);
-    EXPECT_EQ(3, c[0][0]);  // 2.5
-    EXPECT_EQ(-3, c[0][1]); // -2.5
-    EXPECT_EQ(0, c[0][2]);  // 0.25
-    EXPECT_EQ(std::numeric_limits<std::int32_t>::max(), c[1][0]);
-    EXPECT_EQ(8, c[1][1]);  // 7.5
-    EXPECT_EQ(-1, c[1][2]); // -1.25
+    // From 2.5, -2.5, 0.25 and (saturated), 7.5, -1.25.
+    EXPECT_EQ((PointList{{3, -3, 0}, {INT32_MAX, 8, -1}}), PointsOf(stl));
     // The identity changes nothing and shares nothing out.
     MStlBase copy(stl);
     copy.Transform(MMTransformMatrix());
