@@ -17,18 +17,6 @@ using namespace Format_3MF;
 
 namespace
 {
-// The lattice-wide values as the cases write them.
-std::string LatticeValues(MeshStlBase& mesh)
-{
-    MStlBaseElementInfo const& info =
-        MStlBaseElementInfoStlDependency::GetDependency(mesh.GetStl(false), true)->GetElementInfo();
-    IBeamLattice const& lattice = *mesh.m_beamLattice;
-    return "diameter " + std::to_string(info.GetDefaultEdgeDiameter()) + " cap " +
-           std::to_string(int(info.GetDefaultEdgeCap())) + " min " + std::to_string(lattice.m_minLength) +
-           " clip " + StringConversion::ConvertNativeToUTF8(lattice.GetStringClipMode()) + " " +
-           std::to_string(int(lattice.m_clippingMesh));
-}
-
 // The beams of a mesh as the cases write them, caps without the default.
 std::string BeamText(MStlBase const& stl)
 {

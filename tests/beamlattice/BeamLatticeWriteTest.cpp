@@ -146,18 +146,8 @@ TEST(BeamLatticeWrite, ReadLatticeWrittenAgainKeepsClippingAndScalesMinLength)
     options.Graphs.BeamNamespace = NamespaceBeamLattice;
     PackageWrite(&first.package, options).Write(file, nullptr);
 
-    StlMeshModelFile model;
-    Package package(&model);
-    PackageRead reader(&package, PackageReadOptions());
-    ASSERT_TRUE(reader.Read(file, nullptr));
-    auto& mesh = dynamic_cast<MeshStlBase&>(*dynamic_cast<Object&>(*model.GetReference(10)).m_mesh);
-    ASSERT_NE(nullptr, mesh.m_beamLattice);
-    EXPECT_EQ(L"inside", mesh.m_beamLattice->GetStringClipMode());
-    EXPECT_EQ(3, int(mesh.m_beamLattice->m_clippingMesh));
-    EXPECT_EQ(1000000, mesh.m_beamLattice->m_minLength);
-    EXPECT_TRUE(Beams(*mesh.GetStl(false)).empty());
-    MStlBaseElementInfo const& info =
-        MStlBaseElementInfoStlDependency::GetDependency(mesh.GetStl(false), false)->GetElementInfo();
-    EXPECT_EQ(10000, info.GetDefaultEdgeDiameter());
-    EXPECT_EQ(eStlGraphEdgeCap::Butt, info.GetDefaultEdgeCap());
+    MeshRead again(EntryText(file, "3D/3dmodel.model"));
+    ASSERT_TRUE(again.ok) << again.Error();
+    EXPECT_EQ("diameter 10000 cap 3 min 1000000 clip inside 3", LatticeValues(*again.Mesh()));
+    EXPECT_TRUE(Beams(again.Stl()).empty());
 }

@@ -4,6 +4,7 @@
 
 #include "mesh/MeshReadSupport.h"
 
+#include "format3mf/BeamLattice.h"
 #include "triangles/MStlBase.h"
 
 #include <cstdint>
@@ -80,4 +81,17 @@ inline std::string LatticeModel(std::string const& lattice, std::string const& u
            R"(<object id="10"><mesh><vertices><vertex x="0" y="0" z="0"/><vertex x="1" y="0" z="0"/>
         <vertex x="0" y="1" z="0"/><vertex x="1" y="1" z="0"/></vertices><triangles/>)" +
            lattice + "</mesh></object></resources><build/></model>";
+}
+
+// The lattice-wide values of a read mesh: default diameter and cap, minimum
+// length in internal units, clipping mode and mesh.
+inline std::string LatticeValues(Format_3MF::MeshStlBase& mesh)
+{
+    MStlBaseElementInfo const& info =
+        MStlBaseElementInfoStlDependency::GetDependency(mesh.GetStl(false), true)->GetElementInfo();
+    Format_3MF::IBeamLattice const& lattice = *mesh.m_beamLattice;
+    return "diameter " + std::to_string(info.GetDefaultEdgeDiameter()) + " cap " +
+           std::to_string(int(info.GetDefaultEdgeCap())) + " min " + std::to_string(lattice.m_minLength) +
+           " clip " + StringConversion::ConvertNativeToUTF8(lattice.GetStringClipMode()) + " " +
+           std::to_string(int(lattice.m_clippingMesh));
 }
