@@ -92,8 +92,8 @@ TEST(ReadAttribute, PrefixesIdentifiersAndLists)
                    });
 }
 
-// An undefined identifier throws; values print
-// exactly as printf does, and text beyond 62 characters is an error.
+// An undefined identifier throws; values print exactly as printf does, and
+// text beyond 62 characters is an error.
 TEST(XMLWriteHandler, IdentifiersAndValuesPrintAsPrintfDoes)
 {
     PackageWriteContext context;
