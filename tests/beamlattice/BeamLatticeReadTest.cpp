@@ -92,9 +92,8 @@ TEST(BeamLatticeRead, AMillionBeamsOnThreeVertices)
     EXPECT_EQ(3u, read.Stl().GetNumberOfPoints());
     std::vector<Beam> const beams = Beams(read.Stl());
     ASSERT_EQ(std::size_t(kBeams), beams.size());
-    EXPECT_EQ((Beam{0, 1, 10000, 10000}), beams.front());
-    EXPECT_EQ((Beam{0, 1, 10000, 10000}), beams.back());
-    EXPECT_EQ((Beam{2, 0, 10000, 10000}), beams[2]);
+    EXPECT_EQ((std::vector<Beam>{{0, 1, 10000, 10000}, {1, 2, 10000, 10000}, {2, 0, 10000, 10000}}),
+              std::vector<Beam>(beams.end() - 4, beams.end() - 1));
 }
 
 // Components that place a lattice over and over would make more beams than

@@ -125,18 +125,10 @@ TEST(TextureDecode, TheTexturesOfAPackageShareOnePixelBudget)
 // the bytes it came in, since there are no pixels to write it from.
 TEST(TextureDecode, AnImageNeverDecodedIsWrittenAsItCame)
 {
-    PackageScratch scratch;
     std::string const png = BlankPng::Make(3, 5, true);
-    std::wstring const original = scratch.File("original.3mf");
-    WriteModelPackage(original, MeshModel(Textures({"/3D/Textures/a.png"})), {{"3D/Textures/a.png", png}});
-    std::wstring const written = scratch.File("written.3mf");
-    {
-        TestModelFile model;
-        Format_3MF::Package package(&model);
-        Format_3MF::PackageRead reader(&package, {});
-        ASSERT_TRUE(reader.Read(original, nullptr));
-        Format_3MF::PackageWrite writer(&package, {});
-        ASSERT_TRUE(writer.Write(written, nullptr));
-    }
+    MeshRead read(MeshModel(Textures({"/3D/Textures/a.png"})), {}, {{"3D/Textures/a.png", png}});
+    ASSERT_TRUE(read.ok) << read.Error();
+    std::wstring const written = read.scratch.File("written.3mf");
+    ASSERT_TRUE(Format_3MF::PackageWrite(&read.package, {}).Write(written, nullptr));
     EXPECT_EQ(png, EntryText(written, "3D/Textures/a.png"));
 }
