@@ -65,10 +65,8 @@ TEST(Transformation, UnitConversionsBothWays)
     m.AccessElement(2, 3) = 2.4 / perUnit;
     m.AccessElement(0, 0) = 2.0;
     MMTransformMatrix const r = ConvertTransformationFileUnitsToInternalUnits(m, tUnits());
-    EXPECT_EQ(3.0, r.GetElement(0, 3));
-    EXPECT_EQ(-3.0, r.GetElement(1, 3));
-    EXPECT_EQ(2.0, r.GetElement(2, 3));
-    EXPECT_EQ(2.0, r.GetElement(0, 0));
+    EXPECT_EQ(MMPoint3d<double>(3, -3, 2), r.Apply({0, 0, 0}));
+    EXPECT_EQ(MMPoint3d<double>(5, -3, 2), r.Apply({1, 0, 0}));
     MMPoint3d<double> const back = r.ApplyInverse(r.Apply({1.0, 2.0, 3.0}));
     EXPECT_NEAR(1.0, back.x, 1e-12);
     EXPECT_NEAR(2.0, back.y, 1e-12);
