@@ -12,7 +12,6 @@
 
 namespace
 {
-using OndAM::SaxUtilities::Namespace;
 using OndAM::SaxUtilities::XMLNamespaceHandler;
 
 // A reader that opens a namespace scope per element, as the library's
@@ -28,14 +27,7 @@ public:
     bool HandleTag(std::wstring const& tag, MSAXReader& reader) override
     {
         auto* child = new ScopedReader(this, m_seen, m_fromMap);
-        if (m_fromMap)
-        {
-            child->UpdateNamespaces(reader.GetAttributes());
-        }
-        else
-        {
-            child->UpdateNamespaces(reader);
-        }
+        m_fromMap ? child->UpdateNamespaces(reader.GetAttributes()) : child->UpdateNamespaces(reader);
         std::wstring prefix, uri, local, m, d;
         bool const bound = child->SplitName(tag, prefix, uri, local);
         bool const hasM = child->GetNamespacePrefix(L"M", m), hasD = child->GetNamespacePrefix(L"D", d);
