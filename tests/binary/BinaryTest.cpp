@@ -101,25 +101,6 @@ protected:
     void OnProgress(double) override { Cancel(); }
 };
 
-// The numbers of a part's bytes from `offset` on.
-template <typename T>
-std::vector<T> Numbers(std::string const& bytes, std::size_t offset, std::size_t count)
-{
-    std::vector<T> numbers(count);
-    std::memcpy(numbers.data(), bytes.data() + offset, count * 4);
-    return numbers;
-}
-
-std::unique_ptr<MStlBase> OneTriangle()
-{
-    auto mesh = std::make_unique<MStlBase>();
-    MStlPoint* const a = mesh->AddPoint(50000, 0, 0);
-    MStlPoint* const b = mesh->AddPoint(60000, 0, 0);
-    MStlPoint* const c = mesh->AddPoint(50000, 10000, 0);
-    mesh->AddTriangle(a, b, c);
-    return mesh;
-}
-
 // Writes the meshes as a binary package in the given unit.
 void WriteBinary(std::wstring const& path, std::vector<MStlBase*> const& meshes,
                  std::wstring const& unit = L"millimeter",
@@ -291,8 +272,8 @@ TEST(BinaryWrite, PackageNamesThePartWhichHoldsFourBlocks)
     PackageScratch scratch;
     std::wstring const path = scratch.File("binary.3mf");
     auto const square = MakeSquare(10000, true);
-    auto const triangle = OneTriangle();
-    WriteBinary(path, {square.get(), triangle.get()}, L"inch");
+    auto const second = MakeSquare(20000);
+    WriteBinary(path, {square.get(), second.get()}, L"inch");
 
     EXPECT_EQ(
         "[Content_Types].xml _rels/.rels 3D/3dmodel.model 3D/3dmodel.model.bin 3D/_rels/3dmodel.model.rels\n",
@@ -306,14 +287,15 @@ TEST(BinaryWrite, PackageNamesThePartWhichHoldsFourBlocks)
     ExpectXml(model, {R"( binary="/3D/3dmodel.model.bin")", "!<vertex ", "!<triangle ",
                       R"(<bin ref="/3D/3dmodel.model.bin" format="float3" pos="0" count="4"/>)",
                       R"(<bin ref="/3D/3dmodel.model.bin" format="int32_3" pos="48" count="2"/>)",
-                      R"(<bin ref="/3D/3dmodel.model.bin" format="float3" pos="72" count="3"/>)",
-                      R"(<bin ref="/3D/3dmodel.model.bin" format="int32_3" pos="108" count="1"/>)"});
+                      R"(<bin ref="/3D/3dmodel.model.bin" format="float3" pos="72" count="4"/>)",
+                      R"(<bin ref="/3D/3dmodel.model.bin" format="int32_3" pos="120" count="2"/>)"});
     std::string const part = EntryText(path, "3D/3dmodel.model.bin");
-    ASSERT_EQ(120u, part.size());
+    ASSERT_EQ(144u, part.size());
     double const unit = OndSDK::Common::MInternalUnits::Get();
-    EXPECT_EQ((std::vector<float>{0, 0, 0, float(10000 / unit), 0, 0}), Numbers<float>(part, 0, 6));
-    EXPECT_EQ((std::vector<std::int32_t>{0, 1, 2, 0, 2, 3}), Numbers<std::int32_t>(part, 48, 6));
-    EXPECT_EQ((std::vector<std::int32_t>{0, 1, 2}), Numbers<std::int32_t>(part, 108, 3));
+    EXPECT_EQ(Records<float>({0, 0, 0, float(10000 / unit), 0, 0}), part.substr(0, 24));
+    EXPECT_EQ(Records<std::int32_t>({0, 1, 2, 0, 2, 3}), part.substr(48, 24));
+    EXPECT_EQ(Records<float>({0, 0, 0, float(20000 / unit), 0, 0}), part.substr(72, 24));
+    EXPECT_EQ(Records<std::int32_t>({0, 1, 2, 0, 2, 3}), part.substr(120, 24));
 }
 
 // Each model part has a binary part of its own, related from it.
@@ -322,18 +304,18 @@ TEST(BinaryWrite, ObjectsInPartsOfTheirOwnHaveBinaryPartsOfTheirOwn)
     PackageScratch scratch;
     std::wstring const path = scratch.File("separate.3mf");
     auto const square = MakeSquare(10000, true);
-    auto const triangle = OneTriangle();
-    WriteBinary(path, {square.get(), triangle.get()}, L"millimeter", {}, true);
+    auto const second = MakeSquare(20000);
+    WriteBinary(path, {square.get(), second.get()}, L"millimeter", {}, true);
 
     ExpectXml(EntryText(path, "3D/Objects/Object(2).model"),
               {R"( binary="/3D/Objects/Object(2).model.bin")"});
     ExpectXml(EntryText(path, "3D/Objects/_rels/Object(2).model.rels"),
               {R"(Target="/3D/Objects/Object(2).model.bin")"});
-    EXPECT_EQ(36u + 12u, EntryText(path, "3D/Objects/Object(2).model.bin").size());
+    EXPECT_EQ(48u + 24u, EntryText(path, "3D/Objects/Object(2).model.bin").size());
     auto const meshes = ImportMeshes(path);
     ASSERT_EQ(2u, meshes.size());
     EXPECT_EQ(2u, meshes[0]->GetNumberOfTriangles());
-    EXPECT_EQ(PointsOf(*triangle, true), PointsOf(*meshes[1], true));
+    EXPECT_EQ(PointsOf(*second), PointsOf(*meshes[1]));
 }
 
 // Read as a package, the binary part is carried as a custom file that stays

@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -42,20 +43,8 @@ inline std::string Quoted(std::string const& text)
 inline std::vector<std::string> SplitLines(std::string const& text, char separator = '\n')
 {
     std::vector<std::string> lines;
-    std::string line;
-    for (char c : text)
-    {
-        if (c == separator)
-        {
-            lines.push_back(line);
-            line.clear();
-        }
-        else
-        {
-            line += c;
-        }
-    }
-    if (!line.empty())
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line, separator);)
     {
         lines.push_back(line);
     }

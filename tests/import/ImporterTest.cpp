@@ -22,6 +22,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <numeric>
 
 using format3mf::import::Importer;
 using Parts = std::vector<std::unique_ptr<MStlBase>>;
@@ -65,8 +66,6 @@ std::string Joined(std::vector<std::wstring> const& messages)
 // message that says why.
 TEST(Importer, EachPackageGivesItsStatusMeshesAndMessage)
 {
-    std::string const colours =
-        R"(<m:colorgroup id="1"><m:color color="#FF0000"/><m:color color="#00FF00"/></m:colorgroup>)";
     std::string const cube = slicer::BoxMesh(1, 1, 1);
     using Entries = std::vector<std::pair<std::string, std::string>>;
     struct Case
@@ -111,14 +110,10 @@ TEST(Importer, EachPackageGivesItsStatusMeshesAndMessage)
          "1 meshes, 0 coloured",
          "The XML of /3D/Objects/o.model is malformed: ",
          {{"3D/Objects/o.model", Model(Object(1), "").substr(0, 120)}}},
-        // A group defined after the object is no group yet.
-        {"late colour group",
-         Model(Object(2, "", slicer::BoxMesh(1, 1, 1, R"(pid="1" p1="0")")) + colours,
-               R"(<item objectid="2"/>)"),
-         "1 meshes, 0 coloured", ""},
         // Merged as one part, a part that owed its colour to its material keeps it.
         {"merged as one part",
-         Model(colours + Object(2, R"(pid="1" pindex="0")", cube) + Object(3, R"(pid="1" pindex="1")", cube),
+         Model(R"(<m:colorgroup id="1"><m:color color="#FF0000"/><m:color color="#00FF00"/></m:colorgroup>)" +
+                   Object(2, R"(pid="1" pindex="0")", cube) + Object(3, R"(pid="1" pindex="1")", cube),
                R"(<item objectid="2"/><item objectid="3"/>)"),
          "1 meshes, 12 coloured",
          "",
@@ -198,11 +193,9 @@ TEST(Importer, OnePartAppendsToTheLastPartAndTexturesCanBeLeftOut)
     importer.SetFileName((gears[0].parent_path() / "cube_gears.3mf").wstring());
     ASSERT_EQ(Importer::Success, importer.Operate(nullptr));
     ASSERT_GT(many.size(), 2u);
-    std::size_t triangles = 0;
-    for (auto const& part : many)
-    {
-        triangles += part->GetNumberOfTriangles();
-    }
+    std::size_t const triangles =
+        std::accumulate(many.begin(), many.end(), std::size_t(0),
+                        [](std::size_t sum, auto const& part) { return sum + part->GetNumberOfTriangles(); });
     // Two parts already there: the whole file goes into the second.
     Parts two;
     two.push_back(std::make_unique<MStlBase>());

@@ -1,11 +1,15 @@
 // Every 3MF file beside the checkout imports as an independent reading of its
-// XML says, and alike with mesh data in plain form and without.
+// XML says, and alike with mesh data in plain form and without; archives in
+// the zip forms of other writers (zip64 records, data descriptors, stored
+// entries, names outside ASCII, a name twice) import as the same package
+// written plainly, and damaged ones fail naming cause and entry.
 #include "import/ImportSupport.h"
 #include "support/MeshDump.h"
 #include "support/MeshReadComparison.h"
 #include "support/Prerequisites.h"
 #include "support/Samples.h"
 
+#include "format3mf/ImportFile.h"
 #include "format3mf/Importer.h"
 
 #include "sax/PlainContent.h"
@@ -14,6 +18,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <boost/filesystem.hpp>
+#include <fstream>
+#include <functional>
 #include <memory>
 #include <tuple>
 #include <vector>
@@ -60,6 +67,45 @@ std::pair<Imported, std::int64_t> Import(boost::filesystem::path const& file, bo
     }
     return {imported, plainBytes};
 }
+
+// The packages of zip_forms.py, in a folder that goes with the test.
+struct Forms
+{
+    PackageScratch scratch;
+    boost::filesystem::path const folder =
+        boost::filesystem::path(StringConversion::ConvertNativeToUTF8(scratch.File("forms")));
+    std::vector<std::string> names;
+
+    Forms()
+    {
+        boost::filesystem::create_directories(folder);
+        CommandOutput const made =
+            RunCommand("python3 " + Quoted(FORMAT3MF_SOURCE_DIR "/tests/import/zip_forms.py") + " " +
+                       Quoted(folder.string()));
+        EXPECT_EQ(0, made.status) << made.text;
+        names = SplitLines(made.text);
+    }
+    ~Forms() { boost::filesystem::remove_all(folder); }
+};
+
+std::string const kModelName = "3D/W\xc3\xbcrfel_\xe6\xa8\xa1\xe5\x9e\x8b.model";
+
+// Where the header of the model entry starts, local (PK 3 4, name at 30) or
+// central (PK 1 2, name at 46).
+std::size_t HeaderOf(std::string const& bytes, char kind)
+{
+    std::string const signature = std::string("PK") + kind + static_cast<char>(kind + 1);
+    std::size_t const nameAt = kind == 3 ? 30 : 46;
+    for (std::size_t at = bytes.find(signature); at != std::string::npos; at = bytes.find(signature, at + 1))
+    {
+        if (bytes.compare(at + nameAt, kModelName.size(), kModelName) == 0)
+        {
+            return at;
+        }
+    }
+    ADD_FAILURE() << "no header of the model entry";
+    return 0;
+}
 } // namespace
 
 // The counts, boxes, colours and textures of every mesh are those that
@@ -97,4 +143,77 @@ TEST(TestFilesImport, AlikeWithAndWithoutPlainContent)
     }
     EXPECT_GT(plainBytes, 0)
         << "the fast path took no byte of any file: the comparison compared expat with itself";
+}
+
+// The plain package is read as an independent reading says, and every other
+// form as the plain one.
+TEST(ZipFormsImport, EachFormImportsAsThePlainPackage)
+{
+    Forms const forms;
+    ASSERT_EQ(6u, forms.names.size());
+    std::string const plainFile = (forms.folder / "plain.3mf").string();
+    ExpectToolMatchesOracle({plainFile});
+    auto const plain = ImportMeshes(plainFile);
+    ASSERT_EQ(1u, plain.size());
+    for (std::string const& form : forms.names)
+    {
+        auto const meshes = ImportMeshes((forms.folder / form).string());
+        ASSERT_EQ(1u, meshes.size()) << form;
+        EXPECT_EQ(PointsOf(*plain[0]), PointsOf(*meshes[0])) << form;
+        EXPECT_EQ(TrianglesOf(*plain[0]), TrianglesOf(*meshes[0])) << form;
+    }
+}
+
+// A damaged archive fails with a message that says what is wrong and where.
+TEST(ZipFormsImport, ArchiveFailuresNameCauseAndEntry)
+{
+    Forms const forms;
+    std::ifstream file((forms.folder / "plain.3mf").string(), std::ios::binary);
+    std::string const plain{std::istreambuf_iterator<char>(file), {}};
+    struct Case
+    {
+        char const* what;
+        std::function<void(std::string&)> damage;
+        std::string message;
+    };
+    std::vector<Case> const cases = {
+        {"crc",
+         [](std::string& b)
+         {
+             b[HeaderOf(b, 3) + 14] ^= 1;
+             b[HeaderOf(b, 1) + 16] ^= 1;
+         },
+         "CRC error in an entry: " + kModelName},
+        {"method",
+         [](std::string& b)
+         {
+             b[HeaderOf(b, 3) + 8] = 12;
+             b[HeaderOf(b, 1) + 10] = 12;
+         },
+         "Unsupported compression method 12: " + kModelName},
+        {"encrypted",
+         [](std::string& b)
+         {
+             b[HeaderOf(b, 3) + 6] |= 1;
+             b[HeaderOf(b, 1) + 8] |= 1;
+         },
+         "Encrypted entries are not supported: " + kModelName},
+        {"truncated", [](std::string& b) { b.resize(b.size() / 2); },
+         "Could not open 3mf archive: Not a zip archive: "},
+        {"no zip", [](std::string& b) { b = "<model/>"; }, "Could not open 3mf archive: Not a zip archive: "},
+    };
+    for (Case const& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        std::string bytes = plain;
+        c.damage(bytes);
+        boost::filesystem::path const path = forms.folder / (std::string(c.what) + ".3mf");
+        std::ofstream(path.string(), std::ios::binary) << bytes;
+
+        format3mf::import::ImportResult const result = format3mf::import::ImportFile(path.wstring());
+        EXPECT_NE(format3mf::import::Importer::Success, result.status);
+        ASSERT_EQ(1u, result.errors.size());
+        std::string const error = StringConversion::ConvertNativeToUTF8(result.errors[0]);
+        EXPECT_EQ(0u, error.rfind(c.message, 0)) << error;
+    }
 }

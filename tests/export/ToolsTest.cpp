@@ -1,33 +1,43 @@
-// Every test file through ond3mf-convert and back, one test per file: in every
-// kind of 3MF conversion the same meshes, colours, textures and beams, in
-// files that a strict check independent of the writers passes; a file of one
-// mesh also through STL, OBJ, PLY and OFF. Then the tool's refusals.
+// The tools as their users run them. Every test file through ond3mf-convert
+// and back, one test per file: in every kind of 3MF conversion the same
+// meshes, colours, textures and beams, in files that a strict check
+// independent of the writers passes; a file of one mesh also through STL,
+// OBJ, PLY and OFF. Then the welding of triangle soups, the converter's
+// refusals, --help, --version and bad options of every tool, and
+// ond3mf-info's JSON read back by Python's own json module.
 #include "import/ImportSupport.h"
 #include "support/MeshDump.h"
 #include "support/Prerequisites.h"
 #include "support/Samples.h"
 
 #include "format3mf/TriangleSoup.h"
+#include "format3mf/Version.h"
 
 #include "common/MInternalUnits.h"
 #include "triangles/MStlTexture.h"
 
-#include <boost/filesystem.hpp>
-
 #include <gtest/gtest.h>
 
+#include <boost/filesystem.hpp>
 #include <cmath>
 #include <fstream>
 #include <limits>
 #include <stdexcept>
+#include <sys/wait.h>
 #include <tuple>
 
 namespace
 {
+// The exit code of a command that ended normally, or -1.
+int Status(CommandOutput const& output)
+{
+    return WIFEXITED(output.status) ? WEXITSTATUS(output.status) : -1;
+}
+
 std::string Convert(std::string const& arguments, int& status)
 {
     CommandOutput const output = RunCommand(Quoted(OND3MF_CONVERT) + " " + arguments + " 2>&1");
-    status = WIFEXITED(output.status) ? WEXITSTATUS(output.status) : -1;
+    status = Status(output);
     return output.text;
 }
 
@@ -66,27 +76,19 @@ struct Conversion
     std::vector<std::string> steps;
     // Without the binary part, unused points, colours and textures come back too.
     bool xml;
-    // A lattice in the vendor dialect or none keeps its beams, or has none;
-    // the published dialect's minimal length drops the short ones.
-    enum Beams
-    {
-        Same,
-        None,
-        Fewer
-    } beams;
+    // A lattice in the vendor dialect keeps its beams ('='), none has none
+    // ('0'), the published dialect's minimal length drops the short ones ('<').
+    char beams;
 };
 
 Conversion const kConversions[] = {
-    {"plain", {""}, true, Conversion::Fewer},
-    {"separate objects, zip64", {"--separate-objects --zip64"}, true, Conversion::Fewer},
-    {"vendor lattice", {"--beams=vendor"}, true, Conversion::Same},
-    {"no lattice", {"--beams=none"}, true, Conversion::None},
-    {"binary, vendor lattice, zip64", {"--binary --zip64 --beams=vendor"}, false, Conversion::Same},
-    {"binary, then plain", {"--binary --beams=vendor", ""}, false, Conversion::Fewer},
-    {"twice: separate vendor, then plain",
-     {"--separate-objects --beams=vendor", ""},
-     true,
-     Conversion::Fewer},
+    {"plain", {""}, true, '<'},
+    {"separate objects, zip64", {"--separate-objects --zip64"}, true, '<'},
+    {"vendor lattice", {"--beams=vendor"}, true, '='},
+    {"no lattice", {"--beams=none"}, true, '0'},
+    {"binary, vendor lattice, zip64", {"--binary --zip64 --beams=vendor"}, false, '='},
+    {"binary, then plain", {"--binary --beams=vendor", ""}, false, '<'},
+    {"separate vendor, then plain", {"--separate-objects --beams=vendor", ""}, true, '<'},
 };
 
 void ExpectSameMeshes(MStlBase const& a, MStlBase const& b, Conversion const& conversion)
@@ -95,9 +97,9 @@ void ExpectSameMeshes(MStlBase const& a, MStlBase const& b, Conversion const& co
     EXPECT_EQ(std::wstring(a.GetName()), std::wstring(b.GetName())) << "the object's name";
     std::size_t const beamsA = a.GetFeature().GetNumEdges();
     std::size_t const beamsB = b.GetFeature().GetNumEdges();
-    EXPECT_TRUE(conversion.beams == Conversion::Same   ? beamsA == beamsB
-                : conversion.beams == Conversion::None ? beamsB == 0
-                                                       : beamsB <= beamsA)
+    EXPECT_TRUE(conversion.beams == '='   ? beamsA == beamsB
+                : conversion.beams == '0' ? beamsB == 0
+                                          : beamsB <= beamsA)
         << beamsA << " beams, then " << beamsB;
     EXPECT_EQ(a.GetMaterial().GetRGB(), b.GetMaterial().GetRGB()) << "the object's colour";
     // The written file is in millimetres: a length printed with four decimals
@@ -178,6 +180,7 @@ std::vector<boost::filesystem::path> TestFiles()
 class EveryTestFile : public testing::TestWithParam<boost::filesystem::path>
 {
 };
+
 } // namespace
 
 // The samples and the projects of today's slicers and tools, components
@@ -196,7 +199,7 @@ TEST_P(EveryTestFile, ComesBackFromEveryConversion)
     for (Conversion const& conversion : kConversions)
     {
         // The dialects make a difference only where there are beams.
-        if (conversion.beams != Conversion::Fewer && !beams && conversion.xml)
+        if (conversion.beams != '<' && !beams && conversion.xml)
         {
             continue;
         }
@@ -325,7 +328,6 @@ TEST(ConvertTool, RefusesBadArgumentsAndFilesLeavingNothing)
          "unknown beam dialect 'curved'"},
         {"one file", "", Quoted(torus), 2, "expected IN and OUT"},
         {"missing input", "", Quoted((folder / "none.3mf").string()) + " " + out, 1, "cannot read"},
-        {"not a 3MF file", "", Quoted(FORMAT3MF_SOURCE_DIR "/README.md") + " " + out, 1, "cannot read"},
         {"unwritable output", "", Quoted(torus) + " " + Quoted((folder / "no/such/folder.3mf").string()), 1,
          "cannot write"},
         {"empty.stl", "", "", 1, "is empty"},
@@ -378,4 +380,77 @@ TEST(ConvertTool, RefusesBadArgumentsAndFilesLeavingNothing)
         }
         EXPECT_EQ((std::set<std::string>{"torus.3mf"}), left);
     }
+}
+
+TEST(ToolOptions, HelpVersionAndUnknownOptionsOfEveryTool)
+{
+    for (char const* tool : {OND3MF_INFO, OND3MF_CONVERT, OND3MF_TORUS})
+    {
+        SCOPED_TRACE(tool);
+        std::string const program = boost::filesystem::path(tool).filename().string();
+        for (char const* help : {"--help", "-h"})
+        {
+            // The usage goes to standard output, nothing to standard error.
+            CommandOutput const output = RunCommand(Quoted(tool) + " " + help + " 2>/dev/null");
+            EXPECT_EQ(0, Status(output));
+            EXPECT_EQ(0u, output.text.find("usage: " + program)) << output.text;
+        }
+        CommandOutput const version = RunCommand(Quoted(tool) + " --version");
+        EXPECT_EQ(0, Status(version));
+        EXPECT_EQ(program + " (OndSDK.AM.3mf) " + format3mf::Version() + "\n", version.text);
+
+        CommandOutput const unknown = RunCommand(Quoted(tool) + " --no-such-option 2>&1 >/dev/null");
+        EXPECT_EQ(2, Status(unknown));
+        EXPECT_EQ(0u, unknown.text.find(program + ": unknown option '--no-such-option'")) << unknown.text;
+        EXPECT_NE(std::string::npos, unknown.text.find("usage: " + program)) << unknown.text;
+    }
+    // Two segments around make no torus, and no file.
+    PackageScratch scratch;
+    std::string const torus = StringConversion::ConvertNativeToUTF8(scratch.File("t.3mf"));
+    EXPECT_NE(0, Status(RunCommand(Quoted(OND3MF_TORUS) + " " + Quoted(torus) + " 2 9 2>&1")));
+    EXPECT_FALSE(boost::filesystem::exists(torus));
+}
+
+// One good file with a warning, one missing: the JSON holds both, with the
+// good file's figures, the warning, and the missing file's error; standard
+// error carries the warning unless --quiet.
+TEST(ToolOptions, InfoJsonListsFilesMeshesErrorsAndWarnings)
+{
+    PackageScratch scratch;
+    std::wstring const good = scratch.File("good.3mf");
+    WriteModelPackage(
+        good, R"(<model unit="millimeter" xmlns="http://schemas.microsoft.com/3dmanufacturing/core/2015/02">)"
+              R"(<resources><object id="1" name="tri"><mesh><vertices><vertex x="0" y="0" z="0"/>)"
+              R"(<vertex x="2" y="0" z="0"/><vertex x="0" y="3" z="0"/></vertices><triangles>)"
+              R"(<triangle v1="0" v2="1" v3="2"/></triangles></mesh></object></resources>)"
+              R"(<build><item objectid="1"/><item objectid="7"/></build></model>)");
+    std::string const goodName = StringConversion::ConvertNativeToUTF8(good);
+    std::string const missing = StringConversion::ConvertNativeToUTF8(scratch.File("missing.3mf"));
+    std::string const files = Quoted(goodName) + " " + Quoted(missing);
+
+    std::string const check =
+        "import json, sys\n"
+        "d = json.load(sys.stdin)\n"
+        "g, m = d['files']\n"
+        "assert d['version'], d\n"
+        "assert g['ok'] and g['status'] == 0 and g['errors'] == [], g\n"
+        "assert len(g['meshes']) == 1, g\n"
+        "mesh = g['meshes'][0]\n"
+        "assert (mesh['vertices'], mesh['triangles'], mesh['beams']) == (3, 1, 0), mesh\n"
+        "assert mesh['box'] == {'min': [0, 0, 0], 'max': [2, 3, 0]}, mesh\n"
+        "assert len(g['warnings']) == 1 and 'build item' in g['warnings'][0], g\n"
+        "assert not m['ok'] and m['status'] == 2 and m['meshes'] == [] and m['errors'], m\n"
+        "print('checked')\n";
+    std::string const script = StringConversion::ConvertNativeToUTF8(scratch.File("check.py"));
+    std::ofstream(script) << check;
+    CommandOutput const json = RunCommand(Quoted(OND3MF_INFO) + " --json --quiet " + files +
+                                          " 2>/dev/null | python3 " + Quoted(script));
+    EXPECT_EQ("checked\n", json.text);
+
+    CommandOutput const loud = RunCommand(Quoted(OND3MF_INFO) + " " + Quoted(goodName) + " 2>&1 >/dev/null");
+    EXPECT_EQ(0, Status(loud));
+    EXPECT_EQ(0u, loud.text.find(goodName + ": warning: A build item refers to")) << loud.text;
+    CommandOutput const quiet =
+        RunCommand(Quoted(OND3MF_INFO) + " --quiet " + Quoted(goodName) + " 2>&1 >/dev/null");
+    EXPECT_EQ("", quiet.text);
 }
