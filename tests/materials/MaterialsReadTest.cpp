@@ -29,9 +29,8 @@ namespace
 // Stands in for the resources reader: offers every element to the materials
 // reader and logs its answers, but takes every element itself, so that the
 // children of a refused group element still reach the materials reader.
-class ForwardingRoot : public ISAXReadHelper
+struct ForwardingRoot : ISAXReadHelper
 {
-public:
     ForwardingRoot(MaterialsRead& materials, std::string& log) : m_materials(materials), m_log(log) {}
 
     bool HandleTag(std::wstring const& tag, MSAXReader& reader) override
@@ -41,7 +40,6 @@ public:
         return true;
     }
 
-private:
     MaterialsRead& m_materials;
     std::string& m_log;
 };

@@ -50,9 +50,7 @@ void PrintTo(Case const& row, std::ostream* out)
     *out << row.name;
 }
 
-class PlainContentRead : public testing::TestWithParam<Case>
-{
-};
+using PlainContentRead = testing::TestWithParam<Case>;
 
 std::size_t const kBlockSizes[] = {1, 2, 3, 7, 64 * 1024};
 } // namespace
