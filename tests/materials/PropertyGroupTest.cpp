@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 using namespace Format_3MF;
 
@@ -81,18 +82,23 @@ TEST(ColorText, EncodeAndDecode)
     EXPECT_EQ(L"#112233", EncodeColor(0x00332211));
     EXPECT_EQ(L"#000000", EncodeColor(0xFF000000));
     EXPECT_EQ(L"#0a0bff", EncodeColor(0x00FF0B0A));
-    struct Row
+    std::pair<wchar_t const*, unsigned int> const rows[] = {{L"#112233", 0x00332211u},
+                                                            {L"#11223344", 0x00332211u},
+                                                            {L"#112233zz", 0x00332211u},
+                                                            {L"#AABBCC", 0x00CCBBAAu},
+                                                            {L"", 0u},
+                                                            {L"112233", 0u},
+                                                            {L" #112233", 0u},
+                                                            {L"1#12233", 0u},
+                                                            {L"12", 0u},
+                                                            {L"#gg0000", 0u},
+                                                            {L"#a-0000", 0x0Au},
+                                                            {L"# f0000", 0u},
+                                                            {L"#-10000", 0u},
+                                                            {L"#0x00ff", 0x00FF0000u}};
+    for (auto const& [text, rgb] : rows)
     {
-        wchar_t const* text;
-        unsigned int rgb;
-    };
-    for (Row const& row :
-         {Row{L"#112233", 0x00332211u}, Row{L"#11223344", 0x00332211u}, Row{L"#112233zz", 0x00332211u},
-          Row{L"#AABBCC", 0x00CCBBAAu}, Row{L"", 0u}, Row{L"112233", 0u}, Row{L" #112233", 0u},
-          Row{L"1#12233", 0u}, Row{L"12", 0u}, Row{L"#gg0000", 0u}, Row{L"#a-0000", 0x0Au},
-          Row{L"# f0000", 0u}, Row{L"#-10000", 0u}, Row{L"#0x00ff", 0x00FF0000u}})
-    {
-        EXPECT_EQ(row.rgb, DecodeColor(row.text)) << row.text;
+        EXPECT_EQ(rgb, DecodeColor(text)) << text;
     }
     // Wrong lengths throw the bare int.
     for (std::wstring text : {L"#", L"#1122", L"#11223", L"#1122334", L"#1122334455"})
