@@ -140,11 +140,13 @@ struct ResourcesRead
                    }
                });
         std::vector<IPackageFile*> images;
+        std::string names = "images:";
         for (IPackageFile* file : package.GetPackageFiles())
         {
             if (dynamic_cast<Image2D*>(file) != nullptr)
             {
                 images.push_back(file);
+                names += " " + Narrow(file->GetFileNameInPackage());
             }
         }
         Groups(out, "texture", materials.m_textures,
@@ -153,11 +155,7 @@ struct ResourcesRead
                    out << " " << Narrow(texture.m_path) << " " << Narrow(texture.m_contentType) << " image "
                        << std::find(images.begin(), images.end(), texture.m_image) - images.begin();
                });
-        out << "images:";
-        for (IPackageFile const* image : images)
-        {
-            out << " " << Narrow(image->GetFileNameInPackage());
-        }
+        out << names;
         return out.str();
     }
 };
