@@ -18,7 +18,6 @@ using namespace Format_3MF;
 TEST(ModelFile, RegistryNamespacesAndExtensions)
 {
     TestModelFile model;
-    EXPECT_EQ(L"/3D/3dmodel.model", model.GetFileNameInPackage());
     IReferenced a, b, c;
     EXPECT_EQ(5, int(model.Register(a, 5)));
     EXPECT_EQ(2, int(model.Register(b, 2)));
@@ -32,8 +31,6 @@ TEST(ModelFile, RegistryNamespacesAndExtensions)
     EXPECT_EQ(L"m", model.GetPrefix(NamespaceMaterial));
     EXPECT_EQ(L"", model.GetNamespace(L"x"));
 
-    EXPECT_EQ(1, model.GetSupportedExtension(NamespaceSlice).m_level);
-    EXPECT_EQ(2, model.GetSupportedExtension(NamespaceCore2013).m_level);
     model.AddSupportedExtension(NamespaceCore2013, true);
     EXPECT_EQ(2, model.GetSupportedExtension(NamespaceCore2013).m_level); // the first level stays
 }
@@ -167,7 +164,6 @@ TEST(Package, RegistrationGivesContentTypesAndRelationshipIds)
     TestModelFile model;
     Package package(&model);
     EXPECT_EQ(3u, package.GetPackageFiles().size());
-    EXPECT_EQ(2u, package.GetContent().GetElements().size());
     package.RegisterRelationString(L"rel2");
     EXPECT_EQ(L"rel1", package.GetNewRelationString());
     EXPECT_EQ(L"rel3", package.GetNewRelationString()); // rel2 is known
