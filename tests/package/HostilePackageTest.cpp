@@ -34,8 +34,8 @@ std::string Relationships(std::vector<std::string> const& targets)
 
 std::string Bytes(std::wstring const& file)
 {
-    std::ifstream in(StringConversion::ConvertNativeToUTF8(file), std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    std::vector<unsigned char> const bytes = ReadBytes(file);
+    return {bytes.begin(), bytes.end()};
 }
 } // namespace
 
