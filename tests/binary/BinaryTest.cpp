@@ -11,20 +11,15 @@
 #include "support/MeshDump.h"
 
 #include "format3mf/ArchivedCustomFile.h"
-#include "format3mf/Importer.h"
 #include "format3mf/PackageWrite.h"
 
 #include "binary/BinaryRefXML.h"
-#include "common/IProgressDelegate.h"
 #include "common/MInternalUnits.h"
 #include "sax/SaxUtilities.h"
-#include "triangles/MStlPoint.h"
 
 #include <gtest/gtest.h>
 
-#include <boost/filesystem.hpp>
 #include <cstring>
-#include <sstream>
 
 namespace
 {
@@ -93,13 +88,6 @@ std::string Printed(Format_3MF::BinaryRef const& ref)
     }
     return text;
 }
-
-// Cancels at the first report of progress, in the middle of a write.
-class CancelOnProgress : public OndSDK::Common::IProgressDelegate
-{
-protected:
-    void OnProgress(double) override { Cancel(); }
-};
 
 // Writes the meshes as a binary package in the given unit.
 void WriteBinary(std::wstring const& path, std::vector<MStlBase*> const& meshes,

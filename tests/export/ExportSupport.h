@@ -1,6 +1,6 @@
 // What the export tests share: a model file of host meshes prepared for
 // writing and printed to text without an archive, fragments expected in that
-// text, and meshes with colours and textures to write.
+// text, meshes with colours and textures to write, and a cancel mid-write.
 #pragma once
 
 #include "format3mf/ModelFileStlBase.h"
@@ -8,6 +8,7 @@
 #include "format3mf/PackageWriteContext.h"
 #include "model/ModelFileXML.h"
 
+#include "common/IProgressDelegate.h"
 #include "common/ImageBitmap.h"
 #include "sax/SaxUtilities.h"
 #include "support/PackageTestSupport.h"
@@ -20,6 +21,13 @@
 #include <sstream>
 #include <string>
 #include <vector>
+
+// Cancels at the first report of progress, in the middle of a write.
+class CancelOnProgress : public OndSDK::Common::IProgressDelegate
+{
+protected:
+    void OnProgress(double) override { Cancel(); }
+};
 
 // The meshes go through the start hooks of a package write, as PackageWrite
 // runs them; Xml() prints the root model as the writer would.

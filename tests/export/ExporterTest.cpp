@@ -10,26 +10,9 @@
 
 #include "triangles/MStlColorMaskTrianglePoints.h"
 
-#include <boost/filesystem.hpp>
-
 #include <gtest/gtest.h>
 
 #include <fstream>
-
-namespace
-{
-// Cancels at the first report of progress, that is in the middle of a write.
-class CancelOnProgress : public OndSDK::Common::IProgressDelegate
-{
-protected:
-    void OnProgress(double) override { Cancel(); }
-};
-
-bool Exists(std::wstring const& path)
-{
-    return boost::filesystem::exists(StringConversion::ConvertNativeToUTF8(path));
-}
-} // namespace
 
 // Without a mesh or a path nothing is touched. Success, a failed archive and
 // a cancel all leave the mesh's coordinates and the mask's label as they
@@ -90,7 +73,7 @@ TEST(Exporter, MeshAndMaskRestoredOnEveryWayOut)
             // The writer's masks on the mesh are gone with it.
             EXPECT_EQ(1u, mesh->GetTriangleMaskOwner().GetMasks().size());
             EXPECT_TRUE(mesh->GetPointMaskOwner().GetMasks().empty());
-            EXPECT_EQ(c.fileAfter, Exists(path));
+            EXPECT_EQ(c.fileAfter, boost::filesystem::exists(StringConversion::ConvertNativeToUTF8(path)));
             EXPECT_EQ(c.status == format3mf::Export::ArchiveError, !exporter.GetErrorMessage().empty());
         }
     }

@@ -7,7 +7,6 @@
 // ond3mf-info's JSON read back by Python's own json module.
 #include "import/ImportSupport.h"
 #include "support/MeshDump.h"
-#include "support/Prerequisites.h"
 #include "support/Samples.h"
 
 #include "format3mf/TriangleSoup.h"

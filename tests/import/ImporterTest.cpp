@@ -6,12 +6,10 @@
 #include "support/BlankPng.h"
 #include "support/MeshDump.h"
 #include "support/PeakMemory.h"
-#include "support/Prerequisites.h"
 #include "support/Samples.h"
 #include "support/SlicerPackages.h"
 
 #include "format3mf/ImportFile.h"
-#include "format3mf/Importer.h"
 
 #include "common/IProgressDelegate.h"
 #include "triangles/MStlTexture.h"

@@ -6,14 +6,11 @@
 #include "import/ImportSupport.h"
 #include "support/MeshDump.h"
 #include "support/MeshReadComparison.h"
-#include "support/Prerequisites.h"
 #include "support/Samples.h"
 
 #include "format3mf/ImportFile.h"
-#include "format3mf/Importer.h"
 
 #include "sax/PlainContent.h"
-#include "triangles/MStlBase.h"
 
 #include <gtest/gtest.h>
 
@@ -21,9 +18,7 @@
 #include <boost/filesystem.hpp>
 #include <fstream>
 #include <functional>
-#include <memory>
 #include <tuple>
-#include <vector>
 
 namespace
 {
