@@ -138,8 +138,8 @@ TEST(ObjectRoundTrip, StructureIdentifiersAndReferencesAcrossPartsSurvive)
 
 // Every name of a part reaches the one model file of that part, whichever
 // part asks: the root owns them all, the asking part holds the relationship.
-// The dummy build lists objects for the root model only. (New objects in
-// parts of their own are the binary writer's test.)
+// A new object goes to the root part, or with separate files to a part of
+// its own; the dummy build lists objects for the root model only.
 TEST(ModelParts, OneModelPerPartAndTheDummyBuildOfTheRootOnly)
 {
     BuildingModel root;
@@ -166,10 +166,15 @@ TEST(ModelParts, OneModelPerPartAndTheDummyBuildOfTheRootOnly)
     NewObject(related, 4);
     related._MakeDummyBuild();
     EXPECT_TRUE(related.GetBuild().m_items.empty());
-    NewObject(root, 1);
+    EXPECT_EQ(&root, Utilities::AddNewObject(&root, &context)->GetModelFile());
     NewObject(*b, 1);
+    context.Objects.m_separateFiles = true;
+    Object* const separate = Utilities::AddNewObject(&root, &context);
+    EXPECT_EQ(L"/3D/Objects/Object.model", separate->GetModelFile()->GetFileNameInPackage());
+    EXPECT_EQ(1, separate->m_id);
     root._MakeDummyBuild();
-    ASSERT_EQ(2u, root.GetBuild().m_items.size());
+    ASSERT_EQ(3u, root.GetBuild().m_items.size());
     EXPECT_EQ(nullptr, root.GetBuild().m_items[0].m_modelFile);
     EXPECT_EQ(b, root.GetBuild().m_items[1].m_modelFile);
+    EXPECT_EQ(separate->GetModelFile(), root.GetBuild().m_items[2].m_modelFile);
 }
