@@ -125,8 +125,17 @@ TEST(Graphs, EdgesThicknessAndCapsWithTheirDefaults)
     info.SetEdgeThickness(e2, {120, 80});
     EXPECT_EQ((std::vector<Beam>{{0, 4, -1, -1, 0, 0}, {4, 2, 120, 80, 0, 3}}), Beams(stl, false));
     EXPECT_EQ((std::vector<Beam>{{0, 4, -1, -1, 2, 2}, {4, 2, 120, 80, 2, 3}}), Beams(stl, true));
-    // The walks over graphs and edges are the beam lattice writer's, and are
-    // tested through what it writes.
+    // The writer walks graphs and edges (tested through what it writes);
+    // here what it does not reach: a graph by arrow and an empty graph's edges.
+    std::vector<std::wstring> names;
+    for (auto it = MStlIteratorFeatureGraphConst::Begin(&stl); it != MStlIteratorFeatureGraphConst::End(&stl);
+         ++it)
+    {
+        names.push_back(it->GetName());
+    }
+    EXPECT_EQ((std::vector<std::wstring>{L"", L"beams"}), names);
+    EXPECT_TRUE(MStlIteratorGraphEdgeConst::Begin(feature.GetGraph(0)) ==
+                MStlIteratorGraphEdgeConst::End(feature.GetGraph(0)));
 }
 
 // A copy gets clones of the masks, textures, graphs and element data, its

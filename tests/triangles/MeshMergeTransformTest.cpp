@@ -10,6 +10,8 @@
 
 #include <cstdint>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 TEST(MeshMerge, KeepsBothMeshesTexturesColoursAndEdges)
 {
@@ -104,73 +106,51 @@ TEST(MeshMerge, EdgesKeepTheLookOfTheirOwnDefaults)
 }
 
 // AddStl with a transformation gives what a copy, a Transform and a plain
-// AddStl give, for affine and projective matrices.
+// AddStl give, for affine and projective matrices; also, placed or not, when
+// a mesh is appended to itself, its colours, textures and edges included.
 TEST(MeshPlacedAppend, EqualsACopyTransformedAndAppended)
 {
+    MMTransformMatrix const affine = MakeAwkwardTransform();
+    MMTransformMatrix const identity;
     MMTransformMatrix projective = MakeAwkwardTransform();
     projective.AccessElement(3, 0) = 1e-5;
     projective.AccessElement(3, 3) = 2.0;
-    struct Case
+    std::pair<char const*, MMTransformMatrix const*> const transforms[] = {
+        {"affine", &affine}, {"projective", &projective}, {"identity", &identity}, {"plain", nullptr}};
+    for (auto const& [name, transform] : transforms)
     {
-        char const* name;
-        MMTransformMatrix transform;
-    };
-    for (Case const& test : {Case{"affine", MakeAwkwardTransform()}, Case{"projective", projective},
-                             Case{"identity", MMTransformMatrix()}})
-    {
-        SCOPED_TRACE(test.name);
-        MStlBase source;
-        MakePyramid(source, 3000);
-        source.TriangleAt(2).SetRGB(0x123456);
-
-        MStlBase expected;
-        MakePyramid(expected);
-        MStlBase copy(source);
-        copy.Transform(test.transform);
-        ASSERT_EQ(EReturnCode::Ok, expected.AddStl(copy, false));
-
-        MStlBase placed;
-        MakePyramid(placed);
-        ASSERT_EQ(EReturnCode::Ok, placed.AddStl(source, test.transform, false));
-        EXPECT_EQ(PointsOf(expected), PointsOf(placed));
-        EXPECT_EQ(TrianglesOf(expected), TrianglesOf(placed));
-        EXPECT_EQ(ColoursOf(expected), ColoursOf(placed));
-        EXPECT_EQ(expected.PointAt(9).GetUseCount(), placed.PointAt(9).GetUseCount());
-        EXPECT_EQ(3000, source.PointAt(0).GetX()) << "the source is left as it was";
-    }
-}
-
-// A mesh appended to itself, plainly or placed, gives what appending a copy
-// of it gives, its colours, textures and edges included.
-TEST(MeshMerge, AMeshCanBeAppendedToItself)
-{
-    for (bool const placed : {false, true})
-    {
-        SCOPED_TRACE(placed ? "placed" : "plain");
-        MStlBase stl;
-        std::vector<MStlPoint*> p = MakePyramid(stl);
-        stl.TriangleAt(2).SetRGB(7);
-        stl.GetTextureFactory(true)->AddTexture()->AddTriangle(&stl.TriangleAt(3), MStlTextureCoordinates(),
-                                                               true);
-        stl.GetFeature().AddNewGraph()->AddEdge(p[0], p[2]);
-        MStlBase expected(stl);
-        MStlBase copy(stl);
-        if (placed)
+        for (bool const self : {false, true})
         {
-            copy.Transform(MakeAwkwardTransform());
-            ASSERT_EQ(EReturnCode::Ok, stl.AddStl(stl, MakeAwkwardTransform(), false));
+            SCOPED_TRACE(std::string(name) + (self ? " onto itself" : ""));
+            MStlBase other;
+            MakePyramid(other, 3000);
+            other.TriangleAt(2).SetRGB(0x123456);
+            MStlBase placed;
+            std::vector<MStlPoint*> p = MakePyramid(placed);
+            placed.TriangleAt(4).SetRGB(7);
+            placed.GetTextureFactory(true)->AddTexture()->AddTriangle(&placed.TriangleAt(3),
+                                                                      MStlTextureCoordinates(), true);
+            placed.GetFeature().AddNewGraph()->AddEdge(p[0], p[2]);
+            MStlBase& source = self ? placed : other;
+
+            MStlBase expected(placed);
+            MStlBase copy(source);
+            if (transform != nullptr)
+            {
+                copy.Transform(*transform);
+            }
+            ASSERT_EQ(EReturnCode::Ok, expected.AddStl(copy, false));
+            ASSERT_EQ(EReturnCode::Ok, transform != nullptr ? placed.AddStl(source, *transform, false)
+                                                            : placed.AddStl(source, false));
+            EXPECT_EQ(PointsOf(expected), PointsOf(placed));
+            EXPECT_EQ(TrianglesOf(expected), TrianglesOf(placed));
+            EXPECT_EQ(ColoursOf(expected), ColoursOf(placed));
+            EXPECT_EQ(Beams(expected, false), Beams(placed, false));
+            EXPECT_EQ(expected.PointAt(9).GetUseCount(), placed.PointAt(9).GetUseCount());
+            ASSERT_EQ(self ? 2u : 1u, placed.GetTextures().size());
+            EXPECT_EQ(self, placed.GetTextures().back()->HasTriangle(&placed.TriangleAt(9)));
+            EXPECT_EQ(3000, other.PointAt(0).GetX()) << "the source is left as it was";
         }
-        else
-        {
-            ASSERT_EQ(EReturnCode::Ok, stl.AddStl(stl, false));
-        }
-        ASSERT_EQ(EReturnCode::Ok, expected.AddStl(copy, false));
-        EXPECT_EQ(PointsOf(expected), PointsOf(stl));
-        EXPECT_EQ(TrianglesOf(expected), TrianglesOf(stl));
-        EXPECT_EQ(ColoursOf(expected), ColoursOf(stl));
-        ASSERT_EQ(2u, stl.GetTextures().size());
-        EXPECT_TRUE(stl.GetTextures()[1]->HasTriangle(&stl.TriangleAt(9)));
-        EXPECT_EQ(Beams(expected, false), Beams(stl, false));
     }
 }
 
