@@ -40,6 +40,8 @@ TEST(PlainScanner, TakesOnlyTheStrictFormsAndAsksForMoreAtEveryCut)
         {"<!-- \xC3\xA9 -->", 'O', 0},
         {"<v a='<'/>", 'O', 0},
         {"<v a=1/>", 'O', 0},
+        {"<v>x</v>", 'O', 0},
+        {"<v></w>", 'O', 0},
         {"<v / >", 'O', 0},
         {"<\xC3\xA9/>", 'O', 0},
         {"<v a='1' b='2' c='3' d='4' e='5' f='6' g='7' h='8' i='9' j='10' k='11' l='12' m='13' n='14' "
