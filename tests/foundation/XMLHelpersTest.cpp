@@ -94,6 +94,18 @@ TEST(ReadAttribute, PrefixesIdentifiersAndLists)
 
 // An undefined identifier throws; values print exactly as printf does, and
 // text beyond 62 characters is an error.
+// A reader made for a child element sees the prefixes of its parent's scope;
+// one made without a parent sees none.
+TEST(ReadHelper, ChildScopeSeesPrefixesOfItsAncestors)
+{
+    ISAXReadHelper parent;
+    parent.AddNamespace(L"m", L"urn:materials");
+    std::wstring uri;
+    EXPECT_TRUE(ISAXReadHelper(&parent).GetNamespaceURI(L"m", uri));
+    EXPECT_EQ(L"urn:materials", uri);
+    EXPECT_FALSE(ISAXReadHelper(nullptr).GetNamespaceURI(L"m", uri));
+}
+
 TEST(XMLWriteHandler, IdentifiersAndValuesPrintAsPrintfDoes)
 {
     PackageWriteContext context;
