@@ -2,13 +2,11 @@
 // position alone and blocks from files of strangers that claim more than the
 // part holds; the element's attributes as printed; and writing meshes into
 // the part (what the package names and holds, the part carried over by a
-// read package, cancelling). The converter's --binary, there and back, is in
-// the round trip of every real file.
+// read package, cancelling). The converter's --binary, there and back and in
+// parts of their own, is in the round trip of every real file.
 #include "export/ExportSupport.h"
-#include "import/ImportSupport.h"
 #include "import/SlicerReadSupport.h"
 #include "mesh/MeshReadSupport.h"
-#include "support/MeshDump.h"
 
 #include "format3mf/ArchivedCustomFile.h"
 #include "format3mf/PackageWrite.h"
@@ -92,8 +90,7 @@ std::string Printed(Format_3MF::BinaryRef const& ref)
 // Writes the meshes as a binary package in the given unit.
 void WriteBinary(std::wstring const& path, std::vector<MStlBase*> const& meshes,
                  std::wstring const& unit = L"millimeter",
-                 std::shared_ptr<OndSDK::Common::IProgressDelegate> const& progress = {},
-                 bool separateFiles = false)
+                 std::shared_ptr<OndSDK::Common::IProgressDelegate> const& progress = {})
 {
     Format_3MF::ModelFileStlBase model;
     model.GetUnits().Init(unit);
@@ -104,7 +101,6 @@ void WriteBinary(std::wstring const& path, std::vector<MStlBase*> const& meshes,
     Format_3MF::Package package(&model);
     Format_3MF::PackageWriteOptions options;
     options.IsBinary = true;
-    options.Objects.m_separateFiles = separateFiles;
     Format_3MF::PackageWrite(&package, options).Write(path, progress);
 }
 } // namespace
@@ -286,34 +282,20 @@ TEST(BinaryWrite, PackageNamesThePartWhichHoldsFourBlocks)
     EXPECT_EQ(Records<std::int32_t>({0, 1, 2, 0, 2, 3}), part.substr(120, 24));
 }
 
-// Each model part has a binary part of its own, related from it.
-TEST(BinaryWrite, ObjectsInPartsOfTheirOwnHaveBinaryPartsOfTheirOwn)
-{
-    PackageScratch scratch;
-    std::wstring const path = scratch.File("separate.3mf");
-    auto const square = MakeSquare(10000, true);
-    auto const second = MakeSquare(20000);
-    WriteBinary(path, {square.get(), second.get()}, L"millimeter", {}, true);
-
-    ExpectXml(EntryText(path, "3D/Objects/Object(2).model"),
-              {R"( binary="/3D/Objects/Object(2).model.bin")"});
-    ExpectXml(EntryText(path, "3D/Objects/_rels/Object(2).model.rels"),
-              {R"(Target="/3D/Objects/Object(2).model.bin")"});
-    EXPECT_EQ(48u + 24u, EntryText(path, "3D/Objects/Object(2).model.bin").size());
-    auto const meshes = ImportMeshes(path);
-    ASSERT_EQ(2u, meshes.size());
-    EXPECT_EQ(2u, meshes[0]->GetNumberOfTriangles());
-    EXPECT_EQ(PointsOf(*second), PointsOf(*meshes[1]));
-}
-
-// Read as a package, the binary part is carried as a custom file that stays
-// in the archive until its path is asked for; then the path holds the
-// part's bytes, and writing the package again carries them over.
-TEST(BinaryWrite, ReadPackageCarriesTheBinaryPartLazily)
+// A cancel while the package is written leaves neither the package nor the
+// temporary file of the binary part. Written whole and read as a package, the
+// binary part is carried as a custom file that stays in the archive until its
+// path is asked for; then the path holds the part's bytes, and writing the
+// package again carries them over.
+TEST(BinaryWrite, CancelLeavesNoFilesAndAReadPackageCarriesThePartLazily)
 {
     PackageScratch scratch;
     std::wstring const path = scratch.File("binary.3mf");
+    std::set<std::string> const before = scratch.Files();
     auto const square = MakeSquare(10000, true);
+    EXPECT_THROW(WriteBinary(path, {square.get()}, L"millimeter", std::make_shared<CancelOnProgress>()),
+                 Format_3MF::PackageWrite::Canceled);
+    EXPECT_EQ(before, scratch.Files());
     WriteBinary(path, {square.get()});
     std::string const bytes = EntryText(path, "3D/3dmodel.model.bin");
     ASSERT_EQ(4u * 12u + 2u * 12u, bytes.size());
@@ -322,6 +304,7 @@ TEST(BinaryWrite, ReadPackageCarriesTheBinaryPartLazily)
     // model writes them again below.
     slicer::StlRead read(path);
     ASSERT_TRUE(read.ok) << read.Error();
+    EXPECT_EQ(2u, read.meshes.at(0)->GetNumberOfTriangles());
     std::vector<Format_3MF::CustomFile const*> files;
     read.package.GetCustomFiles(files);
     auto const carried = std::find_if(files.begin(), files.end(),
@@ -335,20 +318,4 @@ TEST(BinaryWrite, ReadPackageCarriesTheBinaryPartLazily)
     std::wstring const again = scratch.File("again.3mf");
     Format_3MF::PackageWrite(&read.package, {}).Write(again, nullptr);
     EXPECT_EQ(bytes, EntryText(again, "3D/3dmodel.model.bin"));
-}
-
-// A cancel while the package is written leaves neither the package nor the
-// temporary file of the binary part.
-TEST(BinaryWrite, CancelLeavesNoFiles)
-{
-    PackageScratch scratch;
-    std::wstring const path = scratch.File("cancelled.3mf");
-    std::set<std::string> const before = scratch.Files();
-    auto const square = MakeSquare(10000, true);
-    EXPECT_THROW(WriteBinary(path, {square.get()}, L"millimeter", std::make_shared<CancelOnProgress>()),
-                 Format_3MF::PackageWrite::Canceled);
-    EXPECT_EQ(before, scratch.Files());
-    // Written again without a cancel, the same mesh makes a whole package.
-    WriteBinary(path, {square.get()});
-    EXPECT_EQ(2u, ImportMeshes(path).at(0)->GetNumberOfTriangles());
 }
