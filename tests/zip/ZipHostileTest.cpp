@@ -139,6 +139,9 @@ TEST(ZipHostile, EveryKindOfDamageToDeflatedAndStoredEntries)
         add("longer", Damage::Data, [size](OneEntry& e) { e.PatchBoth(22, size + 1); });
         add("shorter", Damage::Data, [size](OneEntry& e) { e.PatchBoth(22, size - 1); });
         add("empty", Damage::Data, [](OneEntry& e) { e.PatchBoth(22, 0); });
+        // Deflate data cut short by the sizes the headers give.
+        add("compressed size halved", Damage::Directory,
+            [](OneEntry& e) { e.PatchBoth(18, Get(e.m_bytes, 18, 4) / 2); });
         add("method", Damage::Data, [](OneEntry& e) { e.m_bytes[e.m_central + 10] = 12; });
         add("encrypted", Damage::Data, [](OneEntry& e) { e.m_bytes[e.m_central + 8] |= 1; });
         add("hollow", Damage::Directory,
