@@ -54,7 +54,7 @@ std::unique_ptr<MStlBase> LatticeMesh()
 struct Written
 {
     std::string xml;
-    std::vector<Beam> beams; // read back
+    std::string beams; // read back
 };
 
 Written WriteAndRead(MStlBase* stl, std::wstring const& beamNamespace)
@@ -69,16 +69,12 @@ Written WriteAndRead(MStlBase* stl, std::wstring const& beamNamespace)
         options.Graphs.BeamNamespace = beamNamespace;
         PackageWrite(&package, options).Write(file, nullptr);
     }
-    Written written;
-    written.xml = EntryText(file, "3D/3dmodel.model");
-    StlMeshModelFile model;
-    Package package(&model);
-    PackageRead reader(&package, PackageReadOptions());
-    EXPECT_TRUE(reader.Read(file, nullptr));
-    auto* const object = dynamic_cast<Object*>(model.GetReference(1));
-    if (object != nullptr)
+    Written written{EntryText(file, "3D/3dmodel.model"), ""};
+    MeshRead read(written.xml);
+    EXPECT_TRUE(read.ok) << read.Error();
+    if (read.Mesh(1) != nullptr)
     {
-        written.beams = Beams(*dynamic_cast<MeshStlBase&>(*object->m_mesh).GetStl(false), false);
+        written.beams = BeamText(read.Stl(1));
     }
     return written;
 }
@@ -122,12 +118,7 @@ TEST(BeamLatticeWrite, EachDialectAndNone)
         }
         if (c.fields.count("beams") != 0)
         {
-            std::ostringstream beams;
-            for (Beam const& beam : written.beams)
-            {
-                beams << (beams.tellp() == 0 ? "" : " ") << beam;
-            }
-            EXPECT_EQ(c.Get("beams"), beams.str());
+            EXPECT_EQ(c.Get("beams"), written.beams);
         }
     }
 }

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -62,6 +63,18 @@ inline std::vector<Beam> Beams(MStlBase const& stl, bool withDefault = true)
         beams.push_back(beam);
     }
     return beams;
+}
+
+// The beams of a mesh as the case files write them, caps without the
+// default, separated by spaces.
+inline std::string BeamText(MStlBase const& stl)
+{
+    std::ostringstream text;
+    for (Beam const& beam : Beams(stl, false))
+    {
+        text << (text.tellp() == 0 ? "" : " ") << beam;
+    }
+    return text.str();
 }
 
 // A model in millimetres (or the unit given) whose object 10 has the four
