@@ -1,10 +1,22 @@
 // An application outside the library's tree, built against the installed
 // package only: it exports a mesh with a colour per triangle and imports it
-// back, and imports a sample when one is given. The README's examples, built
-// beside it, show the plain export and the import of parts.
+// back, carries a slice stack of its own through the extension point (so
+// every base and helper an extension needs must be exported), and imports a
+// sample when one is given. The README's examples, built beside it, show the
+// plain export and the import of parts.
 #include "common/StringConversion.h"
 #include "format3mf/Exporter.h"
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/Importer.h"
+#include "format3mf/ModelFileStlBase.h"
+#include "format3mf/Package.h"
+#include "format3mf/PackageRead.h"
+#include "format3mf/PackageWrite.h"
+#include "format3mf/ReadAttribute.h"
+#include "format3mf/Resources.h"
+#include "format3mf/SliceStack.h"
+#include "format3mf/XMLHandlers.h"
+#include "format3mf/XMLPersistHelpers.h"
 #include "triangles/MStlBase.h"
 #include "triangles/MStlColorMaskTrianglePoints.h"
 
@@ -37,6 +49,81 @@ std::vector<std::unique_ptr<MStlBase>> Import(std::string const& path)
     importer.SetFileName(StringConversion::ConvertMultiByteStringToOndString(path));
     CHECK(importer.Operate(nullptr) == format3mf::import::Importer::Success);
     return parts;
+}
+
+using namespace Format_3MF;
+
+// The application's slice stack: a "zbottom" attribute, written with one
+// "slice" child that its reader passes over.
+struct SliceStack : ISliceStack
+{
+    struct Reader : ISAXReadHelper, XMLReadHandler, ISAXAttributeHandler
+    {
+        Reader(SliceStack* stack, PackageReadContext* context, ISAXReadHelper* parent)
+            : ISAXReadHelper(parent), XMLReadHandler(context), m_stack(stack)
+        {
+        }
+        void HandleAttributes(MSAXReader& reader) override
+        {
+            ReadAttribute(reader, L"zbottom", m_stack->m_bottom);
+        }
+        bool HandleTag(std::wstring const&, MSAXReader&) override { return true; }
+        SliceStack* m_stack;
+    };
+    struct Writer : ISAXWriteHelper, XMLWriteHandler
+    {
+        Writer(SliceStack const* stack, PackageWriteContext* context)
+            : XMLWriteHandler(context), m_stack(stack)
+        {
+        }
+        bool Write(MSAXWriter& writer) const override
+        {
+            writer.WriteAttribute(L"id", FormatID(m_stack->m_id));
+            writer.WriteAttribute(L"zbottom", FormatValueFileUnits(m_stack->m_bottom, 4));
+            MSAXTagWriterNS slice(writer, L"slice", m_stack->m_modelFile->GetPrefix(NamespaceSlice));
+            return true;
+        }
+        SliceStack const* m_stack;
+    };
+    explicit SliceStack(ModelFile* file) : ISliceStack(file) {}
+    ISAXReadHelper* _CreateSaxHandlerRead(PackageReadContext* context, ISAXReadHelper* parent) override
+    {
+        return new Reader(this, context, parent);
+    }
+    ISAXWriteHelper* _CreateSaxHandlerWrite(PackageWriteContext* context,
+                                            std::shared_ptr<OndSDK::Common::IProgressDelegate>) const override
+    {
+        return new Writer(this, context);
+    }
+    void _OnStartWriting(PackageWriteContext*) override { m_modelFile->AddNamespace(NamespaceSlice, L"s"); }
+    void _OnStopWriting(PackageWriteContext*) override {}
+    void _OnStartReading(PackageReadContext*) override {}
+    void _OnStopReading(PackageReadContext*) override {}
+    double m_bottom = 0.0;
+};
+
+class SlicedModelFile : public ModelFileStlBase
+{
+protected:
+    ISliceStack* _CreateSliceStack(PackageReadContext*) override { return new SliceStack(this); }
+};
+
+void SliceStackThroughTheExtensionPoint(std::wstring const& path)
+{
+    {
+        SlicedModelFile model;
+        auto* stack = new SliceStack(&model);
+        stack->m_bottom = 0.5;
+        model.AddSliceStack(stack, nullptr);
+        Package package(&model);
+        CHECK(PackageWrite(&package, PackageWriteOptions()).Write(path, nullptr));
+    }
+    SlicedModelFile model;
+    model.AddSupportedExtension(NamespaceSlice, true);
+    Package package(&model);
+    CHECK(PackageRead(&package, PackageReadOptions()).Read(path, nullptr));
+    auto const& stacks = model.GetResources().m_sliceStacks;
+    CHECK(stacks.size() == 1 && static_cast<SliceStack const&>(*stacks[0]).m_bottom == 0.5);
 }
 } // namespace
 
@@ -71,6 +158,8 @@ int main(int argc, char** argv)
     {
         CHECK(parts[0]->TriangleAt(triangle).GetColor().GetRGB() == 0x102030u * (triangle + 1));
     }
+    SliceStackThroughTheExtensionPoint(StringConversion::ConvertMultiByteStringToOndString(
+        (argc > 1 ? argv[1] : std::string(".")) + "/sliced.3mf"));
     if (argc > 2)
     {
         CHECK(!Import(argv[2]).empty());
