@@ -1,12 +1,11 @@
 // The importer from its caller's side: packages the tests build, each with
-// the status, meshes, colours and the message ImportFile gives; the options
-// of Importer on samples; a cancel in the middle of a mesh; and the memory
-// bound that a fuzzed file once passed.
+// the status, meshes, colours, textures and the message ImportFile gives;
+// merging into the caller's parts; a cancel in the middle of a mesh; and the
+// memory bound that a fuzzed file once passed.
 #include "import/ImportSupport.h"
 #include "support/BlankPng.h"
 #include "support/MeshDump.h"
 #include "support/PeakMemory.h"
-#include "support/Samples.h"
 #include "support/SlicerPackages.h"
 
 #include "format3mf/ImportFile.h"
@@ -20,7 +19,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <numeric>
 
 using format3mf::import::Importer;
 using Parts = std::vector<std::unique_ptr<MStlBase>>;
@@ -66,6 +64,11 @@ TEST(Importer, EachPackageGivesItsStatusMeshesAndMessage)
 {
     std::string const cube = slicer::BoxMesh(1, 1, 1);
     using Entries = std::vector<std::pair<std::string, std::string>>;
+    std::string const textured =
+        Model(R"(<m:texture2d id="5" path="/3D/Textures/t.png" contenttype="image/png"/>)"
+              R"(<m:texture2dgroup id="6" texid="5"><m:tex2coord u="0" v="0"/></m:texture2dgroup>)" +
+              Object(1, "", slicer::BoxMesh(1, 1, 1, R"(pid="6" p1="0")")));
+    Entries const png = {{"3D/Textures/t.png", BlankPng::Make(2, 2, false)}};
     struct Case
     {
         char const* name;
@@ -77,6 +80,7 @@ TEST(Importer, EachPackageGivesItsStatusMeshesAndMessage)
         std::string message;
         Entries entries = {};
         bool asOnePart = false;
+        bool textures = true;
     };
     Case const cases[] = {
         {"unsupported extension",
@@ -94,12 +98,12 @@ TEST(Importer, EachPackageGivesItsStatusMeshesAndMessage)
          "namespace belongs; read as " +
              slicer::kCore + " (in /3D/3dmodel.model)"},
         {"texture that is no image",
-         Model(R"(<m:texture2d id="5" path="/3D/Textures/bad.png" contenttype="image/png"/>)"
-               R"(<m:texture2dgroup id="6" texid="5"><m:tex2coord u="0" v="0"/></m:texture2dgroup>)" +
-               Object(1, "", slicer::BoxMesh(1, 1, 1, R"(pid="6" p1="0")"))),
-         "1 meshes, 0 coloured",
-         "The texture /3D/Textures/bad.png is no PNG or JPEG image",
-         {{"3D/Textures/bad.png", "not an image"}}},
+         textured,
+         "1 meshes, 0 coloured, 1 textures, 0 decoded",
+         "The texture /3D/Textures/t.png is no PNG or JPEG image",
+         {{"3D/Textures/t.png", "not an image"}}},
+        {"texture", textured, "1 meshes, 0 coloured, 1 textures, 1 decoded", "", png},
+        {"textures left out", textured, "1 meshes, 0 coloured", "", png, false, false},
         {"related part cut short",
          Model(Object(1) + R"(<object id="2"><components><component p:path="/3D/Objects/o.model" )"
                            R"(objectid="1"/></components></object>)",
@@ -152,20 +156,31 @@ TEST(Importer, EachPackageGivesItsStatusMeshesAndMessage)
         }
         format3mf::import::ImportSettings settings;
         settings.asOnePart = c.asOnePart;
+        settings.textures = c.textures;
         format3mf::import::ImportResult const result = format3mf::import::ImportFile(file, settings);
         bool const ok = result.status == Importer::Success;
         std::size_t coloured = 0;
+        std::size_t textures = 0;
+        std::size_t decoded = 0;
         for (auto const& mesh : result.meshes)
         {
             for (long long colour : ColoursOf(*mesh))
             {
                 coloured += colour >= 0 ? 1 : 0;
             }
+            for (MStlTexture const* texture : mesh->GetTextures())
+            {
+                ++textures;
+                decoded += texture->GetSharedBitmap() != nullptr && !texture->GetSharedBitmap()->IsEmpty();
+            }
         }
         // A failed read is ReadFailed, has no meshes and says why.
         EXPECT_EQ(c.outcome,
                   ok ? std::to_string(result.meshes.size()) + " meshes, " + std::to_string(coloured) +
-                           " coloured"
+                           " coloured" +
+                           (textures == 0 ? ""
+                                          : ", " + std::to_string(textures) + " textures, " +
+                                                std::to_string(decoded) + " decoded")
                   : result.status == Importer::ReadFailed && result.meshes.empty() && !result.errors.empty()
                       ? "failed"
                       : "failed badly")
@@ -177,46 +192,24 @@ TEST(Importer, EachPackageGivesItsStatusMeshesAndMessage)
     }
 }
 
-TEST(Importer, OnePartAppendsToTheLastPartAndTexturesCanBeLeftOut)
+// Merged as one part into parts the caller already has, the file goes into
+// the last of them.
+TEST(Importer, OnePartAppendsToTheLastPart)
 {
-    auto const logo = Samples("examples/material");
-    auto const gears = Samples("examples/core");
-    if (logo.empty() || gears.empty())
-    {
-        SKIP_OR_FAIL_MISSING("sample files beside the checkout (../shared/testdata)");
-    }
-    Parts many;
-    Importer importer;
-    importer.SetOutputParts(many);
-    importer.SetFileName((gears[0].parent_path() / "cube_gears.3mf").wstring());
-    ASSERT_EQ(Importer::Success, importer.Operate(nullptr));
-    ASSERT_GT(many.size(), 2u);
-    std::size_t const triangles =
-        std::accumulate(many.begin(), many.end(), std::size_t(0),
-                        [](std::size_t sum, auto const& part) { return sum + part->GetNumberOfTriangles(); });
-    // Two parts already there: the whole file goes into the second.
+    PackageScratch scratch;
+    std::wstring const file = scratch.File("two.3mf");
+    WriteModelPackage(file, Model(Object(1) + Object(2), R"(<item objectid="1"/><item objectid="2"/>)"));
     Parts two;
     two.push_back(std::make_unique<MStlBase>());
     two.push_back(std::make_unique<MStlBase>());
+    Importer importer;
     importer.SetOutputParts(two);
+    importer.SetFileName(file);
     importer.SetImportAsOnePart(true);
     ASSERT_EQ(Importer::Success, importer.Operate(nullptr));
     ASSERT_EQ(2u, two.size());
     EXPECT_EQ(0u, two[0]->GetNumberOfTriangles());
-    EXPECT_EQ(triangles, two[1]->GetNumberOfTriangles());
-
-    importer.SetImportAsOnePart(false);
-    importer.SetFileName((logo[0].parent_path() / "sphere_logo.3mf").wstring());
-    for (bool const textures : {true, false})
-    {
-        Parts textured;
-        importer.SetOutputParts(textured);
-        importer.SetImportTextures(textures);
-        ASSERT_EQ(Importer::Success, importer.Operate(nullptr));
-        ASSERT_EQ(1u, textured.size());
-        ASSERT_EQ(textures, !textured[0]->GetTextures().empty());
-        EXPECT_TRUE(!textures || textured[0]->GetTextures()[0]->GetSharedBitmap() != nullptr);
-    }
+    EXPECT_EQ(8u, two[1]->GetNumberOfTriangles());
 }
 
 TEST(Importer, CancellingMidMeshLeavesNoParts)

@@ -45,6 +45,7 @@ TEST(SlicerProjects, PartsReadOnceCyclesFailDanglingReferencesWarn)
     std::string const o1 = kObject1.substr(1);
     std::string const o2 = kObject2.substr(1);
     std::string const slices = "http://schemas.microsoft.com/3dmanufacturing/slice/2015/07";
+    std::string const box = MeshObject(1, BoxMesh(1, 1, 1));
     // Items and components with transforms, components in a related part
     // that name objects of the same and of the other related part (with and
     // without the leading slash), a part in inches, a component-only object
@@ -52,15 +53,15 @@ TEST(SlicerProjects, PartsReadOnceCyclesFailDanglingReferencesWarn)
     std::string const part1 = Part(MeshObject(1, BoxMesh(10, 20, 5)) + MeshObject(2, BoxMesh(3, 3, 3)) +
                                    Assembly(3, ComponentElement(1, "", "1 0 0 0 1 0 0 0 1 0 0 5") +
                                                    ComponentElement(1, o2, "0 1 0 -1 0 0 0 0 1 4 4 0")));
-    std::string const part2 = Part(MeshObject(1, BoxMesh(1, 1, 1)), "", "inch");
+    std::string const part2 = Part(box, "", "inch");
     using Parts = std::vector<std::pair<std::string, std::string>>;
     struct Case
     {
         char const* name;
         std::string root;
         Parts parts;
-        std::string error; // empty when the read succeeds
         std::size_t related;
+        std::string error = ""; // empty when the read succeeds
         std::string warnings = "";
     };
     std::vector<Case> const cases = {
@@ -72,50 +73,40 @@ TEST(SlicerProjects, PartsReadOnceCyclesFailDanglingReferencesWarn)
               Item(5, R"(transform="1 0 0 0 1 0 0 0 1 128 128 2.5" printable="1")") + Item(7) +
                   Item(2, "p:path=\"" + kObject1 + "\" transform=\"0 0 1 0 1 0 -1 0 0 50 0 0\"")),
          {{o1, part1}, {o2, part2}},
-         "",
          2},
         {"components across parts, root in centimetres",
          Part(Assembly(1, ComponentElement(2, kObject1) + ComponentElement(1, kObject2)),
               Item(1, R"(transform="1 0 0 0 1 0 0 0 1 0.5 0.25 0")"), "centimeter"),
          {{o1, part1}, {o2, part2}},
-         "",
          2},
-        {"item names its own part",
-         Part(MeshObject(1, BoxMesh(1, 1, 1)), Item(1, R"(p:path="/3D/3dmodel.model")")),
-         {},
-         "",
-         0},
+        {"item names its own part", Part(box, Item(1, R"(p:path="/3D/3dmodel.model")")), {}, 0},
         {"item names its own part without the slash",
-         Part(MeshObject(1, BoxMesh(1, 1, 1)), Item(1, R"(p:path="3D/3dmodel.model")")),
+         Part(box, Item(1, R"(p:path="3D/3dmodel.model")")),
          {},
-         "",
          0},
         {"component names its own part",
-         Part(MeshObject(1, BoxMesh(1, 1, 1)) + Assembly(2, ComponentElement(1, "/3D/3dmodel.model")),
-              Item(2)),
+         Part(box + Assembly(2, ComponentElement(1, "/3D/3dmodel.model")), Item(2)),
          {},
-         "",
          0},
         {"a related part names the root and itself",
          Part(Assembly(1, ComponentElement(1, kObject1)), Item(1)),
-         {{o1, Part(MeshObject(1, BoxMesh(1, 1, 1)) + Assembly(2, ComponentElement(1, kObject1)),
+         {{o1, Part(box + Assembly(2, ComponentElement(1, kObject1)),
                     Item(1, R"(p:path="/3D/3dmodel.model")") + Item(2, "p:path=\"" + kObject1 + "\""))}},
-         "",
          1},
         {"components cycle through two parts",
          Part(Assembly(1, ComponentElement(1, kObject1)), Item(1)),
          {{o1, Part(Assembly(1, ComponentElement(1, "/3D/3dmodel.model")))}},
+         1,
          "The components of object 1 of /3D/3dmodel.model form a cycle: object 1 of /3D/3dmodel.model > "
-         "object 1 of /3D/Objects/object_1.model > object 1 of /3D/3dmodel.model.",
-         1},
+         "object 1 of /3D/Objects/object_1.model > object 1 of /3D/3dmodel.model."},
         {"components cycle through two related parts",
          Part(Assembly(1, ComponentElement(2, kObject1)), Item(1)),
          {{o1, Part(Assembly(2, ComponentElement(3, kObject2)))},
           {o2, Part(Assembly(3, ComponentElement(2, kObject1)))}},
+         2,
          "The components of object 2 of /3D/Objects/object_1.model form a cycle: object 2 of "
          "/3D/Objects/object_1.model > object 3 of /3D/Objects/object_2.model > object 2 of "
-         "/3D/Objects/object_1.model.",
-         2},
+         "/3D/Objects/object_1.model."},
         {"slice paths name their own and the root part",
          "<model unit=\"millimeter\" xmlns=\"" + kCore + "\" xmlns:s=\"" + slices +
              "\"><resources><object id=\"1\" s:slicestackid=\"4\" s:slicepath=\"/3D/3dmodel.model\">"
@@ -124,16 +115,14 @@ TEST(SlicerProjects, PartsReadOnceCyclesFailDanglingReferencesWarn)
          {{o1, "<model unit=\"millimeter\" xmlns=\"" + kCore + "\" xmlns:s=\"" + slices +
                    "\"><resources><object id=\"1\" s:slicestackid=\"4\" s:slicepath=\"" + kObject1 + "\">" +
                    BoxMesh(1, 1, 1) + "</object></resources></model>"}},
-         "",
          1},
         {"dangling references",
-         Part(MeshObject(1, BoxMesh(1, 1, 1)) +
-                  Assembly(2, ComponentElement(1, kObject1) + ComponentElement(77, kObject1) +
-                                  ComponentElement(1, "/3D/Objects/missing.model")),
+         Part(box + Assembly(2, ComponentElement(1, kObject1) + ComponentElement(77, kObject1) +
+                                    ComponentElement(1, "/3D/Objects/missing.model")),
               Item(1) + Item(99) + Item(2) + Item(3, "p:path=\"" + kObject1 + "\"")),
          {{o1, Part(MeshObject(1, BoxMesh(2, 2, 2)))}},
-         "",
          2,
+         "",
          "A build item refers to object 99 of /3D/3dmodel.model, which does not exist; it is left out.\n"
          "A component of object 2 of /3D/3dmodel.model refers to object 77 of /3D/Objects/object_1.model, "
          "which does not exist; it is left out.\n"
