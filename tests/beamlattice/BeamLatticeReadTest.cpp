@@ -4,6 +4,7 @@
 // indices; the lattices read and what they give are data beside the test.
 #include "beamlattice/BeamTestSupport.h"
 #include "support/CaseFile.h"
+#include "support/SlicerPackages.h"
 
 #include "format3mf/BeamLattice.h"
 #include "format3mf/Importer.h"
@@ -87,12 +88,12 @@ TEST(BeamLatticeRead, ComponentsCantMultiplyBeamsBeyondTheLimit)
     std::string levels;
     for (int id = 2; id <= 6; ++id)
     {
-        levels += "<object id=\"" + std::to_string(id) + "\"><components>";
+        std::string components;
         for (int copy = 0; copy < 16; ++copy)
         {
-            levels += "<component objectid=\"" + std::to_string(id - 1) + "\"/>";
+            components += slicer::ComponentElement(id - 1);
         }
-        levels += "</components></object>";
+        levels += slicer::Assembly(id, components);
     }
     model.replace(model.find("</resources><build/>"), 20,
                   levels + R"(</resources><build><item objectid="6"/></build>)");
@@ -142,20 +143,6 @@ TEST(BeamLattice, ClipModeTextAndOwnership)
     EXPECT_EQ(stl, lattice.GetStl(true));
     EXPECT_FALSE(lattice.GetOwnStl());
     delete stl;
-}
-
-TEST(BeamLattice, CreateBeamLatticeAsksForGraphsUnlessForced)
-{
-    MeshRead read(LatticeModel(""));
-    ASSERT_TRUE(read.ok) << read.Error();
-    MeshStlBase& mesh = *read.Mesh();
-    EXPECT_EQ(nullptr, mesh.CreateBeamLattice(false));
-    auto const forced = mesh.CreateBeamLattice(true);
-    ASSERT_NE(nullptr, forced);
-    EXPECT_EQ(mesh.GetStl(false), forced->m_stl);
-    EXPECT_FALSE(forced->GetOwnStl()) << "the lattice uses the mesh's host mesh";
-    read.Stl().GetFeature().AddNewGraph();
-    EXPECT_NE(nullptr, mesh.CreateBeamLattice(false));
 }
 
 // Where a host calls the lattice's own start hook, it declares the beam

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 
 TEST(BeamLatticeSamples, BeamsMatchIndependentExpectations)
@@ -40,10 +41,9 @@ TEST(BeamLatticeSamples, BeamsMatchIndependentExpectations)
         EXPECT_GT(total, 100u) << "a sample of lattices has beams";
         std::vector<std::string> const want = SplitLines(expected.text);
         std::vector<std::string> const got = SplitLines(actual.str());
-        ASSERT_EQ(want.size(), got.size());
-        for (std::size_t i = 0; i < want.size(); ++i)
-        {
-            ASSERT_EQ(want[i], got[i]) << "beam line " << i;
-        }
+        auto const [w, g] = std::mismatch(want.begin(), want.end(), got.begin(), got.end());
+        EXPECT_TRUE(w == want.end() && g == got.end())
+            << "beam line " << w - want.begin() << ": " << (w == want.end() ? "none" : *w) << " expected, "
+            << (g == got.end() ? "none" : *g) << " read";
     }
 }
