@@ -1,15 +1,13 @@
 // Tests of how triangle properties of a read mesh become colours and textures,
 // and of bad references.
 #include "mesh/MeshReadSupport.h"
-
+#include "support/BlankPng.h"
 #include "support/CaseFile.h"
 
-#include "common/ImageBitmapIO.h"
+#include "format3mf/Image2D.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <sstream>
 
@@ -22,21 +20,6 @@ constexpr long long kNone = -1;
 constexpr long long kRed = 0x0000FF;
 constexpr long long kGreen = 0x00FF00;
 constexpr long long kBlue = 0xFF0000;
-
-// A 2 by 2 RGB image saved as PNG: the bytes of the entry and the bitmap.
-std::pair<std::string, OndSDK::Common::ImageBitmap> Png(PackageScratch const& scratch)
-{
-    OndSDK::Common::ImageBitmap bitmap;
-    bitmap.Create(2, 2, 3);
-    for (std::uint8_t i = 0; i < 12; ++i)
-    {
-        bitmap.GetData()[i] = static_cast<std::uint8_t>(20 * i);
-    }
-    std::wstring const path = scratch.File("texture.png");
-    EXPECT_TRUE(OndSDK::Common::SavePng(bitmap, path));
-    std::ifstream in(StringConversion::ConvertNativeToUTF8(path), std::ios::binary);
-    return {std::string(std::istreambuf_iterator<char>(in), {}), bitmap};
-}
 
 std::array<float, 6> Coordinates(MStlTexture const& texture, MStlTriangle const& triangle)
 {
@@ -91,8 +74,6 @@ TEST(MeshPropertiesRead, ColorsOfTrianglesAndMeshAndBadReferences)
 // part; a multi property of a colour and a texture gives both.
 TEST(MeshPropertiesRead, TextureCoordinatesLandInOneHostTexturePerGroup)
 {
-    PackageScratch images;
-    auto const [png, bitmap] = Png(images);
     MeshRead read(MeshModel(R"(<m:colorgroup id="1"><m:color color="#FF0000"/></m:colorgroup>
         <m:texture2d id="5" path="/3D/Textures/tex.png" contenttype="image/png"/>
         <m:texture2dgroup id="6" texid="5"><m:tex2coord u="0" v="0"/><m:tex2coord u="1" v="0"/>
@@ -103,7 +84,7 @@ TEST(MeshPropertiesRead, TextureCoordinatesLandInOneHostTexturePerGroup)
                             TriangleObject(R"(<triangle v1="0" v2="1" v3="2" pid="7" p1="0" p2="1" p3="2"/>
         <triangle v1="1" v2="3" v3="2" pid="6" p1="2" p2="1" p3="0"/>
         <triangle v1="0" v2="3" v3="2" pid="8" p1="0"/>)")),
-                  {}, {{"3D/Textures/tex.png", png}});
+                  {}, {{"3D/Textures/tex.png", BlankPng::Make(2, 2, true)}});
     ASSERT_TRUE(read.ok) << read.Error();
     MStlBase const& stl = read.Stl();
     EXPECT_EQ((std::vector<long long>{kRed, kNone, kNone}), ColoursOf(stl));
@@ -112,8 +93,11 @@ TEST(MeshPropertiesRead, TextureCoordinatesLandInOneHostTexturePerGroup)
     MStlTexture const& first = *stl.GetTextures()[0];
     MStlTexture const& second = *stl.GetTextures()[1];
     EXPECT_EQ(L"tex.png", first.GetName());
-    ASSERT_NE(nullptr, first.GetSharedBitmap());
-    EXPECT_EQ(bitmap, *first.GetSharedBitmap());
+    auto const* const image =
+        dynamic_cast<Image2D const*>(read.package.GetPackageFile(L"/3D/Textures/tex.png"));
+    ASSERT_NE(nullptr, image);
+    EXPECT_EQ(2u, image->m_bitmap->GetWidth());
+    EXPECT_EQ(image->m_bitmap, first.GetSharedBitmap());
     EXPECT_EQ(first.GetSharedBitmap(), second.GetSharedBitmap()) << "two groups on one image share it";
 
     EXPECT_EQ(2u, first.GetNumTriangles());

@@ -110,5 +110,12 @@ TEST(PlainContentReadBasics, ABigMeshBypassesTheParserAcrossReads)
         EXPECT_EQ(content, plain.bypassed) << "block size " << block;
     }
     EXPECT_EQ(20000u, expected.outcome.points.size());
+    // Cancelled once the reading passes the first kilobyte, inside the
+    // vertices, both ways stop there, not at the end of the mesh.
+    Outcome const cancelled = Read(xml, false, 64 * 1024, 999).outcome;
+    EXPECT_EQ("cancelled", cancelled.error);
+    EXPECT_GT(cancelled.points.size(), 0u);
+    EXPECT_LT(cancelled.points.size(), 20000u);
+    EXPECT_EQ(cancelled, Read(xml, true, 64 * 1024, 999).outcome);
     EXPECT_EQ(31u, Cases().size()) << "the documents of the differential test are all there";
 }
