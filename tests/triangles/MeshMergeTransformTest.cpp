@@ -24,6 +24,9 @@ TEST(MeshMerge, KeepsBothMeshesTexturesColoursAndEdges)
     target.GetTextureFactory(true)->AddTexture()->AddTriangle(&target.TriangleAt(1), MStlTextureCoordinates(),
                                                               true);
     target.GetFeature().AddNewGraph()->AddEdge(t[0], t[1]);
+    MStlBaseElementInfo& targetInfo =
+        MStlBaseElementInfoStlDependency::GetDependency(&target, true)->GetElementInfo();
+    targetInfo.SetDefaultEdgeDiameter(500);
 
     MStlBase source;
     std::vector<MStlPoint*> s = MakePyramid(source, 50000);
@@ -36,9 +39,12 @@ TEST(MeshMerge, KeepsBothMeshesTexturesColoursAndEdges)
     sourceTexture->AddTriangle(&source.TriangleAt(4), uv, true);
     MStlGraph* sourceGraph = source.GetFeature().AddNewGraph();
     sourceGraph->SetName(L"struts");
-    MStlBaseElementInfoStlDependency::GetDependency(&source, true)
-        ->GetElementInfo()
-        .SetEdgeThickness(sourceGraph->AddEdge(s[2], s[4])->GetData(), {40, 20});
+    MStlBaseElementInfo& sourceInfo =
+        MStlBaseElementInfoStlDependency::GetDependency(&source, true)->GetElementInfo();
+    sourceInfo.SetDefaultEdgeDiameter(80);
+    sourceInfo.SetDefaultEdgeCap(eStlGraphEdgeCap::Butt);
+    sourceInfo.SetEdgeThickness(sourceGraph->AddEdge(s[2], s[4])->GetData(), {40, 20});
+    sourceGraph->AddEdge(s[0], s[1]);
 
     EXPECT_EQ(EReturnCode::Ok, target.AddStl(source, false));
     // The appended triangles point at the appended points.
@@ -61,7 +67,11 @@ TEST(MeshMerge, KeepsBothMeshesTexturesColoursAndEdges)
 
     ASSERT_EQ(2u, target.GetFeature().GetNumGraphs(false));
     EXPECT_EQ(L"struts", target.GetFeature().GetGraph(1)->GetName());
-    EXPECT_EQ((std::vector<Beam>{{0, 1, -1, -1}, {7, 9, 40, 20}}), Beams(target, false));
+    // The newcomers keep the look of their own defaults, explicitly, since the
+    // target has defaults of its own.
+    EXPECT_EQ((std::vector<Beam>{{0, 1, -1, -1}, {7, 9, 40, 20, 3, 3}, {5, 6, 80, 80, 3, 3}}),
+              Beams(target, false));
+    EXPECT_EQ(500, targetInfo.GetDefaultEdgeDiameter());
     EXPECT_EQ(1u, sourceTexture->GetNumTriangles()) << "the source is untouched";
 
     // Geometry alone leaves the rest behind.
@@ -71,24 +81,6 @@ TEST(MeshMerge, KeepsBothMeshesTexturesColoursAndEdges)
     EXPECT_FALSE(bare.HasTriangleColors());
     EXPECT_TRUE(bare.GetTextures().empty());
     EXPECT_EQ(0u, bare.GetFeature().GetNumEdges());
-}
-
-TEST(MeshMerge, EdgesKeepTheLookOfTheirOwnDefaults)
-{
-    MStlBase target;
-    std::vector<MStlPoint*> t = MakePyramid(target);
-    MStlBaseElementInfo& targetInfo =
-        MStlBaseElementInfoStlDependency::GetDependency(&target, true)->GetElementInfo();
-    targetInfo.SetDefaultEdgeDiameter(500);
-    target.GetFeature().AddNewGraph()->AddEdge(t[0], t[1]);
-
-    MStlBase source;
-    std::vector<MStlPoint*> s = MakePyramid(source);
-    MStlBaseElementInfo& sourceInfo =
-        MStlBaseElementInfoStlDependency::GetDependency(&source, true)->GetElementInfo();
-    sourceInfo.SetDefaultEdgeDiameter(80);
-    sourceInfo.SetDefaultEdgeCap(eStlGraphEdgeCap::Butt);
-    source.GetFeature().AddNewGraph()->AddEdge(s[0], s[1]);
 
     // A mesh without edges of its own takes the defaults along.
     MStlBase empty;
@@ -97,12 +89,7 @@ TEST(MeshMerge, EdgesKeepTheLookOfTheirOwnDefaults)
         MStlBaseElementInfoStlDependency::GetDependency(&empty, false)->GetElementInfo();
     EXPECT_EQ(80, emptyInfo.GetDefaultEdgeDiameter());
     EXPECT_EQ(eStlGraphEdgeCap::Butt, emptyInfo.GetDefaultEdgeCap());
-    EXPECT_EQ((std::vector<Beam>{{0, 1, -1, -1}}), Beams(empty, false));
-
-    // One with its own defaults gives the newcomers theirs explicitly.
-    target.AddStl(source, false);
-    EXPECT_EQ(500, targetInfo.GetDefaultEdgeDiameter());
-    EXPECT_EQ((std::vector<Beam>{{0, 1, -1, -1}, {5, 6, 80, 80, 3, 3}}), Beams(target, false));
+    EXPECT_EQ(Beams(source, false), Beams(empty, false));
 }
 
 // AddStl with a transformation gives what a copy, a Transform and a plain

