@@ -50,7 +50,6 @@ TEST(BeamLatticeRead, AMillionBeamsOnThreeVertices)
 {
     constexpr int kBeams = 1000000;
     std::string lattice = R"(<v:beamlattice><v:beamgroup radius="0.5">)";
-    lattice.reserve(std::size_t(kBeams) * 28);
     for (int i = 0; i < kBeams; ++i)
     {
         lattice +=

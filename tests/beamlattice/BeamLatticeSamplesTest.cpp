@@ -5,12 +5,9 @@
 #include "support/Prerequisites.h"
 #include "support/Samples.h"
 
-#include "format3mf/Importer.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <sstream>
 
 TEST(BeamLatticeSamples, BeamsMatchIndependentExpectations)
 {
@@ -28,19 +25,17 @@ TEST(BeamLatticeSamples, BeamsMatchIndependentExpectations)
         ASSERT_EQ(0, expected.status) << expected.text;
         auto const meshes = ImportMeshes(file.string());
         std::ostringstream actual;
-        std::size_t total = 0;
         for (std::size_t i = 0; i < meshes.size(); ++i)
         {
             for (Beam const& beam : Beams(*meshes[i]))
             {
                 actual << file.string() << '\t' << i << '\t' << beam.v1 << '\t' << beam.v2 << '\t' << beam.d1
                        << '\t' << beam.d2 << '\t' << beam.cap1 << '\t' << beam.cap2 << '\n';
-                ++total;
             }
         }
-        EXPECT_GT(total, 100u) << "a sample of lattices has beams";
         std::vector<std::string> const want = SplitLines(expected.text);
         std::vector<std::string> const got = SplitLines(actual.str());
+        EXPECT_GT(got.size(), 100u) << "a sample of lattices has beams";
         auto const [w, g] = std::mismatch(want.begin(), want.end(), got.begin(), got.end());
         EXPECT_TRUE(w == want.end() && g == got.end())
             << "beam line " << w - want.begin() << ": " << (w == want.end() ? "none" : *w) << " expected, "

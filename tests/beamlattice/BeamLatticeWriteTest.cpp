@@ -9,9 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-#include <sstream>
-
 using namespace Format_3MF;
 
 namespace

@@ -5,14 +5,11 @@
 #include "mesh/MeshReadSupport.h"
 
 #include "format3mf/BeamLattice.h"
-#include "triangles/MStlBase.h"
 
 #include <cstdint>
 #include <ostream>
 #include <sstream>
-#include <string>
 #include <tuple>
-#include <vector>
 
 // One beam: the indices of its ends, its two diameters in internal units and
 // its two caps as numbers.

@@ -12,15 +12,13 @@
 #include "support/TestModelFile.h"
 
 #include "common/IncrementalProgressReporter.h"
+#include "common/StringConversion.h"
 #include "sax/SaxUtilities.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <map>
 #include <sstream>
-#include <string>
-#include <vector>
 
 using namespace Format_3MF;
 
@@ -43,11 +41,6 @@ struct ForwardingRoot : ISAXReadHelper
     MaterialsRead& m_materials;
     std::string& m_log;
 };
-
-std::string Narrow(std::wstring const& text)
-{
-    return std::string(text.begin(), text.end());
-}
 
 // A model with the namespaces given, its package, and the materials to fill.
 struct ResourcesRead
@@ -102,7 +95,8 @@ struct ResourcesRead
                {
                    for (BaseMaterial const& value : group.m_values)
                    {
-                       out << " " << Narrow(value.m_name) << "=" << std::hex << value.m_color << std::dec;
+                       out << " " << StringConversion::ConvertNativeToUTF8(value.m_name) << "=" << std::hex
+                           << value.m_color << std::dec;
                    }
                });
         Groups(out, "colors", materials.m_colorGroups,
@@ -146,13 +140,14 @@ struct ResourcesRead
             if (dynamic_cast<Image2D*>(file) != nullptr)
             {
                 images.push_back(file);
-                names += " " + Narrow(file->GetFileNameInPackage());
+                names += " " + StringConversion::ConvertNativeToUTF8(file->GetFileNameInPackage());
             }
         }
         Groups(out, "texture", materials.m_textures,
                [&](Texture2D const& texture)
                {
-                   out << " " << Narrow(texture.m_path) << " " << Narrow(texture.m_contentType) << " image "
+                   out << " " << StringConversion::ConvertNativeToUTF8(texture.m_path) << " "
+                       << StringConversion::ConvertNativeToUTF8(texture.m_contentType) << " image "
                        << std::find(images.begin(), images.end(), texture.m_image) - images.begin();
                });
         out << names;
@@ -212,7 +207,6 @@ TEST(MaterialsRead, CancellationStopsReadingWithStatusThreeAndProgressFollowsThe
         resources.context.m_progress = &progress;
         resources.Read(elements);
         EXPECT_GT(delegate->GetProgress(), 0.0);
-        EXPECT_EQ(0, resources.context.m_status);
 
         delegate->Cancel();
         EXPECT_THROW(resources.Read(elements), Canceled);

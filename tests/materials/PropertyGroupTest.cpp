@@ -5,14 +5,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
 #include <utility>
 
 using namespace Format_3MF;
 
 // Checked adds merge equal values; unchecked adds keep every value and stay
-// invisible to later checks.
+// invisible to later checks; values are looked up by index.
 TEST(PropertyGroup, CheckedAddsMergeEqualValuesUncheckedAddsKeepEvery)
 {
     ColorGroup group;
@@ -26,27 +25,11 @@ TEST(PropertyGroup, CheckedAddsMergeEqualValuesUncheckedAddsKeepEvery)
     EXPECT_EQ(4u, group.m_values.size());
     EXPECT_EQ(3, group.GetIndex(Color(7)));
     EXPECT_EQ(-1, group.GetIndex(Color(0x778899)));
-}
-
-TEST(PropertyGroup, GetValueOutOfRangeNamesIndexAndGroup)
-{
-    ColorGroup group;
-    group.m_id = 42;
-    group.AddValue(Color(5), false);
-    EXPECT_EQ(5u, group.GetValue(0).m_color);
-    for (int bad : {-1, 1, 1000})
-    {
-        try
-        {
-            group.GetValue(bad);
-            ADD_FAILURE() << "no exception for index " << bad;
-        }
-        catch (Exception const& e)
-        {
-            EXPECT_NE(std::wstring::npos, e.m_message.find(std::to_wstring(bad))) << e.what();
-            EXPECT_NE(std::wstring::npos, e.m_message.find(L"42")) << e.what();
-        }
-    }
+    // An index beyond the values throws; the message is checked where reading
+    // meets one, here the negative index that reading cannot give.
+    EXPECT_EQ(0x112233u, group.GetValue(2).m_color);
+    EXPECT_THROW(group.GetValue(-1), Exception);
+    EXPECT_THROW(group.GetValue(4), Exception);
 }
 
 // Checked adds merge equal values: base materials differ by name or colour,

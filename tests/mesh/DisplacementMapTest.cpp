@@ -5,11 +5,8 @@
 #include "support/BlankPng.h"
 
 #include "format3mf/PackageWrite.h"
-#include "format3mf/PropertyValues.h"
 
 #include <gtest/gtest.h>
-
-#include <sstream>
 
 using namespace Format_3MF;
 

@@ -3,7 +3,6 @@
 // the host mesh of a binding.
 #include "mesh/MeshReadSupport.h"
 #include "support/CaseFile.h"
-#include "support/MeshDump.h"
 
 #include <gtest/gtest.h>
 

@@ -4,22 +4,14 @@
 #include "support/BlankPng.h"
 #include "support/CaseFile.h"
 
-#include "format3mf/Image2D.h"
-
 #include <gtest/gtest.h>
 
-#include <map>
 #include <sstream>
 
 using namespace Format_3MF;
 
 namespace
 {
-constexpr long long kNone = -1;
-// Packed with red in the low byte.
-constexpr long long kRed = 0x0000FF;
-constexpr long long kGreen = 0x00FF00;
-constexpr long long kBlue = 0xFF0000;
 
 std::array<float, 6> Coordinates(MStlTexture const& texture, MStlTriangle const& triangle)
 {
@@ -35,9 +27,10 @@ TEST(MeshPropertiesRead, ColorsOfTrianglesAndMeshAndBadReferences)
 {
     auto const cases = ReadCaseFile(FORMAT3MF_SOURCE_DIR "/tests/mesh/mesh_properties_cases.txt");
     EXPECT_EQ(13u, cases.size());
-    std::map<std::string, long long> const colors = {{"red", kRed},   {"green", kGreen},
-                                                     {"blue", kBlue}, {"white", 0xFFFFFF},
-                                                     {"none", kNone}, {"default", MStlMaterial().GetRGB()}};
+    // Packed with red in the low byte.
+    std::map<std::string, long long> const colors = {
+        {"red", 0x0000FF},   {"green", 0x00FF00}, {"blue", 0xFF0000},
+        {"white", 0xFFFFFF}, {"none", -1},        {"default", MStlMaterial().GetRGB()}};
     for (CaseRecord const& c : cases)
     {
         SCOPED_TRACE(c.name);
@@ -87,14 +80,13 @@ TEST(MeshPropertiesRead, TextureCoordinatesLandInOneHostTexturePerGroup)
                   {}, {{"3D/Textures/tex.png", BlankPng::Make(2, 2, true)}});
     ASSERT_TRUE(read.ok) << read.Error();
     MStlBase const& stl = read.Stl();
-    EXPECT_EQ((std::vector<long long>{kRed, kNone, kNone}), ColoursOf(stl));
+    EXPECT_EQ((std::vector<long long>{0x0000FF, -1, -1}), ColoursOf(stl));
 
     ASSERT_EQ(2u, stl.GetTextures().size());
     MStlTexture const& first = *stl.GetTextures()[0];
     MStlTexture const& second = *stl.GetTextures()[1];
     EXPECT_EQ(L"tex.png", first.GetName());
-    auto const* const image =
-        dynamic_cast<Image2D const*>(read.package.GetPackageFile(L"/3D/Textures/tex.png"));
+    auto const* const image = read.Image(L"/3D/Textures/tex.png");
     ASSERT_NE(nullptr, image);
     EXPECT_EQ(2u, image->m_bitmap->GetWidth());
     EXPECT_EQ(image->m_bitmap, first.GetSharedBitmap());

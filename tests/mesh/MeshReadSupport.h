@@ -6,19 +6,13 @@
 #include "support/PackageTestSupport.h"
 #include "support/TestModelFile.h"
 
+#include "format3mf/Image2D.h"
 #include "format3mf/MeshStlBase.h"
 #include "format3mf/Object.h"
 #include "format3mf/Package.h"
 #include "format3mf/PackageRead.h"
 
 #include "common/StringConversion.h"
-#include "triangles/MStlBase.h"
-
-#include <array>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
 
 // A model file whose objects get host meshes, owned by their bindings.
 class StlMeshModelFile : public TestModelFile
@@ -78,10 +72,14 @@ struct MeshRead
 
     Format_3MF::MeshStlBase* Mesh(int objectId = 10) const
     {
-        auto* const object = dynamic_cast<Format_3MF::Object*>(model.GetReference(objectId));
+        auto* const object = ObjectOf(&model, objectId);
         return object == nullptr ? nullptr : dynamic_cast<Format_3MF::MeshStlBase*>(object->m_mesh.get());
     }
     MStlBase& Stl(int objectId = 10) const { return *Mesh(objectId)->GetStl(false); }
+    Format_3MF::Image2D const* Image(std::wstring const& name) const
+    {
+        return dynamic_cast<Format_3MF::Image2D const*>(package.GetPackageFile(name));
+    }
     std::string Error() const
     {
         auto const& errors = reader->GetContext().m_errors;

@@ -45,11 +45,6 @@ std::vector<Case> Cases()
     return cases;
 }
 
-void PrintTo(Case const& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 using PlainContentRead = testing::TestWithParam<Case>;
 
 std::size_t const kBlockSizes[] = {1, 2, 3, 7, 64 * 1024};

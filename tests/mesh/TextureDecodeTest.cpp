@@ -3,7 +3,6 @@
 #include "mesh/MeshReadSupport.h"
 #include "support/BlankPng.h"
 
-#include "format3mf/Image2D.h"
 #include "format3mf/PackageWrite.h"
 
 #include "triangles/MStlTexture.h"
@@ -34,11 +33,6 @@ std::string TexturedTriangle(int group)
 {
     return R"(<triangle v1="0" v2="1" v3="2" pid=")" + std::to_string(group) + R"(" p1="0" p2="1" p3="2"/>)";
 }
-
-Image2D const* ImageOf(MeshRead const& read, std::wstring const& name)
-{
-    return dynamic_cast<Image2D const*>(read.package.GetPackageFile(name));
-}
 } // namespace
 
 TEST(TextureDecode, OnlyImagesThatATriangleShowsAreDecoded)
@@ -60,29 +54,29 @@ TEST(TextureDecode, OnlyImagesThatATriangleShowsAreDecoded)
              Case{"the image part holds no image", TexturedTriangle(200), false, 0, "not an image"},
          })
     {
+        SCOPED_TRACE(c.what);
         PackageScratch const folder; // keeps the process's temporary folder for the count below
         Format_3MF::PackageReadOptions options;
         options.IsSkipTextures = c.skipTextures;
         auto read = std::make_unique<MeshRead>(
             MeshModel(Textures({"/3D/Textures/a.png"}) + TriangleObject(c.triangles)), options,
             std::vector<std::pair<std::string, std::string>>{{"3D/Textures/a.png", c.image}});
-        ASSERT_TRUE(read->ok) << c.what << ": " << read->Error();
-        EXPECT_EQ(c.pixels, read->reader->GetContext().m_decodedTexturePixels) << c.what;
-        Image2D const* const image = ImageOf(*read, L"/3D/Textures/a.png");
-        EXPECT_EQ(c.skipTextures, image == nullptr) << c.what;
+        ASSERT_TRUE(read->ok) << read->Error();
+        EXPECT_EQ(c.pixels, read->reader->GetContext().m_decodedTexturePixels);
+        Image2D const* const image = read->Image(L"/3D/Textures/a.png");
+        EXPECT_EQ(c.skipTextures, image == nullptr);
         if (image != nullptr)
         {
-            EXPECT_EQ(c.pixels == 0, image->m_bitmap->IsEmpty()) << c.what;
+            EXPECT_EQ(c.pixels == 0, image->m_bitmap->IsEmpty());
             auto const& textures = read->Stl().GetTextures();
             EXPECT_EQ(c.triangles.find("pid") == std::string::npos ? 0u : 1u,
-                      textures.empty() ? 0u : textures[0]->GetNumTriangles())
-                << c.what;
+                      textures.empty() ? 0u : textures[0]->GetNumTriangles());
         }
         // An image nothing decoded keeps its extracted file as long as the
         // part lives, and not beyond.
         std::size_t const whileRead = folder.Files().size();
         read.reset();
-        EXPECT_EQ(image != nullptr && c.pixels == 0 ? 1u : 0u, whileRead - folder.Files().size()) << c.what;
+        EXPECT_EQ(image != nullptr && c.pixels == 0 ? 1u : 0u, whileRead - folder.Files().size());
     }
 }
 
@@ -94,7 +88,6 @@ TEST(TextureDecode, TheTexturesOfAPackageShareOnePixelBudget)
     std::uint64_t const half = Image2D::kMaxPixelsPerPackage / 2;
     std::uint32_t const width = 8192;
     auto const height = static_cast<std::uint32_t>(half / width);
-    ASSERT_EQ(half, std::uint64_t(width) * height);
     std::string const large = BlankPng::Make(width, height, false);
     std::string const resources =
         Textures({"/3D/Textures/a.png", "/3D/Textures/b.png", "/3D/Textures/c.png", "/3D/Textures/a.png"}) +
@@ -108,9 +101,9 @@ TEST(TextureDecode, TheTexturesOfAPackageShareOnePixelBudget)
                    {"3D/Textures/c.png", BlankPng::Make(2, 1, false)}});
     ASSERT_TRUE(read.ok) << read.Error();
     EXPECT_EQ(Image2D::kMaxPixelsPerPackage, read.reader->GetContext().m_decodedTexturePixels);
-    EXPECT_EQ(width, ImageOf(read, L"/3D/Textures/a.png")->m_bitmap->GetWidth());
-    EXPECT_EQ(height, ImageOf(read, L"/3D/Textures/b.png")->m_bitmap->GetHeight());
-    EXPECT_TRUE(ImageOf(read, L"/3D/Textures/c.png")->m_bitmap->IsEmpty());
+    EXPECT_EQ(width, read.Image(L"/3D/Textures/a.png")->m_bitmap->GetWidth());
+    EXPECT_EQ(height, read.Image(L"/3D/Textures/b.png")->m_bitmap->GetHeight());
+    EXPECT_TRUE(read.Image(L"/3D/Textures/c.png")->m_bitmap->IsEmpty());
 
     std::vector<std::wstring> const& warnings = read.reader->GetContext().m_warnings;
     ASSERT_EQ(1u, warnings.size());

@@ -8,7 +8,6 @@
 #pragma once
 
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <string>
 #include <vector>
@@ -22,12 +21,8 @@ struct CaseRecord
     std::string Get(std::string const& key, std::string const& otherwise = "") const
     {
         auto const found = fields.find(key);
-        if (found == fields.end())
-        {
-            return otherwise;
-        }
-        std::string const& value = found->second;
-        return value.substr(0, value.find_last_not_of('\n') + 1);
+        return found == fields.end() ? otherwise
+                                     : found->second.substr(0, found->second.find_last_not_of('\n') + 1);
     }
 };
 

@@ -4,7 +4,6 @@
 #include "beamlattice/BeamTestSupport.h"
 
 #include "triangles/MDataMask.h"
-#include "triangles/MStlBase.h"
 #include "triangles/MStlColorMaskTrianglePoints.h"
 
 #include <gtest/gtest.h>
@@ -116,9 +115,6 @@ TEST(Graphs, EdgesThicknessAndCapsWithTheirDefaults)
     EXPECT_EQ(2u, feature.GetNumGraphs(false));
 
     MStlBaseElementInfo& info = MStlBaseElementInfoStlDependency::GetDependency(&stl, true)->GetElementInfo();
-    EXPECT_EQ(eStlGraphEdgeCap::NotSet, info.GetDefaultEdgeCap());
-    EXPECT_EQ(0, info.GetDefaultEdgeDiameter());
-    EXPECT_EQ(-1, info.GetEdgeThickness(e1).m_second);
     EXPECT_EQ(0, info.GetEdgeTolerance(e1, true));
     info.SetDefaultEdgeCap(eStlGraphEdgeCap::Sphere);
     info.SetEdgeCaps(e2, {eStlGraphEdgeCap::NotSet, eStlGraphEdgeCap::Butt});

@@ -3,15 +3,11 @@
 #include "MeshTestSupport.h"
 #include "beamlattice/BeamTestSupport.h"
 
-#include "triangles/MStlBase.h"
 #include "triangles/MStlTempTransformation.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <stdexcept>
-#include <string>
-#include <utility>
 
 TEST(MeshMerge, KeepsBothMeshesTexturesColoursAndEdges)
 {
