@@ -1,6 +1,6 @@
 // The importer from its caller's side: packages the tests build, each with
 // the status, meshes, colours, textures and the message ImportFile gives;
-// merging into the caller's parts; a cancel in the middle of a mesh; and the
+// a cancel in the middle of a mesh; merging into the caller's parts; and the
 // memory bound that a fuzzed file once passed.
 #include "import/ImportSupport.h"
 #include "support/BlankPng.h"
@@ -46,6 +46,18 @@ std::string Object(int id, std::string const& attributes = "", std::string const
     return "<object id=\"" + std::to_string(id) + "\" " + attributes + ">" + mesh + "</object>";
 }
 
+// Cancels a fifth of the way through, in the middle of a big mesh.
+struct Canceller : OndSDK::Common::IProgressDelegate
+{
+    void OnProgress(double fraction) override
+    {
+        if (fraction > 0.2)
+        {
+            Cancel();
+        }
+    }
+};
+
 std::string Joined(std::vector<std::wstring> const& messages)
 {
     std::wstring all;
@@ -59,7 +71,7 @@ std::string Joined(std::vector<std::wstring> const& messages)
 
 // Each lenient read warns and still gives its meshes; each failure, those
 // Operate lets through by design included, gives ReadFailed, no mesh and a
-// message that says why.
+// message that says why; a cancel gives Canceled and no mesh.
 TEST(Importer, EachPackageGivesItsStatusMeshesAndMessage)
 {
     std::string const cube = slicer::BoxMesh(1, 1, 1);
@@ -69,6 +81,12 @@ TEST(Importer, EachPackageGivesItsStatusMeshesAndMessage)
               R"(<m:texture2dgroup id="6" texid="5"><m:tex2coord u="0" v="0"/></m:texture2dgroup>)" +
               Object(1, "", slicer::BoxMesh(1, 1, 1, R"(pid="6" p1="0")")));
     Entries const png = {{"3D/Textures/t.png", BlankPng::Make(2, 2, false)}};
+    std::string vertices;
+    for (int i = 0; i < 200000; ++i)
+    {
+        vertices += "<vertex x=\"" + std::to_string(i) + "\" y=\"0\" z=\"0\"/>";
+    }
+    std::string const big = Model(Object(1, "", "<mesh><vertices>" + vertices + "</vertices></mesh>"));
     struct Case
     {
         char const* name;
@@ -81,6 +99,7 @@ TEST(Importer, EachPackageGivesItsStatusMeshesAndMessage)
         Entries entries = {};
         bool asOnePart = false;
         bool textures = true;
+        std::shared_ptr<OndSDK::Common::IProgressDelegate> progress = {};
     };
     Case const cases[] = {
         {"unsupported extension",
@@ -140,6 +159,7 @@ TEST(Importer, EachPackageGivesItsStatusMeshesAndMessage)
            R"(<Relationships><Relationship Id="r" Target="/3D/part" Type="t"/></Relationships>)"},
           {"3D/part", Model("", "")}}},
         {"missing file", "", "failed", ""},
+        {"cancelled mid-mesh", big, "cancelled", "", {}, false, true, std::make_shared<Canceller>()},
     };
     PackageScratch scratch;
     for (Case const& c : cases)
@@ -157,6 +177,7 @@ TEST(Importer, EachPackageGivesItsStatusMeshesAndMessage)
         format3mf::import::ImportSettings settings;
         settings.asOnePart = c.asOnePart;
         settings.textures = c.textures;
+        settings.progress = c.progress;
         format3mf::import::ImportResult const result = format3mf::import::ImportFile(file, settings);
         bool const ok = result.status == Importer::Success;
         std::size_t coloured = 0;
@@ -175,15 +196,16 @@ TEST(Importer, EachPackageGivesItsStatusMeshesAndMessage)
             }
         }
         // A failed read is ReadFailed, has no meshes and says why.
-        EXPECT_EQ(c.outcome,
-                  ok ? std::to_string(result.meshes.size()) + " meshes, " + std::to_string(coloured) +
-                           " coloured" +
-                           (textures == 0 ? ""
-                                          : ", " + std::to_string(textures) + " textures, " +
-                                                std::to_string(decoded) + " decoded")
-                  : result.status == Importer::ReadFailed && result.meshes.empty() && !result.errors.empty()
-                      ? "failed"
-                      : "failed badly")
+        EXPECT_EQ(c.outcome, ok ? std::to_string(result.meshes.size()) + " meshes, " +
+                                      std::to_string(coloured) + " coloured" +
+                                      (textures == 0 ? ""
+                                                     : ", " + std::to_string(textures) + " textures, " +
+                                                           std::to_string(decoded) + " decoded")
+                             : !result.meshes.empty()              ? "failed badly"
+                             : result.status == Importer::Canceled ? "cancelled"
+                             : result.status == Importer::ReadFailed && !result.errors.empty()
+                                 ? "failed"
+                                 : "failed badly")
             << Joined(result.errors);
         std::string const messages = Joined(ok ? result.warnings : result.errors);
         EXPECT_NE(std::string::npos, messages.find(c.message)) << messages;
@@ -210,34 +232,6 @@ TEST(Importer, OnePartAppendsToTheLastPart)
     ASSERT_EQ(2u, two.size());
     EXPECT_EQ(0u, two[0]->GetNumberOfTriangles());
     EXPECT_EQ(8u, two[1]->GetNumberOfTriangles());
-}
-
-TEST(Importer, CancellingMidMeshLeavesNoParts)
-{
-    struct Canceller : OndSDK::Common::IProgressDelegate
-    {
-        void OnProgress(double fraction) override
-        {
-            if (fraction > 0.2)
-            {
-                Cancel();
-            }
-        }
-    };
-    std::string big = "<mesh><vertices>";
-    for (int i = 0; i < 200000; ++i)
-    {
-        big += "<vertex x=\"" + std::to_string(i) + "\" y=\"0\" z=\"0\"/>";
-    }
-    PackageScratch scratch;
-    std::wstring const file = scratch.File("big.3mf");
-    WriteModelPackage(file, Model(Object(1, "", big + "</vertices></mesh>")));
-    Parts parts;
-    Importer importer;
-    importer.SetOutputParts(parts);
-    importer.SetFileName(file);
-    EXPECT_EQ(Importer::Canceled, importer.Operate(std::make_shared<Canceller>()));
-    EXPECT_TRUE(parts.empty());
 }
 
 // A small file that names huge textures: the import must stay within a

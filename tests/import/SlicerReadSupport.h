@@ -26,11 +26,6 @@ inline std::string Item(int id, std::string const& attributes = "")
     return "<item objectid=\"" + std::to_string(id) + "\" " + attributes + "/>";
 }
 
-inline std::string Utf8(std::wstring const& text)
-{
-    return StringConversion::ConvertNativeToUTF8(text);
-}
-
 // A read by the model file of plain meshes, as the importer does it, with
 // what the context says afterwards.
 struct StlRead
@@ -53,7 +48,7 @@ struct StlRead
     std::string Error() const
     {
         auto const& errors = reader.GetContext().m_errors;
-        return errors.empty() ? std::string() : Utf8(errors.front());
+        return errors.empty() ? std::string() : StringConversion::ConvertNativeToUTF8(errors.front());
     }
 
     std::string Warnings() const
@@ -61,7 +56,7 @@ struct StlRead
         std::string all;
         for (std::wstring const& warning : reader.GetContext().m_warnings)
         {
-            all += Utf8(warning) + "\n";
+            all += StringConversion::ConvertNativeToUTF8(warning) + "\n";
         }
         return all;
     }

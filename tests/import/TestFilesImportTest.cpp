@@ -37,8 +37,7 @@ std::pair<Imported, std::int64_t> Import(boost::filesystem::path const& file, bo
     format3mf::import::Importer importer;
     importer.SetOutputParts(meshes);
     importer.SetFileName(file.wstring());
-    Imported imported;
-    std::get<0>(imported) = static_cast<int>(importer.Operate(nullptr));
+    Imported imported{static_cast<int>(importer.Operate(nullptr)), {}, {}};
     std::int64_t const plainBytes = OndSAX::PlainContentBytesTaken() - taken;
     std::get<1>(imported) = importer.GetErrors();
     for (auto const& stl : meshes)
