@@ -51,17 +51,8 @@ inline std::string Part(std::string const& resources, std::string const& build =
 // A "component" that names object `id` of `part` (its own part when empty).
 inline std::string ComponentElement(int id, std::string const& part = "", std::string const& transform = "")
 {
-    std::string element = "<component";
-    if (!part.empty())
-    {
-        element += " p:path=\"" + part + "\"";
-    }
-    element += " objectid=\"" + std::to_string(id) + "\"";
-    if (!transform.empty())
-    {
-        element += " transform=\"" + transform + "\"";
-    }
-    return element + "/>";
+    return "<component" + (part.empty() ? "" : " p:path=\"" + part + "\"") + " objectid=\"" +
+           std::to_string(id) + "\"" + (transform.empty() ? "" : " transform=\"" + transform + "\"") + "/>";
 }
 
 // An object of components only.
