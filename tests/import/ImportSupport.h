@@ -39,6 +39,17 @@ inline std::string Quoted(std::string const& text)
     return "'" + text + "'";
 }
 
+// Messages as UTF-8, each on a line of its own.
+inline std::string Joined(std::vector<std::wstring> const& messages)
+{
+    std::wstring all;
+    for (std::wstring const& message : messages)
+    {
+        all += message + L"\n";
+    }
+    return StringConversion::ConvertNativeToUTF8(all);
+}
+
 inline std::vector<std::string> SplitLines(std::string const& text, char separator = '\n')
 {
     std::vector<std::string> lines;

@@ -57,16 +57,6 @@ struct Canceller : OndSDK::Common::IProgressDelegate
         }
     }
 };
-
-std::string Joined(std::vector<std::wstring> const& messages)
-{
-    std::wstring all;
-    for (std::wstring const& message : messages)
-    {
-        all += message + L"\n";
-    }
-    return StringConversion::ConvertNativeToUTF8(all);
-}
 } // namespace
 
 // Each lenient read warns and still gives its meshes; each failure, those

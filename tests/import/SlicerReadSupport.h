@@ -2,6 +2,7 @@
 // context says afterwards, and the XML of objects and items.
 #pragma once
 
+#include "import/ImportSupport.h"
 #include "support/SlicerPackages.h"
 
 #include "format3mf/ModelFileStlBase.h"
@@ -51,15 +52,7 @@ struct StlRead
         return errors.empty() ? std::string() : StringConversion::ConvertNativeToUTF8(errors.front());
     }
 
-    std::string Warnings() const
-    {
-        std::string all;
-        for (std::wstring const& warning : reader.GetContext().m_warnings)
-        {
-            all += StringConversion::ConvertNativeToUTF8(warning) + "\n";
-        }
-        return all;
-    }
+    std::string Warnings() const { return Joined(reader.GetContext().m_warnings); }
 
     // Model files of the package with that part name (without the leading
     // slash): one for a part read once.
