@@ -99,13 +99,13 @@ inline std::unique_ptr<MStlBase> MakeSquare(std::int32_t size = 10000, bool unus
 }
 
 // A bitmap of one colour, so that two of them differ by that colour.
-inline std::shared_ptr<OndSDK::Common::ImageBitmap> MakeBitmap(std::uint8_t red, std::uint32_t width = 4)
+inline std::shared_ptr<OndSDK::Common::ImageBitmap> MakeBitmap(std::uint8_t red)
 {
     auto bitmap = std::make_shared<OndSDK::Common::ImageBitmap>();
-    bitmap->Create(width, 2, 3);
+    bitmap->Create(4, 2, 3);
     for (std::uint32_t y = 0; y < 2; ++y)
     {
-        for (std::uint32_t x = 0; x < width; ++x)
+        for (std::uint32_t x = 0; x < 4; ++x)
         {
             bitmap->GetRow(y)[3 * x] = red;
             bitmap->GetRow(y)[3 * x + 1] = static_cast<std::uint8_t>(x * 40);
@@ -115,9 +115,9 @@ inline std::shared_ptr<OndSDK::Common::ImageBitmap> MakeBitmap(std::uint8_t red,
 }
 
 // Puts triangles of the mesh on a new texture of that name and bitmap.
-inline MStlTexture* AddTexture(MStlBase& mesh, std::wstring const& name,
-                               std::shared_ptr<OndSDK::Common::ImageBitmap> const& bitmap,
-                               std::vector<std::uint32_t> const& triangles, float offset = 0.0f)
+inline void AddTexture(MStlBase& mesh, std::wstring const& name,
+                       std::shared_ptr<OndSDK::Common::ImageBitmap> const& bitmap,
+                       std::vector<std::uint32_t> const& triangles, float offset = 0.0f)
 {
     MStlTexture* const texture = mesh.GetTextureFactory(true)->AddTexture();
     texture->SetName(name);
@@ -133,5 +133,4 @@ inline MStlTexture* AddTexture(MStlBase& mesh, std::wstring const& name,
         coordinates.m_v3 = 0.75f;
         texture->AddTriangle(&mesh.TriangleAt(index), coordinates, true);
     }
-    return texture;
 }
