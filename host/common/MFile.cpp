@@ -64,7 +64,7 @@ bool MFile::Open(wchar_t const* path, Mode mode)
     {
         return false;
     }
-    std::string const name = StringConversion::ConvertNativeToUTF8(path, std::wcslen(path));
+    std::string const name = StringConversion::ConvertNativeToFileName(std::wstring(path));
     int const flags = mode == Mode::Read ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC;
     do
     {

@@ -149,7 +149,7 @@ bool SavePng(ImageBitmap const& bitmap, std::wstring const& path)
     }
     // The simplified API sets its own error handling up and removes a
     // partly written file on failure.
-    bool const written = png_image_write_to_file(&image, StringConversion::ConvertNativeToUTF8(path).c_str(),
+    bool const written = png_image_write_to_file(&image, StringConversion::ConvertNativeToFileName(path).c_str(),
                                                  0, bitmap.GetData(), 0, nullptr) != 0;
     png_image_free(&image);
     return written;

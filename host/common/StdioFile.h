@@ -19,6 +19,6 @@ using StdioFile = std::unique_ptr<std::FILE, StdioFileCloser>;
 
 inline StdioFile OpenStdioFile(std::wstring const& path, char const* mode)
 {
-    return StdioFile(std::fopen(StringConversion::ConvertNativeToUTF8(path).c_str(), mode));
+    return StdioFile(std::fopen(StringConversion::ConvertNativeToFileName(path).c_str(), mode));
 }
 } // namespace OndSDK::Common

@@ -5,6 +5,8 @@
 namespace
 {
 constexpr char32_t kReplacement = 0xFFFD;
+// Bytes of file names that are not UTF-8 travel as U+DC80 to U+DCFF.
+constexpr char32_t kEscapeBase = 0xDC00;
 
 bool IsScalarValue(char32_t c)
 {
@@ -182,5 +184,42 @@ std::wstring ConvertUTF8ToNative(char const* text, std::uint64_t length)
 std::wstring ConvertMultiByteStringToOndString(std::string const& text)
 {
     return ConvertUTF8ToNative(text.data(), text.size());
+}
+
+std::wstring ConvertFileNameToNative(std::string const& name)
+{
+    std::wstring result;
+    result.reserve(name.size());
+    auto const* bytes = reinterpret_cast<unsigned char const*>(name.data());
+    std::uint64_t i = 0;
+    while (i < name.size())
+    {
+        std::uint64_t const start = i;
+        char32_t const c = DecodeUTF8(bytes, name.size(), i);
+        // A replacement that was not spelt in the name stands for one bad byte.
+        bool const spelt =
+            i - start == 3 && bytes[start] == 0xEF && bytes[start + 1] == 0xBF && bytes[start + 2] == 0xBD;
+        result.push_back(static_cast<wchar_t>(c == kReplacement && !spelt ? kEscapeBase + bytes[start] : c));
+    }
+    return result;
+}
+
+std::string ConvertNativeToFileName(std::wstring const& name)
+{
+    std::string result;
+    result.reserve(name.size());
+    for (wchar_t const c : name)
+    {
+        char32_t const code = static_cast<char32_t>(c);
+        if (code >= kEscapeBase + 0x80 && code <= kEscapeBase + 0xFF)
+        {
+            result.push_back(static_cast<char>(code - kEscapeBase));
+        }
+        else
+        {
+            AppendUTF8(result, code);
+        }
+    }
+    return result;
 }
 } // namespace StringConversion

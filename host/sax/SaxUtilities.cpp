@@ -46,7 +46,7 @@ bool WriteStream(std::ostream& stream, ISAXPersist const& root, WriteOptions con
 
 bool WriteFile(std::wstring const& path, ISAXPersist const& root, WriteOptions const& options)
 {
-    std::ofstream file(StringConversion::ConvertNativeToUTF8(path), std::ios::binary | std::ios::trunc);
+    std::ofstream file(StringConversion::ConvertNativeToFileName(path), std::ios::binary | std::ios::trunc);
     if (!file)
     {
         return false;

@@ -43,7 +43,7 @@ bool MZipArchive::OpenArchiveRead(wchar_t const* path)
         m_openError = L"No archive given";
         return false;
     }
-    std::string const narrow = StringConversion::ConvertNativeToUTF8(path);
+    std::string const narrow = StringConversion::ConvertNativeToFileName(path);
     int code = 0;
     zip_t* const archive = zip_open(narrow.c_str(), ZIP_RDONLY, &code);
     if (archive == nullptr)
@@ -153,7 +153,7 @@ bool MZipArchive::ExtractFile(char const* name, wchar_t const* target, char cons
         throw MZipArchiveError::MGeneric(L"Encrypted entries are not supported", Wide(name));
     }
     std::unique_ptr<FileIO::Zip::ZipEntryReader> entry = OpenEntry(name);
-    std::string const targetPath = StringConversion::ConvertNativeToUTF8(target);
+    std::string const targetPath = StringConversion::ConvertNativeToFileName(target);
     std::unique_ptr<std::FILE, FileCloser> file(std::fopen(targetPath.c_str(), "wb"));
     if (!file)
     {
@@ -211,7 +211,17 @@ bool MZipArchive::CloseArchive()
     if (m_writer)
     {
         closed = m_writer->Close();
+        m_writeError = m_writer->FailureCause();
         m_writer.reset();
     }
     return closed;
+}
+
+void MZipArchive::DiscardArchive() noexcept
+{
+    if (m_writer)
+    {
+        m_writer->Discard();
+        m_writer.reset();
+    }
 }

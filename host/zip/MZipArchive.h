@@ -77,6 +77,11 @@ public:
     // Finishes a written archive: libzip writes it only now. False if
     // anything written failed; the file is then removed, never left broken.
     bool CloseArchive();
+    // Why the last CloseArchive of a written archive gave false, as the
+    // system or libzip worded it.
+    std::string const& GetWriteError() const { return m_writeError; }
+    // Gives a written archive up: nothing more is written, the file goes.
+    void DiscardArchive() noexcept;
 
 private:
     friend class ReadBufferFromZip;
@@ -94,6 +99,7 @@ private:
 
     std::wstring m_path;
     std::wstring m_openError;
+    std::string m_writeError;
     zip* m_reader = nullptr;
     std::unordered_map<std::string, IndexedEntry> m_entries;
     bool m_entryOpen = false;

@@ -11,6 +11,8 @@
 
 #include "common/StringConversion.h"
 
+#include <cerrno>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -36,8 +38,12 @@ public:
               {
                   if (!m_spool.Append(data, size))
                   {
-                      throw MZipArchiveError::MGeneric(L"Failed to write to the temporary file of an entry",
-                                                       name);
+                      throw MZipArchiveError::MGeneric(
+                          L"Failed to write the entry (" +
+                              StringConversion::ConvertMultiByteStringToOndString(
+                                  std::error_code(errno, std::generic_category()).message()) +
+                              L")",
+                          name);
                   }
               },
               StringConversion::ConvertNativeToUTF8(name), kLevel)
@@ -46,8 +52,9 @@ public:
 
     ~SpoolDeflateBuffer() override
     {
-        // A failure here can reach no one but the result, which stays
-        // incomplete.
+        // A failure here, of whatever kind, can reach no one but the
+        // result, which stays incomplete; an exception leaving a destructor
+        // would end the program.
         try
         {
             m_deflater.Finish();
@@ -58,7 +65,7 @@ public:
                 m_result.m_complete = true;
             }
         }
-        catch (MZipArchiveError::MGeneric const&)
+        catch (...)
         {
         }
     }
@@ -80,7 +87,11 @@ PreparedEntry::PreparedEntry(std::string const& folder, std::wstring name)
 {
     if (!m_spool)
     {
-        throw MZipArchiveError::MGeneric(L"Failed to make a temporary file for an entry", m_name);
+        throw MZipArchiveError::MGeneric(L"Failed to make a temporary file for an entry (" +
+                                             StringConversion::ConvertMultiByteStringToOndString(
+                                                 std::error_code(errno, std::generic_category()).message()) +
+                                             L")",
+                                         m_name);
     }
     auto buffer = std::make_unique<SpoolDeflateBuffer>(*m_spool, m_name, m_result);
     if (std::thread::hardware_concurrency() < 2)

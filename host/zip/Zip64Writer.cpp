@@ -38,8 +38,18 @@ bool Zip64Writer::CloseArchive()
         return false;
     }
     bool const closed = m_writer->Close();
+    m_writeError = m_writer->FailureCause();
     m_writer.reset();
     return closed;
+}
+
+void Zip64Writer::DiscardArchive() noexcept
+{
+    if (m_writer)
+    {
+        m_writer->Discard();
+        m_writer.reset();
+    }
 }
 
 void Zip64Writer::AddPreparedEntry(char const* name, PreparedEntry& entry)

@@ -36,12 +36,17 @@ public:
     // Finishes the archive: libzip writes it only now. False if anything
     // written failed; the file is then removed, never left broken.
     bool CloseArchive();
+    // Why the last CloseArchive gave false, as the system or libzip worded it.
+    std::string const& GetWriteError() const { return m_writeError; }
+    // Gives the archive up: nothing more is written, the file goes.
+    void DiscardArchive() noexcept;
 
 private:
     friend class ::WriteBufferToZip64;
     ZipWriter& Writer();
 
     std::wstring m_path;
+    std::string m_writeError;
     std::unique_ptr<ZipWriter> m_writer;
 };
 } // namespace FileIO::Zip

@@ -30,8 +30,8 @@ struct SpooledEntry
 class ZipSpool
 {
 public:
-    // Makes the file in folder, where the archive goes, so that it takes room
-    // on the disk of the archive and not in memory. The file has no name: the
+    // Makes the file in folder, the folder of the file being written, so
+    // that it takes room on the disk of that file and not in memory. The file has no name: the
     // system removes it with the last handle, whatever happens to the process.
     // Null if it can't be made.
     static std::unique_ptr<ZipSpool> Create(std::string const& folder);

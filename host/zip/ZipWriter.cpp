@@ -16,7 +16,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <system_error>
 #include <vector>
 
 namespace FileIO::Zip
@@ -42,6 +44,12 @@ std::string NameInArchive(std::string name)
 std::wstring Wide(std::string const& utf8)
 {
     return StringConversion::ConvertMultiByteStringToOndString(utf8);
+}
+
+// What the system says of errno, as the user reads it.
+std::string SystemCause(int errorNumber)
+{
+    return std::error_code(errorNumber, std::generic_category()).message();
 }
 
 // zlib's levels on ISA-L's three.
@@ -72,7 +80,7 @@ struct FileCloser
 
 std::unique_ptr<ZipWriter> ZipWriter::Create(std::wstring const& path, bool zip64)
 {
-    std::string const narrow = StringConversion::ConvertNativeToUTF8(path);
+    std::string const narrow = StringConversion::ConvertNativeToFileName(path);
     zip_source_t* const sink = CreateArchiveSink(narrow);
     if (sink == nullptr)
     {
@@ -115,10 +123,14 @@ std::uint64_t ZipWriter::Zip32Need(std::uint64_t entryBytes) const
            kEndRecord;
 }
 
-void ZipWriter::Fail(wchar_t const* message)
+void ZipWriter::Fail(std::wstring const& message)
 {
     std::wstring const name = Wide(m_entryName);
     AbandonRawEntry();
+    if (m_failure.empty())
+    {
+        m_failure = StringConversion::ConvertNativeToUTF8(message + L": " + name);
+    }
     throw MZipArchiveError::MGeneric(message, name);
 }
 
@@ -143,7 +155,8 @@ void ZipWriter::BeginEntry(std::string const& name, bool stored)
     }
     if (m_damaged)
     {
-        throw MZipArchiveError::MGeneric(L"The archive was damaged by an earlier write failure", m_path);
+        throw MZipArchiveError::MGeneric(L"The archive was damaged by an earlier write failure",
+                                         Wide(m_failure));
     }
     std::string const inArchive = NameInArchive(name);
     if (zip_name_locate(m_archive, inArchive.c_str(), ZIP_FL_ENC_RAW) >= 0)
@@ -159,7 +172,8 @@ void ZipWriter::BeginEntry(std::string const& name, bool stored)
         m_spool = ZipSpool::Create(FolderOf(m_narrowPath));
         if (!m_spool)
         {
-            throw MZipArchiveError::MGeneric(L"Failed to make a temporary file beside the archive", m_path);
+            throw MZipArchiveError::MGeneric(L"Failed to make a temporary file beside the archive",
+                                             Wide(SystemCause(errno)));
         }
     }
     m_entryOpen = true;
@@ -182,7 +196,7 @@ void ZipWriter::WriteRaw(unsigned char const* data, std::size_t size)
     }
     if (!m_spool->Append(data, size))
     {
-        Fail(L"Failed to write to the temporary file of the archive");
+        Fail(L"Failed to write the archive (" + Wide(SystemCause(errno)) + L")");
     }
 }
 
@@ -268,7 +282,7 @@ bool ZipWriter::AddFile(std::wstring const& diskPath, std::string const& name, i
     {
         return false;
     }
-    std::string const narrowPath = StringConversion::ConvertNativeToUTF8(diskPath);
+    std::string const narrowPath = StringConversion::ConvertNativeToFileName(diskPath);
     std::unique_ptr<std::FILE, FileCloser> file(std::fopen(narrowPath.c_str(), "rb"));
     struct stat status
     {
@@ -350,17 +364,45 @@ bool ZipWriter::AddFileData(std::FILE* file, int level)
     return true;
 }
 
+void ZipWriter::Discard() noexcept
+{
+    if (m_archive != nullptr)
+    {
+        m_damaged = true;
+        if (m_failure.empty())
+        {
+            m_failure = "the write was abandoned";
+        }
+        Close();
+    }
+}
+
 bool ZipWriter::Close()
 {
     if (m_archive == nullptr)
     {
         return false;
     }
+    if (m_entryOpen && m_failure.empty())
+    {
+        m_failure = "an entry was still open: " + m_entryName;
+    }
     AbandonRawEntry();
-    bool written = !m_damaged && (!m_spool || m_spool->Flush());
+    bool written = !m_damaged;
+    if (written && m_spool && !m_spool->Flush())
+    {
+        written = false;
+        m_failure = SystemCause(errno);
+    }
     if (written && zip_close(m_archive) != 0)
     {
         written = false;
+        // Our sink and spool give libzip the system's errno of a failed
+        // write; libzip's own text names the step.
+        zip_error_t* const error = zip_get_error(m_archive);
+        int const system = zip_error_code_system(error);
+        m_failure = zip_error_system_type(error) == ZIP_ET_SYS && system != 0 ? SystemCause(system)
+                                                                              : zip_error_strerror(error);
     }
     if (!written)
     {

@@ -57,7 +57,14 @@ public:
     // The largest entry, compressed or not, that the archive can describe.
     std::uint64_t MaxEntrySize() const;
 
+    // Writes the archive; false if that or anything before it failed, the
+    // file then removed and FailureCause saying why.
     bool Close();
+    // Closes without writing and removes the file.
+    void Discard() noexcept;
+    // The first failure of the archive, as the system or libzip worded it;
+    // empty while nothing failed.
+    std::string const& FailureCause() const { return m_failure; }
 
 private:
     ZipWriter(zip* archive, std::wstring path, std::string narrowPath, bool zip64);
@@ -68,7 +75,7 @@ private:
                       std::uint64_t size, std::uint32_t crc, std::time_t modified);
     bool AddFileData(std::FILE* file, int level);
     std::uint64_t Zip32Need(std::uint64_t entryBytes) const;
-    [[noreturn]] void Fail(wchar_t const* message);
+    [[noreturn]] void Fail(std::wstring const& message);
 
     zip* m_archive;
     std::wstring m_path;
@@ -79,6 +86,7 @@ private:
     std::vector<std::unique_ptr<ZipSpool>> m_preparedSpools;
     std::uint64_t m_entries = 0;
     bool m_damaged = false;
+    std::string m_failure;
     // The entry being written.
     bool m_entryOpen = false;
     std::string m_entryName;

@@ -21,6 +21,12 @@ OND_EXPORT std::wstring ConvertUTF16ToNative(char16_t const* text, std::uint64_t
 // From the narrow strings of package paths, which are UTF-8 on this platform.
 OND_EXPORT std::wstring ConvertMultiByteStringToOndString(std::string const& text);
 OND_EXPORT std::wstring ConvertUTF8ToNative(char const* text, std::uint64_t length);
+// File names on Linux are bytes, not always UTF-8. These two carry every
+// byte of a name through a wide string and back: a byte that is not part of
+// valid UTF-8 becomes the lone surrogate U+DC80 + byte (as Python's
+// "surrogateescape" does), which a name read from text never holds.
+OND_EXPORT std::wstring ConvertFileNameToNative(std::string const& name);
+OND_EXPORT std::string ConvertNativeToFileName(std::wstring const& name);
 // Appends the UTF-8 form of one code point; used by code that builds text in place.
 OND_EXPORT void AppendUTF8(std::string& target, char32_t codePoint);
 } // namespace StringConversion

@@ -32,14 +32,15 @@ class OND_EXPORT Export
 public:
     enum ErrorStatus : std::int32_t
     {
-        // Written, whatever the package writer answered.
+        // Written: the file is whole and on the disk.
         Success = 0,
         // No mesh, or no file path; nothing was touched.
         InvalidInput = 1,
-        // The archive failed; a partly written file may remain.
+        // The file could not be written (GetErrorMessage says why); a file
+        // that was there before is as it was.
         ArchiveError = 2,
-        // Cancelled through the delegate; the target file is gone, also one
-        // that was there before.
+        // Cancelled through the delegate; a file that was there before is
+        // as it was, and no part of the new one is left.
         Canceled = 3,
     };
 
@@ -51,12 +52,14 @@ public:
     // May be empty.
     void SetProgressDelegate(std::shared_ptr<OndSDK::Common::IProgressDelegate> progress);
 
-    // Failures other than those above reach the caller as exceptions: file
-    // system errors when a cancelled file can't be removed, logic errors,
-    // and anything a delegate throws.
+    // Failures other than those above reach the caller as exceptions: logic
+    // errors, and anything a delegate throws. The target is then as it was
+    // too.
     ErrorStatus Operate();
 
-    // What the archive said when Operate gave ArchiveError; empty otherwise.
+    // When Operate gave ArchiveError, the target and the cause as the system
+    // gave it ("Could not write out.3mf: No space left on device"); empty
+    // otherwise.
     std::wstring const& GetErrorMessage() const { return m_errorMessage; }
     // What the last Operate dropped or changed to write a valid file (a
     // texture without pixels left out, a lattice radius supplied), in order.

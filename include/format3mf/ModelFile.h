@@ -130,6 +130,10 @@ public:
     // Makes the binary side part, "<this part>.bin", on a temporary file open
     // for writing, and registers it with the package.
     void EnsureBinary();
+    // The same for a write under way: the temporary file goes beside the
+    // write's target, on its disk, rather than among the library's
+    // temporary files (which may be in memory).
+    void EnsureBinary(PackageWriteContext* context);
     // Reading: the side part named by the model's "binary" attribute.
     ModelFileBinary* SetBinaryFileForReading(std::wstring const& name);
     void SetPrintTicket(std::shared_ptr<CustomFile> file);

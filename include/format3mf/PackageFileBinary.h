@@ -36,6 +36,8 @@ public:
     // (gone with its last handle, whatever happens). Throws
     // MZipArchiveError::MGeneric when it can't be made.
     void StartWriting();
+    // The same with the temporary file in folder ("" for the current one).
+    void StartWriting(std::string const& folder);
     bool IsOpenForWriting() const { return m_records != nullptr; }
     // Appends records; throws MZipArchiveError::MGeneric when they can't be
     // taken. Only between StartWriting and FinishWriting.

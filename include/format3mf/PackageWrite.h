@@ -20,7 +20,8 @@ class Zip64Writer;
 namespace OndSDK::Common
 {
 class IProgressDelegate;
-}
+class SafeFileWrite;
+} // namespace OndSDK::Common
 
 namespace Format_3MF
 {
@@ -28,9 +29,13 @@ class Package;
 
 // Turns a Package into a 3MF file: every part prepares itself, the archive
 // opens (zip64 by option alone), each part writes in the order of the list,
-// parts that exist as files are added, and the archive closes. Write has no
-// handlers: archive errors, logic errors and Canceled reach the caller, and
-// the destructor cleans up. The target of a failed write is the caller's.
+// parts that exist as files are added, and the archive closes.
+//
+// The archive is written into a temporary file beside the target, which
+// takes the target's place only when the archive is complete and on the
+// disk. Whatever ends a write early (a failure of the archive, a part that
+// can't be read or throws, a cancel) leaves the target with every byte it
+// had and no temporary file behind.
 class OND_EXPORT PackageWrite
 {
 public:
@@ -50,7 +55,10 @@ public:
     virtual ~PackageWrite();
 
     void AddThumbnail(std::unique_ptr<ThumbnailExternalFile> thumbnail);
-    // Returns true or throws.
+    // Returns true when the file is written. A failure throws
+    // MZipArchiveError::MGeneric, whose message names the target and whose
+    // detail gives the cause ("No space left on device"); a cancel throws
+    // Canceled; what a part throws passes through.
     bool Write(std::wstring const& fileName, std::shared_ptr<OndSDK::Common::IProgressDelegate> progress);
     // A new archive entry for the part; deleting the stream ends the entry.
     std::ostream* CreatePartOutputStream(PackageFile const& file);
@@ -60,6 +68,8 @@ public:
     void AddPreparedPart(PackageFile const& file, FileIO::Zip::PreparedEntry& entry);
 
     PackageWriteContext& GetContext() { return m_context; }
+    // The target of the write under way.
+    std::wstring const& GetFileName() const { return m_fileName; }
 
 protected:
     virtual void _OnStartWriting(PackageWriteContext* context);
@@ -74,6 +84,10 @@ private:
 
     void _CreateFiles(std::shared_ptr<OndSDK::Common::IProgressDelegate> progress);
     void _CloseArchive();
+    // Adds the parts that exist as files, closes the archive and puts the
+    // file in the target's place.
+    void _FinishArchive();
+    [[noreturn]] void _Fail(std::wstring const& cause);
 
     Package* m_package;
     PackageWriteContext m_context;
@@ -81,5 +95,6 @@ private:
     std::unique_ptr<MZipArchive> m_zipArchive;
     std::unique_ptr<FileIO::Zip::Zip64Writer> m_zip64Writer;
     std::vector<WriteFile> m_writeFiles;
+    std::unique_ptr<OndSDK::Common::SafeFileWrite> m_target;
 };
 } // namespace Format_3MF

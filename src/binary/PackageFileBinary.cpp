@@ -74,9 +74,13 @@ void PackageFileBinary::_OnRead(PackageReadContext*)
 
 void PackageFileBinary::StartWriting()
 {
-    // The spool goes into the folder of the library's temporary files.
-    std::string const folder = ToPath(NewTemporaryPath(GetFileNameInPackage())).parent_path().string();
-    m_records = std::make_unique<FileIO::Zip::PreparedEntry>(folder, GetFileNameInPackage());
+    StartWriting(ToPath(NewTemporaryPath(GetFileNameInPackage())).parent_path().string());
+}
+
+void PackageFileBinary::StartWriting(std::string const& folder)
+{
+    m_records =
+        std::make_unique<FileIO::Zip::PreparedEntry>(folder.empty() ? "." : folder, GetFileNameInPackage());
 }
 
 void PackageFileBinary::WriteRecords(void const* data, std::size_t size)

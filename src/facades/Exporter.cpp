@@ -6,13 +6,10 @@
 #include "format3mf/ModelFileStlBase.h"
 #include "format3mf/Package.h"
 #include "format3mf/PackageWrite.h"
-#include "foundation/PartNames.h"
 
 #include "triangles/MStlBase.h"
 #include "triangles/MStlTempTransformation.h"
 #include "zip/MZipArchiveError.h"
-
-#include <boost/filesystem/operations.hpp>
 
 namespace format3mf
 {
@@ -54,7 +51,8 @@ Export::ErrorStatus Export::Operate()
         Format_3MF::Package package(&model);
         Format_3MF::PackageWriteOptions const options;
         Format_3MF::PackageWrite writer(&package, options);
-        // Only an exception says the write failed.
+        // Only an exception says the write failed: the writer answers true
+        // or throws.
         writer.Write(m_filePath, m_progress);
         m_warnings = writer.GetContext().m_warnings;
     }
@@ -65,16 +63,8 @@ Export::ErrorStatus Export::Operate()
     }
     catch (Format_3MF::PackageWrite::Canceled const&)
     {
-        // A file that was there before goes as well: what is there now is
-        // not what it was.
-        boost::filesystem::path const path = Format_3MF::ToPath(m_filePath);
-        boost::system::error_code error;
-        boost::filesystem::file_status const status = boost::filesystem::status(path, error);
-        if (status.type() != boost::filesystem::status_error &&
-            status.type() != boost::filesystem::file_not_found)
-        {
-            boost::filesystem::remove(path);
-        }
+        // The writer never touched the target: a file that was there is
+        // still there, byte for byte.
         return Canceled;
     }
     return Success;

@@ -10,12 +10,12 @@ namespace Format_3MF
 {
 boost::filesystem::path ToPath(std::wstring const& name)
 {
-    return boost::filesystem::path(StringConversion::ConvertNativeToUTF8(name));
+    return boost::filesystem::path(StringConversion::ConvertNativeToFileName(name));
 }
 
 std::wstring FromPath(boost::filesystem::path const& path)
 {
-    return StringConversion::ConvertMultiByteStringToOndString(path.string());
+    return StringConversion::ConvertFileNameToNative(path.string());
 }
 
 std::wstring WithForwardSlashes(std::wstring name)

@@ -70,7 +70,7 @@ void MeshStlBase::AddContentForWriting(PackageWriteContext* context, MeshStlBase
     // a reader follows, and so comes after it in the list.
     if (context->IsBinary)
     {
-        m_object->m_modelFile->EnsureBinary();
+        m_object->m_modelFile->EnsureBinary(context);
     }
     if (m_stl == nullptr)
     {

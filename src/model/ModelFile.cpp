@@ -250,12 +250,24 @@ void ModelFile::_MakeDummyBuild()
 
 void ModelFile::EnsureBinary()
 {
+    EnsureBinary(nullptr);
+}
+
+void ModelFile::EnsureBinary(PackageWriteContext* context)
+{
     if (m_binary)
     {
         return;
     }
     m_binary = std::make_unique<ModelFileBinary>(GetFileNameInPackage() + ExtensionBinaryModelFile, this);
-    m_binary->StartWriting();
+    if (context != nullptr && context->m_packageWrite != nullptr)
+    {
+        m_binary->StartWriting(ToPath(context->m_packageWrite->GetFileName()).parent_path().string());
+    }
+    else
+    {
+        m_binary->StartWriting();
+    }
     if (m_package != nullptr)
     {
         m_package->AddPackageFile(m_binary.get(), true, this);

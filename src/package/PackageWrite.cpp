@@ -7,6 +7,7 @@
 #include "foundation/TemporaryFiles.h"
 
 #include "common/BranchingProgressReporter.h"
+#include "common/SafeFileWrite.h"
 #include "common/StringConversion.h"
 #include "zip/AsyncWriteBufferStream.h"
 #include "zip/MZipArchive.h"
@@ -17,7 +18,9 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include <cerrno>
 #include <stdexcept>
+#include <system_error>
 #include <thread>
 
 namespace Format_3MF
@@ -28,6 +31,24 @@ void RemoveIfExists(std::wstring const& path)
 {
     boost::system::error_code error;
     boost::filesystem::remove(ToPath(path), error);
+}
+
+// Why a file on disk can't be added, in the system's words.
+std::wstring DiskFileProblem(std::wstring const& path)
+{
+    boost::system::error_code error;
+    boost::filesystem::file_status const status = boost::filesystem::status(ToPath(path), error);
+    if (error)
+    {
+        return StringConversion::ConvertMultiByteStringToOndString(
+            std::error_code(error.value(), std::generic_category()).message());
+    }
+    if (status.type() == boost::filesystem::directory_file)
+    {
+        return StringConversion::ConvertMultiByteStringToOndString(
+            std::error_code(EISDIR, std::generic_category()).message());
+    }
+    return L"it could not be read whole";
 }
 } // namespace
 
@@ -65,52 +86,100 @@ bool PackageWrite::Write(std::wstring const& fileName,
     OndSDK::Common::BranchingProgressReporter reporter(progress, "Format_3MF::PackageWrite::Write", true);
     _OnStartWriting(&m_context);
 
+    try
+    {
+        m_target = std::make_unique<OndSDK::Common::SafeFileWrite>(
+            StringConversion::ConvertNativeToFileName(m_fileName));
+    }
+    catch (OndSDK::Common::FileWriteError const& error)
+    {
+        _Fail(StringConversion::ConvertMultiByteStringToOndString(error.Cause()));
+    }
+    std::wstring const temporary = StringConversion::ConvertFileNameToNative(m_target->TemporaryPath());
     if (m_context.Package.m_useZip64)
     {
         m_zip64Writer = std::make_unique<FileIO::Zip::Zip64Writer>();
-        if (!m_zip64Writer->OpenArchive(m_fileName.c_str()))
+        if (!m_zip64Writer->OpenArchive(temporary.c_str()))
         {
             m_zip64Writer.reset();
-            throw MZipArchiveError::MGeneric(L"Failed to open archive", m_fileName);
+            _Fail(L"Failed to open archive");
         }
     }
     else
     {
         m_zipArchive = std::make_unique<MZipArchive>(false);
-        if (!m_zipArchive->OpenArchiveWrite(m_fileName.c_str()))
+        if (!m_zipArchive->OpenArchiveWrite(temporary.c_str()))
         {
             m_zipArchive.reset();
-            throw MZipArchiveError::MGeneric(L"Failed to open archive", m_fileName);
+            _Fail(L"Failed to open archive");
         }
     }
 
-    _CreateFiles(reporter.CreateNestedDelegate(1.0));
-    if (reporter.IsCancelled())
+    // Whatever stops the parts, the archive is given up unwritten: a part
+    // cut short never reaches the target, and the target stays as it was.
+    try
+    {
+        _CreateFiles(reporter.CreateNestedDelegate(1.0));
+        if (reporter.IsCancelled())
+        {
+            throw Canceled();
+        }
+        _FinishArchive();
+    }
+    catch (...)
     {
         _CloseArchive();
-        RemoveIfExists(m_fileName);
-        throw Canceled();
+        throw;
     }
+    m_package->_OnStopWriting(&m_context);
+    return true;
+}
 
+void PackageWrite::_FinishArchive()
+{
     for (WriteFile const& record : m_writeFiles)
     {
         if (record.m_diskPath.empty())
         {
             continue;
         }
-        if (m_zipArchive)
+        bool const added =
+            m_zipArchive
+                ? m_zipArchive->AddFile(record.m_diskPath.c_str(), record.m_nameInArchive.c_str(), -1,
+                                        nullptr)
+                : m_zip64Writer->AddFile(
+                      record.m_diskPath.c_str(),
+                      StringConversion::ConvertNativeToUTF8(record.m_nameInArchive).c_str(), 6, nullptr);
+        if (!added)
         {
-            m_zipArchive->AddFile(record.m_diskPath.c_str(), record.m_nameInArchive.c_str(), -1, nullptr);
-        }
-        else
-        {
-            std::string const name = StringConversion::ConvertNativeToUTF8(record.m_nameInArchive);
-            m_zip64Writer->AddFile(record.m_diskPath.c_str(), name.c_str(), 6, nullptr);
+            // The relationships name the part already: an archive without
+            // it would be a broken package.
+            _Fail(L"the part /" + record.m_nameInArchive + L" could not be read from " + record.m_diskPath +
+                  L" (" + DiskFileProblem(record.m_diskPath) + L")");
         }
     }
-    _CloseArchive();
-    m_package->_OnStopWriting(&m_context);
-    return true;
+    bool const closed = m_zipArchive ? m_zipArchive->CloseArchive() : m_zip64Writer->CloseArchive();
+    std::string const cause = m_zipArchive ? m_zipArchive->GetWriteError() : m_zip64Writer->GetWriteError();
+    m_zipArchive.reset();
+    m_zip64Writer.reset();
+    if (!closed)
+    {
+        _Fail(StringConversion::ConvertUTF8ToNative(cause.data(), cause.size()));
+    }
+    try
+    {
+        m_target->Commit();
+    }
+    catch (OndSDK::Common::FileWriteError const& error)
+    {
+        _Fail(StringConversion::ConvertMultiByteStringToOndString(error.Cause()));
+    }
+    m_target.reset();
+}
+
+void PackageWrite::_Fail(std::wstring const& cause)
+{
+    throw MZipArchiveError::MGeneric(L"Could not write " + m_fileName, cause);
 }
 
 void PackageWrite::_CreateFiles(std::shared_ptr<OndSDK::Common::IProgressDelegate> progress)
@@ -214,16 +283,19 @@ void PackageWrite::_CloseArchive()
             RemoveIfExists(record.m_diskPath);
         }
     }
+    // An archive still open here was not finished: it is given up unwritten,
+    // and so is the file that was to take the target's place.
     if (m_zipArchive)
     {
-        m_zipArchive->CloseArchive();
+        m_zipArchive->DiscardArchive();
         m_zipArchive.reset();
     }
     if (m_zip64Writer)
     {
-        m_zip64Writer->CloseArchive();
+        m_zip64Writer->DiscardArchive();
         m_zip64Writer.reset();
     }
+    m_target.reset();
     m_writeFiles.clear();
 }
 } // namespace Format_3MF
