@@ -38,12 +38,8 @@ public:
               {
                   if (!m_spool.Append(data, size))
                   {
-                      throw MZipArchiveError::MGeneric(
-                          L"Failed to write the entry (" +
-                              StringConversion::ConvertMultiByteStringToOndString(
-                                  std::error_code(errno, std::generic_category()).message()) +
-                              L")",
-                          name);
+                      m_result.m_failure = std::error_code(errno, std::generic_category()).message();
+                      throw MZipArchiveError::MGeneric(L"Failed to write the entry", name);
                   }
               },
               StringConversion::ConvertNativeToUTF8(name), kLevel)
@@ -58,7 +54,12 @@ public:
         try
         {
             m_deflater.Finish();
-            if (m_spool.Flush())
+            bool const flushed = m_spool.Flush();
+            if (!flushed && m_result.m_failure.empty())
+            {
+                m_result.m_failure = std::error_code(errno, std::generic_category()).message();
+            }
+            if (flushed)
             {
                 m_result.m_compressedSize = m_spool.Size();
                 m_result.m_crc = m_deflater.GetCrc();
@@ -149,6 +150,13 @@ std::unique_ptr<ZipSpool> PreparedEntry::TakeSpool()
 
 void PreparedEntry::_Fail() const
 {
+    if (!m_result.m_failure.empty())
+    {
+        throw MZipArchiveError::MGeneric(
+            L"Failed to write an entry (" +
+                StringConversion::ConvertMultiByteStringToOndString(m_result.m_failure) + L")",
+            m_name);
+    }
     throw MZipArchiveError::MGeneric(L"Failed to compress an entry", m_name);
 }
 } // namespace FileIO::Zip

@@ -47,6 +47,8 @@ public:
         bool m_complete = false;
         std::uint64_t m_compressedSize = 0;
         std::uint32_t m_crc = 0;
+        // Why the spool could not take the data, as the system says it.
+        std::string m_failure;
     };
 
 private:

@@ -19,16 +19,44 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include <cerrno>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace Format_3MF
 {
 namespace
 {
-bool FileExists(std::wstring const& fileName)
+// Why the file can't be read as an archive, in the system's words ("No such
+// file or directory", "Is a directory", "Permission denied"); empty when it
+// can.
+std::wstring UnreadableFileCause(std::wstring const& fileName)
 {
-    boost::system::error_code error;
-    boost::filesystem::file_status const status = boost::filesystem::status(ToPath(fileName), error);
-    return status.type() != boost::filesystem::status_error &&
-           status.type() != boost::filesystem::file_not_found;
+    std::string const path = StringConversion::ConvertNativeToFileName(fileName);
+    int const descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    int error = descriptor < 0 ? errno : 0;
+    struct stat status = {};
+    if (descriptor >= 0)
+    {
+        if (::fstat(descriptor, &status) != 0)
+        {
+            error = errno;
+        }
+        else if (S_ISDIR(status.st_mode))
+        {
+            error = EISDIR;
+        }
+        ::close(descriptor);
+    }
+    if (error == 0)
+    {
+        return std::wstring();
+    }
+    return StringConversion::ConvertMultiByteStringToOndString(
+        std::error_code(error, std::generic_category()).message());
 }
 
 // The narrow name of a part in the archive, without its leading slash.
@@ -92,8 +120,10 @@ std::wstring PackageRead::_TemporaryPathFor(std::wstring const& nameInPackage) c
 bool PackageRead::Read(std::wstring const& fileName,
                        std::shared_ptr<OndSDK::Common::IProgressDelegate> progress)
 {
-    if (!FileExists(fileName))
+    std::wstring const unreadable = UnreadableFileCause(fileName);
+    if (!unreadable.empty())
     {
+        m_context.m_errors.push_back(L"Could not read " + fileName + L": " + unreadable);
         return false;
     }
     bool result = false;
@@ -108,10 +138,6 @@ bool PackageRead::Read(std::wstring const& fileName,
         m_context.m_package = m_package;
         m_context.m_packageRead = this;
         m_package->_OnStartReading(&m_context);
-        if (!FileExists(m_fileName))
-        {
-            throw Exception(L"File not found");
-        }
         m_archive = std::make_unique<MZipArchive>(false);
         if (!m_archive->OpenArchiveRead(m_fileName.c_str()))
         {

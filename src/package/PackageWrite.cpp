@@ -84,47 +84,58 @@ bool PackageWrite::Write(std::wstring const& fileName,
     m_context.m_packageWrite = this;
     m_fileName = fileName;
     OndSDK::Common::BranchingProgressReporter reporter(progress, "Format_3MF::PackageWrite::Write", true);
-    _OnStartWriting(&m_context);
-
-    try
-    {
-        m_target = std::make_unique<OndSDK::Common::SafeFileWrite>(
-            StringConversion::ConvertNativeToFileName(m_fileName));
-    }
-    catch (OndSDK::Common::FileWriteError const& error)
-    {
-        _Fail(StringConversion::ConvertMultiByteStringToOndString(error.Cause()));
-    }
-    std::wstring const temporary = StringConversion::ConvertFileNameToNative(m_target->TemporaryPath());
-    if (m_context.Package.m_useZip64)
-    {
-        m_zip64Writer = std::make_unique<FileIO::Zip::Zip64Writer>();
-        if (!m_zip64Writer->OpenArchive(temporary.c_str()))
-        {
-            m_zip64Writer.reset();
-            _Fail(L"Failed to open archive");
-        }
-    }
-    else
-    {
-        m_zipArchive = std::make_unique<MZipArchive>(false);
-        if (!m_zipArchive->OpenArchiveWrite(temporary.c_str()))
-        {
-            m_zipArchive.reset();
-            _Fail(L"Failed to open archive");
-        }
-    }
-
-    // Whatever stops the parts, the archive is given up unwritten: a part
+    // Whatever stops the write, the archive is given up unwritten: a part
     // cut short never reaches the target, and the target stays as it was.
     try
     {
+        _OnStartWriting(&m_context);
+        try
+        {
+            m_target = std::make_unique<OndSDK::Common::SafeFileWrite>(
+                StringConversion::ConvertNativeToFileName(m_fileName));
+        }
+        catch (OndSDK::Common::FileWriteError const& error)
+        {
+            _Fail(StringConversion::ConvertMultiByteStringToOndString(error.Cause()));
+        }
+        std::wstring const temporary = StringConversion::ConvertFileNameToNative(m_target->TemporaryPath());
+        if (m_context.Package.m_useZip64)
+        {
+            m_zip64Writer = std::make_unique<FileIO::Zip::Zip64Writer>();
+            if (!m_zip64Writer->OpenArchive(temporary.c_str()))
+            {
+                m_zip64Writer.reset();
+                _Fail(L"Failed to open archive");
+            }
+        }
+        else
+        {
+            m_zipArchive = std::make_unique<MZipArchive>(false);
+            if (!m_zipArchive->OpenArchiveWrite(temporary.c_str()))
+            {
+                m_zipArchive.reset();
+                _Fail(L"Failed to open archive");
+            }
+        }
         _CreateFiles(reporter.CreateNestedDelegate(1.0));
         if (reporter.IsCancelled())
         {
             throw Canceled();
         }
         _FinishArchive();
+    }
+    catch (MZipArchiveError::MGeneric const& error)
+    {
+        _CloseArchive();
+        // A failure inside a part (its entry, its spool) names the part; the
+        // caller also learns which file could not be written.
+        std::wstring const prefix = L"Could not write " + m_fileName;
+        if (error.GetMessage() == prefix)
+        {
+            throw;
+        }
+        _Fail(error.GetDetail().empty() ? error.GetMessage()
+                                        : error.GetMessage() + L": " + error.GetDetail());
     }
     catch (...)
     {

@@ -7,6 +7,7 @@
 #include "project/ProjectConfig.h"
 #include "project/ProjectParts.h"
 
+#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/MeshStlBase.h"
 #include "format3mf/Object.h"
 #include "format3mf/PackageRead.h"
@@ -20,9 +21,15 @@
 
 namespace Format_3MF
 {
-ModelFileStlBase::ModelFileStlBase() : ModelFile(L"", nullptr) {}
+ModelFileStlBase::ModelFileStlBase() : ModelFileStlBase(L"", nullptr) {}
 
-ModelFileStlBase::ModelFileStlBase(std::wstring const& name, ModelFile* parent) : ModelFile(name, parent) {}
+// The meshes of this model read their beam lattices in both dialects, so a
+// file that requires either is understood in full.
+ModelFileStlBase::ModelFileStlBase(std::wstring const& name, ModelFile* parent) : ModelFile(name, parent)
+{
+    AddSupportedExtension(NamespaceBeamLattice, true);
+    AddSupportedExtension(NamespaceBeamLatticeOndl, true);
+}
 
 ModelFileStlBase::~ModelFileStlBase() = default;
 

@@ -135,9 +135,19 @@ TEST(BeamLattice, ClipModeTextAndOwnership)
         EXPECT_EQ(stl, copy.GetStl(false));
         EXPECT_FALSE(copy.GetOwnStl());
         EXPECT_EQ(L"outside", copy.GetStringClipMode());
+        // An assignment takes every value, and shares the mesh as a copy does.
+        lattice.m_clippingMesh = tReferenceID(7);
+        lattice.m_minLength = 250;
         BeamLatticeStlBase assigned(nullptr, nullptr, nullptr);
         assigned = lattice;
+        EXPECT_EQ(stl, assigned.GetStl(false));
         EXPECT_FALSE(assigned.GetOwnStl());
+        EXPECT_EQ(L"outside", assigned.GetStringClipMode());
+        EXPECT_EQ(7, int(assigned.m_clippingMesh));
+        EXPECT_EQ(250, assigned.m_minLength);
+        BeamLatticeStlBase const& same = assigned;
+        assigned = same;
+        EXPECT_EQ(stl, assigned.GetStl(false)) << "assigned to itself";
     }
     EXPECT_EQ(stl, lattice.GetStl(true));
     EXPECT_FALSE(lattice.GetOwnStl());

@@ -18,6 +18,9 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <fstream>
+#include <iterator>
+#include <tuple>
 
 namespace
 {
@@ -28,6 +31,34 @@ std::string Records(std::initializer_list<T> values)
     std::string bytes(values.size() * 4, '\0');
     std::memcpy(&bytes[0], values.begin(), bytes.size());
     return bytes;
+}
+
+// Changes one bit of the CRC that the archive's headers, local and central,
+// give the entry.
+void FlipCrc(std::wstring const& path, std::string const& name)
+{
+    std::string const file = StringConversion::ConvertNativeToUTF8(path);
+    std::string bytes;
+    {
+        std::ifstream in(file, std::ios::binary);
+        bytes.assign(std::istreambuf_iterator<char>(in), {});
+    }
+    int flipped = 0;
+    for (auto const& [signature, crcAt, nameAt] :
+         {std::make_tuple(std::string("PK\3\4"), 14, 30), std::make_tuple(std::string("PK\1\2"), 16, 46)})
+    {
+        for (std::size_t at = bytes.find(signature); at != std::string::npos;
+             at = bytes.find(signature, at + 1))
+        {
+            if (bytes.compare(at + nameAt, name.size(), name) == 0)
+            {
+                bytes[at + crcAt] ^= 1;
+                ++flipped;
+            }
+        }
+    }
+    ASSERT_EQ(2, flipped) << "both headers of " << name;
+    std::ofstream(file, std::ios::binary | std::ios::trunc) << bytes;
 }
 
 // An object whose vertices and triangles are each one "bin" element with the
@@ -128,6 +159,8 @@ TEST(BinaryRead, WhatEachBlockReads)
         std::string binary = "/3D/3dmodel.model.bin";
         std::string unit = "millimeter";
         bool withPart = true;
+        // The CRC that the archive gives the part is off by one bit.
+        bool badCrc = false;
     };
     Case const cases[] = {
         {"int32_3, the triangles ending with the part", BinObject(10, vertices, triangles), read,
@@ -193,6 +226,10 @@ TEST(BinaryRead, WhatEachBlockReads)
          "status 0: A mesh keeps its data in a binary part, but the model names no binary part.", all, ""},
         {"binary part missing from the archive", BinObject(10, vertices, triangles),
          "status 2: File not found in archive: 3D/3dmodel.model.bin", all, bin, "millimeter", false},
+        // The blocks end long before the part: only a reader that goes on to
+        // its end sees the CRC.
+        {"a CRC that only the end of the part shows", BinObject(10, vertices, triangles),
+         "status 2: CRC error in an entry", all + std::string(300000, '\7'), bin, "millimeter", true, true},
     };
     for (Case const& c : cases)
     {
@@ -206,7 +243,14 @@ TEST(BinaryRead, WhatEachBlockReads)
         MeshRead const read(R"(<model unit=")" + c.unit +
                                 R"(" xmlns="http://schemas.microsoft.com/3dmanufacturing/core/2015/02")" +
                                 attribute + "><resources>" + c.resources + "</resources><build/></model>",
-                            {}, entries);
+                            {}, entries, {},
+                            [&](std::wstring const& file)
+                            {
+                                if (c.badCrc)
+                                {
+                                    FlipCrc(file, bin.substr(1));
+                                }
+                            });
         std::string const outcome = Outcome(read);
         if (c.outcome.rfind("status ", 0) == 0)
         {

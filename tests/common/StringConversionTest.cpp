@@ -43,3 +43,23 @@ TEST(StringConversion, RoundTripsAndMalformedInput)
     std::u16string const broken = {u'a', char16_t(0xD83D), u'b', char16_t(0xDE00), char16_t(0xD83D)};
     EXPECT_EQ(L"a\uFFFDb\uFFFD\uFFFD", ConvertUTF16ToNative(broken.data(), broken.size()));
 }
+
+// File names are bytes: every name comes back byte for byte, its valid UTF-8
+// as the characters it spells and only its other bytes escaped.
+TEST(StringConversion, FileNamesKeepEveryByte)
+{
+    std::pair<std::string, std::wstring> const cases[] = {
+        {"plain/caf\xC3\xA9.3mf", L"plain/caf\u00E9.3mf"},
+        {"latin1/caf\xE9.3mf", L"latin1/caf\xDCE9.3mf"},
+        {"cut\xE2\x82", L"cut\xDCE2\xDC82"},
+        {"spelt\xEF\xBF\xBD", L"spelt\uFFFD"},
+        {"\xFF\xFE", L"\xDCFF\xDCFE"},
+    };
+    for (auto const& [bytes, wide] : cases)
+    {
+        EXPECT_EQ(wide, ConvertFileNameToNative(bytes)) << bytes;
+        EXPECT_EQ(bytes, ConvertNativeToFileName(ConvertFileNameToNative(bytes))) << bytes;
+    }
+    // A lone surrogate outside the escapes is no byte: it stays replaced.
+    EXPECT_EQ("a\xEF\xBF\xBD", ConvertNativeToFileName(std::wstring{L'a', wchar_t(0xDC20)}));
+}

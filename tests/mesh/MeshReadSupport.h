@@ -14,6 +14,8 @@
 
 #include "common/StringConversion.h"
 
+#include <functional>
+
 // A model file whose objects get host meshes, owned by their bindings.
 class StlMeshModelFile : public TestModelFile
 {
@@ -62,11 +64,16 @@ struct MeshRead
 
     explicit MeshRead(std::string const& xml, Format_3MF::PackageReadOptions const& options = {},
                       std::vector<std::pair<std::string, std::string>> const& entries = {},
-                      std::shared_ptr<OndSDK::Common::IProgressDelegate> const& progress = {})
+                      std::shared_ptr<OndSDK::Common::IProgressDelegate> const& progress = {},
+                      std::function<void(std::wstring const&)> const& damage = {})
         : reader(std::make_unique<Format_3MF::PackageRead>(&package, options))
     {
         std::wstring const file = scratch.File("mesh.3mf");
         WriteModelPackage(file, xml, entries);
+        if (damage)
+        {
+            damage(file);
+        }
         ok = reader->Read(file, progress);
     }
 

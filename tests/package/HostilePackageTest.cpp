@@ -106,10 +106,19 @@ TEST(HostilePackage, FailuresGiveTheirStatusAndMessage)
                 << StringConversion::ConvertNativeToUTF8(errors[0]);
         }
     }
-    ReadBack<> missing(scratch.File("missing.3mf"));
-    EXPECT_FALSE(missing.ok);
-    EXPECT_EQ(0, missing.Context().m_status);
-    EXPECT_TRUE(missing.Context().m_errors.empty());
+    // A file that can't be opened says why, in the system's words.
+    for (auto const& [name, cause] : {std::make_pair("missing.3mf", ": No such file or directory"),
+                                      std::make_pair("", ": Is a directory")})
+    {
+        std::wstring const path = scratch.File(name);
+        ReadBack<> unreadable(*name ? path : path.substr(0, path.rfind(L'/')));
+        EXPECT_FALSE(unreadable.ok);
+        EXPECT_EQ(0, unreadable.Context().m_status);
+        EXPECT_EQ(std::vector<std::wstring>{L"Could not read " +
+                                            (*name ? path : path.substr(0, path.rfind(L'/'))) +
+                                            StringConversion::ConvertMultiByteStringToOndString(cause)},
+                  unreadable.Context().m_errors);
+    }
 }
 
 // One package of hostile relationships: a part named by 5000 of them is
