@@ -1,5 +1,6 @@
-// Meshes of the library as numpy arrays and back. Every array is allocated
-// once at its final size and filled in one pass over the mesh store.
+// Meshes of the library as numpy arrays. Every array is allocated once at
+// its final size, with the GIL, and filled in one pass over the mesh store
+// without it.
 #include "MeshArrays.h"
 
 #include "common/MInternalUnits.h"
@@ -12,8 +13,9 @@
 #include "triangles/MStlTexture.h"
 #include "triangles/MStlTriangle.h"
 
+#include <algorithm>
 #include <cmath>
-#include <limits>
+#include <vector>
 
 namespace py = pybind11;
 
@@ -29,24 +31,88 @@ void PutColor(std::uint8_t* rgba, std::uint32_t rgb)
     rgba[3] = 0xFF;
 }
 
-// Corner colours where all three are set, else the triangle's colour, else
-// the mesh's material; None when no triangle has a colour of its own.
-py::object Colors(MStlBase const& mesh)
+// Whether any triangle has a colour of its own: without, the mesh's colours
+// are None.
+bool HasColors(MStlBase const& mesh)
 {
-    MStlColorMaskTrianglePoints const* const corners = MStlColorMaskTrianglePoints::FirstOf(mesh);
-    bool coloured = corners != nullptr;
+    bool coloured = MStlColorMaskTrianglePoints::FirstOf(mesh) != nullptr;
     for (auto triangle = mesh.BeginTriangle(), end = mesh.EndTriangle(); !coloured && triangle != end;
          ++triangle)
     {
         coloured = triangle->GetColor().IsDefined();
     }
-    if (!coloured)
-    {
-        return py::none();
-    }
+    return coloured;
+}
+
+// Where the arrays of one mesh are: made with the GIL, filled without it
+// (nothing else sees them until they are returned). Null where the mesh has
+// no such data.
+struct Destination
+{
+    MStlBase const* mesh = nullptr;
+    double* vertices = nullptr;
+    std::uint32_t* triangles = nullptr;
+    std::uint8_t* colors = nullptr;
+    float* uvs = nullptr;
+    std::int32_t* textureIds = nullptr;
+    std::vector<std::uint8_t*> pixels; // one per texture
+    std::uint32_t* beamEnds = nullptr;
+    double* beamRadii = nullptr;
+};
+
+template <typename T>
+T* NewArray(py::object& field, std::vector<std::size_t> const& shape)
+{
+    py::array_t<T> array(shape);
+    T* const data = array.mutable_data();
+    field = std::move(array);
+    return data;
+}
+
+// Every array of the mesh at its final size, empty; with the GIL.
+Destination Allocate(MStlBase const& mesh, bool coloured, Mesh& result)
+{
+    Destination to;
+    to.mesh = &mesh;
     std::size_t const count = mesh.GetNumberOfTriangles();
-    py::array_t<std::uint8_t> colors({count, std::size_t(3), std::size_t(4)});
-    std::uint8_t* out = colors.mutable_data();
+    to.vertices = NewArray<double>(result.vertices, {mesh.GetNumberOfPoints(), 3});
+    to.triangles = NewArray<std::uint32_t>(result.triangles, {count, 3});
+    result.triangle_colors = result.uvs = result.texture_ids = result.textures = result.beams =
+        result.beam_radii = py::none();
+    if (coloured)
+    {
+        to.colors = NewArray<std::uint8_t>(result.triangle_colors, {count, 3, 4});
+    }
+    std::vector<MStlTexture*> const& textures = mesh.GetTextures();
+    if (!textures.empty())
+    {
+        to.uvs = NewArray<float>(result.uvs, {count, 3, 2});
+        to.textureIds = NewArray<std::int32_t>(result.texture_ids, {count});
+        py::list images;
+        for (MStlTexture const* texture : textures)
+        {
+            py::object image;
+            OndSDK::Common::ImageBitmap const& bitmap = texture->GetBitmap();
+            to.pixels.push_back(NewArray<std::uint8_t>(image, {bitmap.GetHeight(), bitmap.GetWidth(), 4}));
+            images.append(std::move(image));
+        }
+        result.textures = std::move(images);
+    }
+    std::size_t const beams = mesh.GetFeature().GetNumEdges();
+    if (beams != 0)
+    {
+        to.beamEnds = NewArray<std::uint32_t>(result.beams, {beams, 2});
+        to.beamRadii = NewArray<double>(result.beam_radii, {beams, 2});
+    }
+    result.name = StringConversion::ConvertNativeToUTF8(mesh.GetName());
+    return to;
+}
+
+// Corner colours where all three are set, else the triangle's colour, else
+// the mesh's material.
+void FillColors(MStlBase const& mesh, std::uint8_t* out)
+{
+    MStlColorMaskTrianglePoints const* const corners = MStlColorMaskTrianglePoints::FirstOf(mesh);
     std::uint32_t const material = mesh.GetMaterial().GetRGB();
     for (auto triangle = mesh.BeginTriangle(), end = mesh.EndTriangle(); triangle != end;
          ++triangle, out += 12)
@@ -61,41 +127,29 @@ py::object Colors(MStlBase const& mesh)
             PutColor(out + 4 * corner, rgb);
         }
     }
-    return std::move(colors);
 }
 
 // The image as RGBA rows, whatever its channels.
-py::array_t<std::uint8_t> Pixels(OndSDK::Common::ImageBitmap const& bitmap)
+void FillPixels(OndSDK::Common::ImageBitmap const& bitmap, std::uint8_t* out)
 {
-    std::size_t const width = bitmap.GetWidth();
-    std::size_t const height = bitmap.GetHeight();
+    std::size_t const pixels = std::size_t(bitmap.GetWidth()) * bitmap.GetHeight();
     std::size_t const channels = bitmap.GetChannels();
-    py::array_t<std::uint8_t> pixels({height, width, std::size_t(4)});
-    std::uint8_t* out = pixels.mutable_data();
     std::uint8_t const* in = bitmap.GetData();
-    for (std::size_t i = 0; i < width * height && channels != 0; ++i, in += channels, out += 4)
+    for (std::size_t i = 0; i < pixels && channels != 0; ++i, in += channels, out += 4)
     {
         out[0] = in[0];
         out[1] = channels >= 3 ? in[1] : in[0];
         out[2] = channels >= 3 ? in[2] : in[0];
         out[3] = channels == 4 ? in[3] : channels == 2 ? in[1] : 0xFF;
     }
-    return pixels;
 }
 
-void Textures(MStlBase const& mesh, Mesh& result)
+void FillTextures(MStlBase const& mesh, Destination const& to)
 {
     std::vector<MStlTexture*> const& textures = mesh.GetTextures();
-    if (textures.empty())
-    {
-        return;
-    }
     std::size_t const count = mesh.GetNumberOfTriangles();
-    py::array_t<float> uvs({count, std::size_t(3), std::size_t(2)});
-    py::array_t<std::int32_t> ids(count);
-    std::fill(uvs.mutable_data(), uvs.mutable_data() + count * 6, 0.0f);
-    std::fill(ids.mutable_data(), ids.mutable_data() + count, -1);
-    py::list images;
+    std::fill(to.uvs, to.uvs + count * 6, 0.0f);
+    std::fill(to.textureIds, to.textureIds + count, -1);
     for (std::size_t t = 0; t < textures.size(); ++t)
     {
         MStlTexture const& texture = *textures[t];
@@ -106,30 +160,18 @@ void Textures(MStlBase const& mesh, Mesh& result)
             texture.GetCoordinates(triangle, coordinates, true);
             float const values[6] = {coordinates.m_u1, coordinates.m_v1, coordinates.m_u2,
                                      coordinates.m_v2, coordinates.m_u3, coordinates.m_v3};
-            std::copy(values, values + 6, uvs.mutable_data() + 6 * std::size_t(index));
-            ids.mutable_data()[index] = static_cast<std::int32_t>(t);
+            std::copy(values, values + 6, to.uvs + 6 * std::size_t(index));
+            to.textureIds[index] = static_cast<std::int32_t>(t);
         }
-        images.append(Pixels(texture.GetBitmap()));
+        FillPixels(texture.GetBitmap(), to.pixels[t]);
     }
-    result.uvs = std::move(uvs);
-    result.texture_ids = std::move(ids);
-    result.textures = std::move(images);
 }
 
-void Beams(MStlBase const& mesh, Mesh& result)
+void FillBeams(MStlBase const& mesh, std::uint32_t* end, double* radius)
 {
-    std::size_t const count = mesh.GetFeature().GetNumEdges();
-    if (count == 0)
-    {
-        return;
-    }
     auto const* const dependency = MStlBaseElementInfoStlDependency::GetDependency(&mesh, false);
     MStlBaseElementInfo const* const info = dependency != nullptr ? &dependency->GetElementInfo() : nullptr;
     double const unit = OndSDK::Common::MInternalUnits::Get();
-    py::array_t<std::uint32_t> ends({count, std::size_t(2)});
-    py::array_t<double> radii({count, std::size_t(2)});
-    std::uint32_t* end = ends.mutable_data();
-    double* radius = radii.mutable_data();
     for (auto edge = MStlIteratorStlEdgeConst::Begin(&mesh), last = MStlIteratorStlEdgeConst::End(&mesh);
          edge != last; ++edge, end += 2, radius += 2)
     {
@@ -141,40 +183,65 @@ void Beams(MStlBase const& mesh, Mesh& result)
         radius[0] = thickness.m_first > 0 ? thickness.m_first / 2.0 / unit : std::nan("");
         radius[1] = thickness.m_second > 0 ? thickness.m_second / 2.0 / unit : std::nan("");
     }
-    result.beams = std::move(ends);
-    result.beam_radii = std::move(radii);
 }
-} // namespace
 
-Mesh ToPython(MStlBase const& mesh)
+// One pass over the mesh store into the arrays; without the GIL.
+void Fill(Destination const& to)
 {
-    Mesh result;
-    std::size_t const points = mesh.GetNumberOfPoints();
-    std::size_t const count = mesh.GetNumberOfTriangles();
-    py::array_t<double> vertices({points, std::size_t(3)});
-    py::array_t<std::uint32_t> triangles({count, std::size_t(3)});
+    MStlBase const& mesh = *to.mesh;
     double const unit = OndSDK::Common::MInternalUnits::Get();
-    double* v = vertices.mutable_data();
+    double* v = to.vertices;
     for (auto point = mesh.BeginPoint(), end = mesh.EndPoint(); point != end; ++point, v += 3)
     {
         v[0] = point->GetX() / unit;
         v[1] = point->GetY() / unit;
         v[2] = point->GetZ() / unit;
     }
-    std::uint32_t* t = triangles.mutable_data();
+    std::uint32_t* t = to.triangles;
     for (auto triangle = mesh.BeginTriangle(), end = mesh.EndTriangle(); triangle != end; ++triangle, t += 3)
     {
         t[0] = triangle->GetPointIndex(0);
         t[1] = triangle->GetPointIndex(1);
         t[2] = triangle->GetPointIndex(2);
     }
-    result.vertices = std::move(vertices);
-    result.triangles = std::move(triangles);
-    result.triangle_colors = Colors(mesh);
-    result.uvs = result.texture_ids = result.textures = result.beams = result.beam_radii = py::none();
-    Textures(mesh, result);
-    Beams(mesh, result);
-    result.name = StringConversion::ConvertNativeToUTF8(mesh.GetName());
+    if (to.colors != nullptr)
+    {
+        FillColors(mesh, to.colors);
+    }
+    if (to.uvs != nullptr)
+    {
+        FillTextures(mesh, to);
+    }
+    if (to.beamEnds != nullptr)
+    {
+        FillBeams(mesh, to.beamEnds, to.beamRadii);
+    }
+}
+} // namespace
+
+std::vector<Mesh> ToPython(std::vector<std::unique_ptr<MStlBase>> const& meshes)
+{
+    std::vector<char> coloured(meshes.size());
+    {
+        py::gil_scoped_release release;
+        for (std::size_t i = 0; i < meshes.size(); ++i)
+        {
+            coloured[i] = HasColors(*meshes[i]);
+        }
+    }
+    std::vector<Mesh> result(meshes.size());
+    std::vector<Destination> destinations;
+    for (std::size_t i = 0; i < meshes.size(); ++i)
+    {
+        destinations.push_back(Allocate(*meshes[i], coloured[i] != 0, result[i]));
+    }
+    {
+        py::gil_scoped_release release;
+        for (Destination const& to : destinations)
+        {
+            Fill(to);
+        }
+    }
     return result;
 }
 } // namespace ond3mf

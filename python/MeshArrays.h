@@ -29,8 +29,9 @@ struct Mesh
     std::string name;
 };
 
-// Takes the GIL's holder's time only for allocating the arrays.
-Mesh ToPython(MStlBase const& mesh);
+// The meshes as Python's; called with the GIL, which it holds only to make
+// the arrays and lets go while it looks at the meshes and fills the arrays.
+std::vector<Mesh> ToPython(std::vector<std::unique_ptr<MStlBase>> const& meshes);
 
 // The arrays of one mesh, checked: shapes, dtypes, finite coordinates within
 // the library's range, indices within the vertices. `label` names the mesh

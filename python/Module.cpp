@@ -16,12 +16,15 @@
 #include "triangles/MStlBase.h"
 #include "zip/MZipArchiveError.h"
 
-#include <boost/filesystem/operations.hpp>
-
 #include <pybind11/stl.h>
 
 #include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace py = pybind11;
 
@@ -89,14 +92,53 @@ private:
     double m_next = 0.0;
 };
 
-std::wstring PathOf(py::object const& path)
+// A path as the file system's bytes: os.fsencode takes str, bytes and
+// os.PathLike, and gives a name that is not UTF-8 as it is.
+std::string PathOf(py::object const& path)
 {
-    std::string const text = py::str(py::module_::import("os").attr("fspath")(path)).cast<std::string>();
-    return StringConversion::ConvertUTF8ToNative(text.data(), text.size());
+    std::string const name = py::module_::import("os").attr("fsencode")(path).cast<std::string>();
+    if (name.find('\0') != std::string::npos)
+    {
+        throw py::value_error("the path " + py::repr(path).cast<std::string>() +
+                              " has a NUL character, which no file name can hold");
+    }
+    return name;
+}
+
+// The path as Python gives it in OSError.filename: str or bytes, as passed.
+py::object FileNameOf(py::object const& path)
+{
+    return py::module_::import("os").attr("fspath")(path);
 }
 
 py::object g_error;
 py::object g_fileError;
+py::object g_warning;
+// Each subclass of OSError paired with the subclass of FileError that is it
+// too; FileError holds those.
+std::vector<std::pair<py::handle, py::handle>> g_fileErrorKinds;
+
+// For each subclass of OSError that Python gives an errno of a file, a
+// subclass of FileError that is that one too, so that `except
+// FileNotFoundError` takes ours. It is an attribute of FileError, where
+// pickle finds it by its name.
+void AddFileErrorKinds()
+{
+    for (PyObject* kind :
+         {PyExc_FileNotFoundError, PyExc_IsADirectoryError, PyExc_NotADirectoryError, PyExc_PermissionError})
+    {
+        py::handle const base(kind);
+        std::string const name = base.attr("__name__").cast<std::string>();
+        py::dict body;
+        body["__module__"] = "ond3mf";
+        body["__qualname__"] = "FileError." + name;
+        body["__doc__"] = "An ond3mf.FileError that is a " + name + ".";
+        py::object const type = py::reinterpret_borrow<py::object>(reinterpret_cast<PyObject*>(&PyType_Type))(
+            name, py::make_tuple(g_fileError, base), body);
+        g_fileError.attr(name.c_str()) = type;
+        g_fileErrorKinds.emplace_back(base, type);
+    }
+}
 
 [[noreturn]] void RaiseError(std::string const& message)
 {
@@ -104,10 +146,36 @@ py::object g_fileError;
     throw py::error_already_set();
 }
 
-[[noreturn]] void RaiseFileError(int code, std::string const& message, std::string const& path)
+// The FileError of a file that the system refused, with errno, strerror
+// and filename; of the OSError subclass that Python gives the errno.
+[[noreturn]] void RaiseFileError(int code, py::object const& filename)
 {
-    PyErr_SetObject(g_fileError.ptr(), py::make_tuple(code, message, path).ptr());
+    std::string const cause = std::generic_category().message(code);
+    py::handle const kind = py::type::handle_of(py::handle(PyExc_OSError)(code, cause));
+    py::handle type = g_fileError;
+    for (auto const& [base, ours] : g_fileErrorKinds)
+    {
+        if (base.is(kind))
+        {
+            type = ours;
+        }
+    }
+    PyErr_SetObject(type.ptr(), py::make_tuple(code, cause, filename).ptr());
     throw py::error_already_set();
+}
+
+// The errno of a cause of a failed write, 0 where it is none: the library
+// gives the system's causes in the words of std::generic_category.
+int ErrnoOf(std::string const& cause)
+{
+    for (int code = 1; code < 256; ++code)
+    {
+        if (std::generic_category().message(code) == cause)
+        {
+            return code;
+        }
+    }
+    return 0;
 }
 
 std::string Joined(std::vector<std::wstring> const& messages)
@@ -120,21 +188,28 @@ std::string Joined(std::vector<std::wstring> const& messages)
     return text;
 }
 
-// A file that can't be opened is an OSError, with its errno.
-void CheckReadable(std::wstring const& path)
+// A file that can't be opened for reading is an OSError with its errno; so
+// is a folder, which open() takes but no read can use.
+void CheckReadable(std::string const& name, py::object const& path)
 {
-    std::string const narrow = StringConversion::ConvertNativeToUTF8(path);
-    if (access(narrow.c_str(), R_OK) != 0)
+    int const descriptor = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    int code = descriptor < 0 ? errno : 0;
+    if (descriptor >= 0)
     {
-        int const code = errno;
-        RaiseFileError(code, std::strerror(code), narrow);
+        struct stat status = {};
+        code = ::fstat(descriptor, &status) != 0 ? errno : S_ISDIR(status.st_mode) ? EISDIR : 0;
+        ::close(descriptor);
+    }
+    if (code != 0)
+    {
+        RaiseFileError(code, FileNameOf(path));
     }
 }
 
 format3mf::import::ImportResult Import(py::object const& path, bool textures, bool asOne, py::object progress)
 {
-    std::wstring const file = PathOf(path);
-    CheckReadable(file);
+    std::string const name = PathOf(path);
+    CheckReadable(name, path);
     auto delegate = std::make_shared<PythonProgress>(std::move(progress));
     format3mf::import::ImportSettings settings;
     settings.textures = textures;
@@ -143,12 +218,13 @@ format3mf::import::ImportResult Import(py::object const& path, bool textures, bo
     format3mf::import::ImportResult result;
     {
         py::gil_scoped_release release;
-        result = format3mf::import::ImportFile(file, settings);
+        result = format3mf::import::ImportFile(StringConversion::ConvertFileNameToNative(name), settings);
     }
     delegate->RaiseIfFailed();
     for (std::wstring const& warning : result.warnings)
     {
-        if (PyErr_WarnEx(PyExc_UserWarning, StringConversion::ConvertNativeToUTF8(warning).c_str(), 2) != 0)
+        // A C++ function has no frame of its own: 1 is the caller's line.
+        if (PyErr_WarnEx(g_warning.ptr(), StringConversion::ConvertNativeToUTF8(warning).c_str(), 1) != 0)
         {
             throw py::error_already_set();
         }
@@ -166,15 +242,8 @@ format3mf::import::ImportResult Import(py::object const& path, bool textures, bo
 
 std::vector<ond3mf::Mesh> Read(py::object const& path, bool textures, bool asOne, py::object progress)
 {
-    format3mf::import::ImportResult const result = Import(path, textures, asOne, std::move(progress));
-    std::vector<ond3mf::Mesh> meshes;
-    for (auto const& mesh : result.meshes)
-    {
-        meshes.push_back(ond3mf::ToPython(*mesh));
-    }
-    return meshes;
+    return ond3mf::ToPython(Import(path, textures, asOne, std::move(progress)).meshes);
 }
-
 py::list Info(py::object const& path)
 {
     format3mf::import::ImportResult const result = Import(path, true, false, py::none());
@@ -197,51 +266,21 @@ py::list Info(py::object const& path)
     return meshes;
 }
 
-// Removes the file unless kept: whatever ends a write, no part of it stays.
-class Unfinished
-{
-public:
-    explicit Unfinished(std::string path) : m_path(std::move(path)) {}
-    ~Unfinished()
-    {
-        if (!m_path.empty())
-        {
-            boost::system::error_code ignored;
-            boost::filesystem::remove(m_path, ignored);
-        }
-    }
-    void KeepAs(std::string const& path)
-    {
-        boost::filesystem::rename(m_path, path);
-        m_path.clear();
-    }
-
-private:
-    std::string m_path;
-};
-
+// PackageWrite writes beside the target and renames over it when the file
+// is whole, so that a failure or a cancel leaves the target as it was.
 void Write(py::object const& path, py::iterable const& meshes, bool binary, bool zip64, py::object progress)
 {
-    std::string const target = StringConversion::ConvertNativeToUTF8(PathOf(path));
+    std::wstring const target = StringConversion::ConvertFileNameToNative(PathOf(path));
     std::vector<ond3mf::CheckedMesh> checked;
     for (py::handle mesh : meshes)
     {
         checked.push_back(ond3mf::CheckMesh(mesh, "mesh " + std::to_string(checked.size())));
     }
-    boost::filesystem::path const folder = boost::filesystem::path(target).parent_path();
-    boost::system::error_code error;
-    if (!folder.empty() && !boost::filesystem::is_directory(folder, error))
-    {
-        RaiseFileError(ENOENT, "No such folder", folder.string());
-    }
     auto delegate = std::make_shared<PythonProgress>(std::move(progress));
-    std::string failure;
+    std::string cause;
     bool cancelled = false;
     {
         py::gil_scoped_release release;
-        // Written beside the target and renamed when complete, so that a
-        // failure never leaves a partial file nor spoils one that was there.
-        Unfinished unfinished(target + ".part" + std::to_string(getpid()));
         try
         {
             std::vector<ond3mf::BuiltMesh> built;
@@ -256,17 +295,7 @@ void Write(py::object const& path, py::iterable const& meshes, bool binary, bool
             options.IsBinary = binary;
             options.Package.m_useZip64 = zip64;
             Format_3MF::PackageWrite writer(&package, options);
-            writer.Write(StringConversion::ConvertUTF8ToNative(target.data(), target.size()) + L".part" +
-                             std::to_wstring(getpid()),
-                         delegate);
-            if (delegate->IsCancelled())
-            {
-                cancelled = true;
-            }
-            else
-            {
-                unfinished.KeepAs(target);
-            }
+            writer.Write(target, delegate);
         }
         catch (Format_3MF::PackageWrite::Canceled const&)
         {
@@ -274,22 +303,26 @@ void Write(py::object const& path, py::iterable const& meshes, bool binary, bool
         }
         catch (MZipArchiveError::MGeneric const& archive)
         {
-            failure =
-                StringConversion::ConvertNativeToUTF8(archive.GetMessage() + L": " + archive.GetDetail());
+            cause = StringConversion::ConvertNativeToUTF8(archive.GetDetail());
         }
         catch (std::exception const& other)
         {
-            failure = other.what();
+            cause = other.what();
         }
     }
     delegate->RaiseIfFailed();
+    std::string const shown = StringConversion::ConvertNativeToUTF8(target);
     if (cancelled)
     {
-        RaiseError("writing " + target + " was cancelled; nothing was written");
+        RaiseError("writing " + shown + " was cancelled; the file is as it was");
     }
-    if (!failure.empty())
+    if (!cause.empty())
     {
-        RaiseError("could not write " + target + ": " + failure);
+        if (int const code = ErrnoOf(cause); code != 0)
+        {
+            RaiseFileError(code, FileNameOf(path));
+        }
+        RaiseError("Could not write " + shown + ": " + cause);
     }
 }
 } // namespace
@@ -299,13 +332,28 @@ PYBIND11_MODULE(ond3mf, module)
     module.doc() = "3MF files as numpy arrays: read, write and inspect them with OndSDK.AM.3mf.";
     module.attr("__version__") = format3mf::Version();
 
+    // numpy's C interface is looked up once, by the first array made: under
+    // the lock of a C++ static while that thread imports numpy, which lets
+    // the GIL go. A second thread that makes an array meanwhile would wait
+    // on the lock holding the GIL, and neither would go on. So it is looked
+    // up here, while the import of this module has the interpreter.
+    py::detail::npy_api::get();
+
     g_error = py::reinterpret_steal<py::object>(PyErr_NewExceptionWithDoc(
         "ond3mf.Error", "A 3MF file could not be read or written; the message says why.", nullptr, nullptr));
     g_fileError = py::reinterpret_steal<py::object>(PyErr_NewExceptionWithDoc(
-        "ond3mf.FileError", "A file that could not be opened: an Error and an OSError.",
+        "ond3mf.FileError",
+        "A file that the system would not open or write: an Error and an OSError, with errno, strerror\n"
+        "and filename. Where Python has a subclass of OSError for the errno (FileNotFoundError,\n"
+        "IsADirectoryError, NotADirectoryError, PermissionError) it is that one too.",
         py::make_tuple(g_error, py::handle(PyExc_OSError)).ptr(), nullptr));
+    g_warning = py::reinterpret_steal<py::object>(PyErr_NewExceptionWithDoc(
+        "ond3mf.Warning", "Something of a file that was read all the same; the message says what.",
+        PyExc_UserWarning, nullptr));
+    AddFileErrorKinds();
     module.attr("Error") = g_error;
     module.attr("FileError") = g_fileError;
+    module.attr("Warning") = g_warning;
     // Anything of C++ that reaches the edge is an ond3mf.Error, never a crash.
     py::register_exception_translator(
         [](std::exception_ptr pending)
@@ -368,16 +416,19 @@ PYBIND11_MODULE(ond3mf, module)
     module.def("read", &Read, py::arg("path"), py::arg("textures") = true, py::arg("as_one") = false,
                py::arg("progress") = py::none(),
                "Reads a 3MF file into a list of Mesh, one per build item with geometry (all merged into\n"
-               "one with as_one), transformations applied, in millimetres. Warnings of the read go\n"
-               "through the warnings module. progress(fraction) is called now and then and may raise\n"
-               "to cancel. Raises ond3mf.FileError when the file can't be opened, ond3mf.Error when it\n"
+               "one with as_one), transformations applied, in millimetres. path is str, bytes or\n"
+               "os.PathLike. Warnings of the read are ond3mf.Warning, through the warnings module.\n"
+               "progress(fraction) is called now and then and may raise to cancel. Raises\n"
+               "ond3mf.FileError (an OSError) when the file can't be opened, ond3mf.Error when it\n"
                "can't be read.");
     module.def("write", &Write, py::arg("path"), py::arg("meshes"), py::arg("binary") = false,
                py::arg("zip64") = false, py::arg("progress") = py::none(),
                "Writes meshes (Mesh, or anything with vertices, triangles and optionally\n"
                "triangle_colors and name) as objects of a 3MF file. Every mesh is checked first: a bad\n"
                "shape, dtype, index or coordinate raises ValueError naming the mesh and the field, and\n"
-               "nothing is written. A write that fails or is cancelled leaves no file.");
+               "nothing is written. A write that fails or is cancelled leaves the target as it was and\n"
+               "no other file; it raises ond3mf.FileError (an OSError) where the system refused, with\n"
+               "the cause, what progress raised, or ond3mf.Error.");
     module.def("info", &Info, py::arg("path"),
                "The figures ond3mf-info prints, as a dict per mesh: name, vertices, triangles, box_min,\n"
                "box_max (millimetres), coloured_triangles, textured_triangles, textures, beams.");

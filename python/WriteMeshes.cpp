@@ -34,10 +34,22 @@ std::string Shape(py::array const& array)
     return text + (array.ndim() == 1 ? ",)" : ")");
 }
 
-// The field as an array of the given kind of number ('f' floating, 'i'/'u'
-// integer) and of shape (any, rest...), or a ValueError naming it; None for
-// an optional field that is not there.
-py::object Field(py::handle mesh, char const* field, std::string const& label, char const* kinds,
+// What a field's numbers must be: the kinds of numpy's dtypes it takes ('f'
+// floating, 'i'/'u' integer), their size in bytes (0 for any) and the words
+// that say so.
+struct Numbers
+{
+    char const* kinds;
+    py::ssize_t size;
+    char const* words;
+};
+constexpr Numbers kFloating{"f", 0, "hold floating-point numbers"};
+constexpr Numbers kIntegers{"iu", 0, "hold integer numbers"};
+constexpr Numbers kBytes{"u", 1, "be uint8 (unsigned 8-bit)"};
+
+// The field as an array of those numbers and of shape (any, rest...), or a
+// ValueError naming it; None for an optional field that is not there.
+py::object Field(py::handle mesh, char const* field, std::string const& label, Numbers const& numbers,
                  std::vector<py::ssize_t> const& rest, bool optional)
 {
     if (!py::hasattr(mesh, field) || mesh.attr(field).is_none())
@@ -53,12 +65,11 @@ py::object Field(py::handle mesh, char const* field, std::string const& label, c
     {
         Bad(label, field, "is not an array");
     }
-    char const kind = array.dtype().kind();
-    if (std::string(kinds).find(kind) == std::string::npos)
+    if (std::string(numbers.kinds).find(array.dtype().kind()) == std::string::npos ||
+        (numbers.size != 0 && array.itemsize() != numbers.size))
     {
         Bad(label, field,
-            std::string("must hold ") + (kinds[0] == 'f' ? "floating-point" : "integer") + " numbers, not " +
-                py::str(array.dtype()).cast<std::string>());
+            std::string("must ") + numbers.words + ", not " + py::str(array.dtype()).cast<std::string>());
     }
     bool shaped = array.ndim() == py::ssize_t(rest.size() + 1);
     for (std::size_t i = 0; shaped && i < rest.size(); ++i)
@@ -81,9 +92,9 @@ py::object Field(py::handle mesh, char const* field, std::string const& label, c
 CheckedMesh CheckMesh(py::handle mesh, std::string const& label)
 {
     CheckedMesh checked;
-    checked.vertices = Field(mesh, "vertices", label, "f", {3}, false);
-    checked.triangles = Field(mesh, "triangles", label, "iu", {3}, false);
-    py::object const field = Field(mesh, "triangle_colors", label, "u", {3, 4}, true);
+    checked.vertices = Field(mesh, "vertices", label, kFloating, {3}, false);
+    checked.triangles = Field(mesh, "triangles", label, kIntegers, {3}, false);
+    py::object const field = Field(mesh, "triangle_colors", label, kBytes, {3, 4}, true);
     // Coordinates go to 32-bit internal units.
     double const limit = std::numeric_limits<std::int32_t>::max() / OndSDK::Common::MInternalUnits::Get();
     double const* v = checked.vertices.data();
@@ -116,10 +127,6 @@ CheckedMesh CheckMesh(py::handle mesh, std::string const& label)
     if (!field.is_none())
     {
         py::array const colors = field;
-        if (colors.dtype().itemsize() != 1)
-        {
-            Bad(label, "triangle_colors", "must be uint8");
-        }
         if (colors.shape(0) != checked.triangles.shape(0))
         {
             Bad(label, "triangle_colors",

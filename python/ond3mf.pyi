@@ -11,7 +11,16 @@ class Error(Exception):
     """A 3MF file could not be read or written; the message says why."""
 
 class FileError(Error, OSError):
-    """A file that could not be opened."""
+    """A file that the system would not open or write, with errno, strerror and
+    filename. Where Python has a subclass of OSError for the errno
+    (FileNotFoundError, IsADirectoryError, NotADirectoryError,
+    PermissionError) it is that one too."""
+
+class Warning(UserWarning):
+    """Something of a file that was read all the same; the message says what."""
+
+# A file name: str, bytes (the system's bytes, UTF-8 or not) or os.PathLike.
+_Path = Union[str, bytes, PathLike[str], PathLike[bytes]]
 
 class Mesh:
     """One mesh of a 3MF file, in millimetres."""
@@ -34,21 +43,23 @@ class Mesh:
     ) -> None: ...
 
 def read(
-    path: Union[str, PathLike[str]],
+    path: _Path,
     textures: bool = True,
     as_one: bool = False,
     progress: Optional[Callable[[float], Any]] = None,
 ) -> List[Mesh]:
-    """Reads a 3MF file into meshes, one per build item with geometry."""
+    """Reads a 3MF file into meshes, one per build item with geometry; warns
+    with ond3mf.Warning."""
 
 def write(
-    path: Union[str, PathLike[str]],
+    path: _Path,
     meshes: Iterable[Any],
     binary: bool = False,
     zip64: bool = False,
     progress: Optional[Callable[[float], Any]] = None,
 ) -> None:
-    """Writes meshes as objects of a 3MF file; checks every field first."""
+    """Writes meshes as objects of a 3MF file; checks every field first. A
+    write that fails or is cancelled leaves the target as it was."""
 
-def info(path: Union[str, PathLike[str]]) -> List[dict]:
+def info(path: _Path) -> List[dict]:
     """The figures ond3mf-info prints, as a dict per mesh."""
