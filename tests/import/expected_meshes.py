@@ -809,7 +809,7 @@ def append(target, source):
             source.colours.setdefault(triangle, source.material)
     offset = target.triangles
     first = len(target.points)
-    target.beams.extend((v1 + first, v2 + first) + rest for v1, v2, *rest in source.beams)
+    target.beams.extend((v1 + first, v2 + first, *rest) for v1, v2, *rest in source.beams)
     target.points.extend(source.points)
     target.triangles += source.triangles
     target.colours.update((offset + k, v) for k, v in source.colours.items())
