@@ -41,14 +41,18 @@ inline int BadUsage(char const* program, std::string const& message, char const*
     return 2;
 }
 
+// The library's text for standard error and JSON: UTF-8, with the bytes of
+// a file name that is not UTF-8 given back as they were on the command line.
 inline std::string Narrow(std::wstring const& text)
 {
-    return StringConversion::ConvertNativeToUTF8(text);
+    return StringConversion::ConvertNativeToFileName(text);
 }
 
-inline std::wstring Wide(std::string const& text)
+// A file name from the command line for the library. Linux file names are
+// bytes: every one of them comes through, UTF-8 or not.
+inline std::wstring FileName(std::string const& path)
 {
-    return StringConversion::ConvertUTF8ToNative(text.data(), text.size());
+    return StringConversion::ConvertFileNameToNative(path);
 }
 
 // Each message on its own line of standard error, after the file it concerns.

@@ -1,15 +1,17 @@
-// Reads a 3MF file and writes its meshes to another: ond3mf-convert
-// [--binary] [--zip64] [--beams=DIALECT] IN OUT. Every mesh of IN (one per
-// build item) becomes an object of its own in OUT with its colours, textures
-// and beam lattice. On a terminal a
-// progress bar follows the library's progress; Ctrl-C cancels cleanly and
-// leaves no partial file. Exits 0 on success, 1 when reading or writing
-// failed, 2 on a bad argument, 130 when cancelled.
+// Reads a mesh file and writes its meshes to another: ond3mf-convert
+// [OPTIONS] IN OUT. Every mesh of IN (one per build item of a 3MF file)
+// becomes an object of its own in OUT with its colours, textures and beam
+// lattice, where OUT's format holds them. On a terminal a progress bar
+// follows the library's progress; Ctrl-C cancels and leaves OUT as it was.
+// Exits 0 on success, 1 when reading or writing failed, 2 on a bad argument,
+// 130 when cancelled.
 
 #include "ToolCommon.h"
 
 #ifdef OND3MF_MESH_FORMATS
 #include "MeshFormats.h"
+
+#include "common/SafeFileWrite.h"
 #endif
 
 #include "format3mf/FormatIdentifiers.h"
@@ -20,11 +22,8 @@
 
 #include "common/BranchingProgressReporter.h"
 #include "common/IProgressDelegate.h"
-#include "common/StringConversion.h"
 #include "triangles/MStlBase.h"
 #include "zip/MZipArchiveError.h"
-
-#include <boost/filesystem/operations.hpp>
 
 #include <unistd.h>
 
@@ -41,22 +40,47 @@
 
 namespace
 {
+// The other mesh formats and their options are there where assimp was found.
+#ifdef OND3MF_MESH_FORMATS
+#define OND3MF_SIDES                                                                                         \
+    "Each side is 3MF, STL, OBJ, PLY or OFF, by its extension (any letter case) or\n"                        \
+    "by --from and --to.\n"
+#define OND3MF_MESH_OPTIONS                                                                                  \
+    "Reading and writing STL, OBJ, PLY and OFF:\n"                                                           \
+    "  --from=FORMAT       read IN as FORMAT: 3mf, stl, obj, ply or off\n"                                   \
+    "  --to=FORMAT         write OUT as FORMAT\n"                                                            \
+    "  --ascii             write STL or PLY as text (binary by default)\n"                                   \
+    "  --unit=UNIT         IN's lengths are in UNIT: micron, mm (the default), cm, m,\n"                     \
+    "                      inch or ft\n"                                                                     \
+    "  --weld=MM           also weld corners of IN closer than MM millimetres\n"
+#else
+#define OND3MF_SIDES "Both are 3MF files.\n"
+#define OND3MF_MESH_OPTIONS ""
+#endif
+
+// clang-format off
 char const kUsage[] =
-    "usage: ond3mf-convert [--binary] [--zip64] [--separate-objects] [--beams=DIALECT] [--project]\n"
-    "                      [--quiet] IN OUT\n"
-    "Reads the 3MF file IN and writes every mesh of it, with its colours, textures and\n"
-    "beam lattice, as an object of its own into the 3MF file OUT.\n"
-    "  --binary          vertices and triangles into the model's binary side part\n"
-    "                    (without triangle colours and textures; millimetres)\n"
-    "  --zip64           write the archive as zip64\n"
+    "usage: ond3mf-convert [OPTIONS] IN OUT\n"
+    "Reads IN and writes every mesh of it, with its name, colours, textures and beam\n"
+    "lattice where OUT's format holds them, as an object of its own into OUT.\n"
+    OND3MF_SIDES
+    "Writing 3MF:\n"
+    "  --binary            vertices and triangles into the model's binary side part\n"
+    "                      (without triangle colours and textures; millimetres)\n"
+    "  --zip64             write the archive as zip64\n"
     "  --separate-objects  each object in a model part of its own\n"
-    "  --project         the printable parts of a slicer project's objects, each an\n"
-    "                    object of its own, in the colours of their filaments and paint\n"
-    "  --beams=DIALECT   beam lattices in the published dialect (the default), the\n"
-    "                    vendor dialect, or none: published, vendor or none\n"
-    "  --quiet           no warnings on standard error\n"
-    "  --version         the library's version\n"
+    "  --beams=DIALECT     beam lattices in the published dialect (the default), the\n"
+    "                      vendor dialect, or none: published, vendor or none\n"
+    "Reading 3MF:\n"
+    "  --project           the printable parts of a slicer project's objects, each an\n"
+    "                      object of its own, in the colours of their filaments and paint\n"
+    OND3MF_MESH_OPTIONS
+    "  --quiet             no warnings or notes on standard error\n"
+    "  --help              this text\n"
+    "  --version           the library's version\n"
+    "An option for a format that is on neither side is refused.\n"
     "Exit codes: 0 done, 1 reading or writing failed, 2 bad argument, 130 cancelled.\n";
+// clang-format on
 
 constexpr int kCancelled = 130;
 
@@ -94,8 +118,9 @@ private:
     int m_shown = -1;
 };
 
-// Ctrl-C asks the running operation to stop at its next poll; a second one
-// ends the program at once.
+// Every Ctrl-C (or SIGTERM) asks the running operation to stop at its next
+// poll, and nothing more: ending the process from here would skip the
+// destructors that remove the temporary file of the write.
 std::atomic<OndSDK::Common::IProgressDelegate*> g_cancelTarget{nullptr};
 
 extern "C" void OnInterrupt(int)
@@ -106,14 +131,17 @@ extern "C" void OnInterrupt(int)
     }
 }
 
-void CatchInterrupt()
+void CatchSignals()
 {
     struct sigaction action = {};
     action.sa_handler = OnInterrupt;
-    action.sa_flags = SA_RESETHAND;
+    action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    // Past a file-size limit (ulimit -f) a write then fails with EFBIG, which
+    // is reported and cleaned up, instead of ending the process.
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 struct Arguments
@@ -129,6 +157,11 @@ struct Arguments
     bool ascii = false;
     double unitMm = 1.0;
     double weldMm = 0.0;
+    // Given on the command line, so that they can be refused where they
+    // don't apply.
+    bool beamsGiven = false;
+    bool unitGiven = false;
+    bool weldGiven = false;
 #endif
     bool zip64 = false;
     // Empty: no lattice is written.
@@ -168,6 +201,7 @@ int ParseFormatOption(std::string const& argument, Arguments& arguments, bool& f
             message = "unknown unit '" + value("--unit=") + "'; known are micron, mm, cm, m, inch, ft";
             return -1;
         }
+        arguments.unitGiven = true;
         return 1;
     }
     if (argument.rfind("--weld=", 0) == 0)
@@ -180,9 +214,49 @@ int ParseFormatOption(std::string const& argument, Arguments& arguments, bool& f
             message = "--weld takes a distance in millimetres, at least 0, not '" + text + "'";
             return -1;
         }
+        arguments.weldGiven = true;
         return 1;
     }
     return 0;
+}
+
+// The options that mean something for one side's format only are refused
+// for others, rather than ignored where a user counts on them.
+bool OptionsApply(Arguments const& arguments, std::string& message)
+{
+    using meshformats::Format;
+    bool const from3MF = arguments.from == Format::ThreeMF;
+    bool const to3MF = arguments.to == Format::ThreeMF;
+    struct Rule
+    {
+        char const* option;
+        bool given;
+        bool applies;
+        bool input;
+        char const* formats;
+    };
+    Rule const rules[] = {
+        {"--binary", arguments.binary, to3MF, false, "3MF"},
+        {"--zip64", arguments.zip64, to3MF, false, "3MF"},
+        {"--separate-objects", arguments.separateObjects, to3MF, false, "3MF"},
+        {"--beams", arguments.beamsGiven, to3MF, false, "3MF"},
+        {"--ascii", arguments.ascii, arguments.to == Format::Stl || arguments.to == Format::Ply, false,
+         "STL or PLY"},
+        {"--project", arguments.project, from3MF, true, "3MF"},
+        {"--unit", arguments.unitGiven, !from3MF, true, "STL, OBJ, PLY or OFF"},
+        {"--weld", arguments.weldGiven, !from3MF, true, "STL, OBJ, PLY or OFF"},
+    };
+    for (Rule const& rule : rules)
+    {
+        if (rule.given && !rule.applies)
+        {
+            message = std::string(rule.option) + " applies to " + (rule.input ? "reading " : "writing ") +
+                      rule.formats + " only, and " + (rule.input ? "IN is read" : "OUT is written") + " as " +
+                      meshformats::NameOfFormat(rule.input ? arguments.from : arguments.to);
+            return false;
+        }
+    }
+    return true;
 }
 #endif
 
@@ -256,6 +330,9 @@ bool Parse(int argc, char** argv, Arguments& arguments, std::string& message)
                 message = "unknown beam dialect '" + dialect + "'";
                 return false;
             }
+#ifdef OND3MF_MESH_FORMATS
+            arguments.beamsGiven = true;
+#endif
         }
         else
         {
@@ -280,40 +357,11 @@ bool Parse(int argc, char** argv, Arguments& arguments, std::string& message)
     {
         meshformats::FormatOfPath(arguments.output, arguments.to);
     }
-#endif
+    return OptionsApply(arguments, message);
+#else
     return true;
+#endif
 }
-
-using tools::Narrow;
-using tools::Wide;
-
-// Removes a file however the write ends, unless it was kept.
-class TemporaryTarget
-{
-public:
-    explicit TemporaryTarget(std::string path) : m_path(std::move(path)) {}
-    ~TemporaryTarget()
-    {
-        if (!m_path.empty())
-        {
-            boost::system::error_code ignored;
-            boost::filesystem::remove(m_path, ignored);
-        }
-    }
-    TemporaryTarget(TemporaryTarget const&) = delete;
-    TemporaryTarget& operator=(TemporaryTarget const&) = delete;
-
-    std::string const& Path() const { return m_path; }
-    // Moves the file to its final name; it is no longer removed.
-    void KeepAs(std::string const& path)
-    {
-        boost::filesystem::rename(m_path, path);
-        m_path.clear();
-    }
-
-private:
-    std::string m_path;
-};
 
 // What was read: the meshes of a 3MF file, or the one mesh of another
 // format with its colours.
@@ -361,7 +409,8 @@ int Load(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgressDe
     format3mf::import::ImportSettings settings;
     settings.progress = std::move(progress);
     settings.projectParts = arguments.project;
-    format3mf::import::ImportResult read = format3mf::import::ImportFile(Wide(arguments.input), settings);
+    format3mf::import::ImportResult read =
+        format3mf::import::ImportFile(tools::FileName(arguments.input), settings);
     if (!arguments.quiet)
     {
         tools::PrintMessages(arguments.input, "warning", read.warnings);
@@ -384,7 +433,9 @@ int Load(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgressDe
     return 0;
 }
 
-int Save3MF(Arguments const& arguments, std::vector<MStlBase*> const& meshes, std::string const& path,
+// PackageWrite writes beside the target itself and renames the whole file
+// over it, so the target is never seen half written.
+int Save3MF(Arguments const& arguments, std::vector<MStlBase*> const& meshes,
             std::shared_ptr<OndSDK::Common::IProgressDelegate> progress)
 {
     Format_3MF::ModelFileStlBase model;
@@ -401,7 +452,7 @@ int Save3MF(Arguments const& arguments, std::vector<MStlBase*> const& meshes, st
     try
     {
         Format_3MF::PackageWrite writer(&package, options);
-        writer.Write(Wide(path), std::move(progress));
+        writer.Write(tools::FileName(arguments.output), std::move(progress));
         if (!arguments.quiet)
         {
             tools::PrintMessages(arguments.output, "warning", writer.GetContext().m_warnings);
@@ -413,12 +464,51 @@ int Save3MF(Arguments const& arguments, std::vector<MStlBase*> const& meshes, st
     }
     catch (MZipArchiveError::MGeneric const& error)
     {
-        std::fprintf(stderr, "ond3mf-convert: cannot write %s: %s\n", arguments.output.c_str(),
-                     Narrow(error.GetMessage() + L": " + error.GetDetail()).c_str());
+        // "Could not write OUT" and the cause, as the writer says; a
+        // failure deeper in the archive may not name the file.
+        std::string message = tools::Narrow(error.GetMessage());
+        if (message.rfind("Could not write ", 0) != 0)
+        {
+            message = "Could not write " + arguments.output + ": " + message;
+        }
+        std::wstring const detail = error.GetDetail();
+        std::fprintf(stderr, "ond3mf-convert: %s%s%s\n", message.c_str(), detail.empty() ? "" : ": ",
+                     tools::Narrow(detail).c_str());
         return 1;
     }
     return 0;
 }
+
+#ifdef OND3MF_MESH_FORMATS
+int SaveMeshFile(Arguments const& arguments, std::vector<MStlBase*> const& meshes,
+                 OndSDK::Common::IProgressDelegate const* progress)
+{
+    meshformats::WriteOptions options;
+    options.ascii = arguments.ascii;
+    try
+    {
+        std::vector<MStlBase const*> const constant(meshes.begin(), meshes.end());
+        for (std::string const& note :
+             meshformats::WriteMeshFile(arguments.output, arguments.to, constant, options, progress))
+        {
+            if (!arguments.quiet)
+            {
+                std::fprintf(stderr, "ond3mf-convert: %s: %s\n", arguments.output.c_str(), note.c_str());
+            }
+        }
+    }
+    catch (meshformats::Canceled const&)
+    {
+        return kCancelled;
+    }
+    catch (OndSDK::Common::FileWriteError const& error)
+    {
+        std::fprintf(stderr, "ond3mf-convert: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}
+#endif
 
 int Convert(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgressDelegate> const& progress)
 {
@@ -428,47 +518,19 @@ int Convert(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgres
     {
         return status;
     }
-    // The file is written beside the target and takes its name only when
-    // complete, so that neither a failure nor a cancel leaves a partial file
-    // or spoils one that was there.
-    TemporaryTarget target(arguments.output + ".part" + std::to_string(getpid()));
-#ifdef OND3MF_MESH_FORMATS
-    if (arguments.to != meshformats::Format::ThreeMF)
-    {
-        meshformats::WriteOptions options;
-        options.ascii = arguments.ascii;
-        try
-        {
-            std::vector<MStlBase const*> const meshes(loaded.all.begin(), loaded.all.end());
-            for (std::string const& note :
-                 meshformats::WriteMeshFile(target.Path(), arguments.to, meshes, options))
-            {
-                if (!arguments.quiet)
-                {
-                    std::fprintf(stderr, "ond3mf-convert: %s: %s\n", arguments.output.c_str(), note.c_str());
-                }
-            }
-        }
-        catch (std::runtime_error const& error)
-        {
-            std::fprintf(stderr, "ond3mf-convert: cannot write %s: %s\n", arguments.output.c_str(),
-                         error.what());
-            return 1;
-        }
-    }
-    else
-#endif
-        if (int const status =
-                Save3MF(arguments, loaded.all, target.Path(), reporter.CreateNestedDelegate(0.6)))
-    {
-        return status;
-    }
-    if (progress && progress->IsCancelled())
+    // The readers of the other formats don't poll: a cancel while they read
+    // is heard here, before anything is written.
+    if (progress->IsCancelled())
     {
         return kCancelled;
     }
-    target.KeepAs(arguments.output);
-    return 0;
+#ifdef OND3MF_MESH_FORMATS
+    if (arguments.to != meshformats::Format::ThreeMF)
+    {
+        return SaveMeshFile(arguments, loaded.all, progress.get());
+    }
+#endif
+    return Save3MF(arguments, loaded.all, reporter.CreateNestedDelegate(0.6));
 }
 } // namespace
 
@@ -494,7 +556,7 @@ int main(int argc, char** argv)
         progress = std::make_shared<OndSDK::Common::IProgressDelegate>();
     }
     g_cancelTarget = progress.get();
-    CatchInterrupt();
+    CatchSignals();
     int status = 1;
     try
     {
@@ -508,7 +570,7 @@ int main(int argc, char** argv)
     catch (...)
     {
         // Nothing may end the tool through std::terminate: the temporary
-        // file must go, and the user must learn that the write failed.
+        // files must go, and the user must learn that the write failed.
         std::fprintf(stderr, "%sond3mf-convert: cannot write %s: the write stopped with an unknown error\n",
                      isatty(STDERR_FILENO) ? "\n" : "", arguments.output.c_str());
         status = 1;

@@ -164,7 +164,8 @@ bool Inspect(std::string const& file, Output output, bool quiet, bool project, n
     format3mf::import::ImportSettings settings;
     settings.projectParts = project;
     settings.nonPrintableParts = project;
-    format3mf::import::ImportResult const result = format3mf::import::ImportFile(tools::Wide(file), settings);
+    format3mf::import::ImportResult const result =
+        format3mf::import::ImportFile(tools::FileName(file), settings);
     bool const ok = result.status == format3mf::import::Importer::Success;
     if (!quiet)
     {
@@ -269,7 +270,9 @@ int main(int argc, char** argv)
     }
     if (output == Output::Json)
     {
-        std::printf("%s\n", document.dump(2).c_str());
+        // A file name need not be UTF-8, and JSON must be: such bytes become
+        // U+FFFD, as they do in any JSON of file names.
+        std::printf("%s\n", document.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
     }
     return all ? 0 : 1;
 }

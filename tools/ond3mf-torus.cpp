@@ -8,11 +8,8 @@
 
 #include "format3mf/Exporter.h"
 
-#include "common/StringConversion.h"
-
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 
 namespace
@@ -60,11 +57,11 @@ int main(int argc, char** argv)
         std::unique_ptr<MStlBase> const mesh = torus::MakeTorus(shape);
         format3mf::Export exporter;
         exporter.SetStl(mesh.get(), MMTransformMatrix(), nullptr);
-        exporter.SetFilePath(StringConversion::ConvertUTF8ToNative(argv[1], std::strlen(argv[1])));
+        exporter.SetFilePath(tools::FileName(argv[1]));
         if (exporter.Operate() != format3mf::Export::Success)
         {
-            std::fprintf(stderr, "ond3mf-torus: cannot write %s: %s\n", argv[1],
-                         StringConversion::ConvertNativeToUTF8(exporter.GetErrorMessage()).c_str());
+            // The message names the file and the cause.
+            std::fprintf(stderr, "ond3mf-torus: %s\n", tools::Narrow(exporter.GetErrorMessage()).c_str());
             return 1;
         }
     }

@@ -55,14 +55,19 @@ public:
     // Nine coordinates in millimetres, and three packed RGB colours when the
     // welder takes colours (else null). Throws as WeldTriangleSoup does.
     void Add(double const* corners, std::uint32_t const* colors = nullptr);
-    // The mesh so far; the welder is empty afterwards.
+    // The mesh welded so far. The welder then starts a new, empty mesh with
+    // the same tolerance and colours, its triangles counted from 0 again.
     WeldedSoup Finish();
 
 private:
     class Grid;
+    // A new, empty mesh and its grid.
+    void _Start();
     // Hands the triangles made so far to the mesh, in bulk.
     void _Flush();
 
+    double m_tolerance;
+    bool m_colours;
     std::unique_ptr<Grid> m_grid;
     WeldedSoup m_welded;
     std::size_t m_triangles = 0;

@@ -12,7 +12,6 @@
 #include "triangles/MStlIterators.h"
 
 #include <stdexcept>
-#include <vector>
 
 namespace Format_3MF
 {
@@ -36,29 +35,6 @@ BinaryRef StartBlock(ModelFileBinary const& part, wchar_t const* format)
     BinaryRef ref(static_cast<std::int64_t>(part.GetWritePosition()), 0, format);
     ref.m_ref = part.GetFileNameInPackage();
     return ref;
-}
-
-// Which points, by index, are ends of beams; empty without a lattice to write.
-std::vector<bool> BeamEnds(MStlBase const& stl, bool latticeWritten)
-{
-    std::vector<bool> ends;
-    if (!latticeWritten || stl.GetFeature().GetNumEdges() == 0)
-    {
-        return ends;
-    }
-    ends.assign(stl.GetNumberOfPoints(), false);
-    for (auto edge = MStlIteratorStlEdgeConst::Begin(&stl), end = MStlIteratorStlEdgeConst::End(&stl);
-         edge != end; ++edge)
-    {
-        for (std::size_t point : {std::size_t(edge->GetFirst()), std::size_t(edge->GetSecond())})
-        {
-            if (point < ends.size())
-            {
-                ends[point] = true;
-            }
-        }
-    }
-    return ends;
 }
 
 // Records gathered on the stack and handed to the part a thousand at a
@@ -108,17 +84,12 @@ void MeshStlBaseWrite::_WriteVerticesBinary(VertexIndexMask* indices, MSAXWriter
     BinaryRef ref = StartBlock(part, BinaryFormatFloat3);
     MStlBase const& stl = *mp_data->m_stl;
     RecordBatch<float> records(part);
-    // Points no triangle uses are left out, but not the ends of beams that
-    // the lattice will write: a beam names its ends in this block.
-    std::vector<bool> const beamEnds = BeamEnds(stl, !m_context->Graphs.BeamNamespace.empty());
+    // Every point, as the XML form writes them: one that no triangle uses
+    // may be the end of a beam, or simply part of the mesh, and a second
+    // conversion must find it again.
     std::int32_t index = 0;
-    std::size_t position = 0;
-    for (auto point = stl.BeginPoint(), end = stl.EndPoint(); point != end; ++point, ++position)
+    for (auto point = stl.BeginPoint(), end = stl.EndPoint(); point != end; ++point)
     {
-        if (point->GetUseCount() == 0 && !(position < beamEnds.size() && beamEnds[position]))
-        {
-            continue;
-        }
         indices->GetInfo(*point) = index++;
         records.Add(point->GetXMMf(), point->GetYMMf(), point->GetZMMf());
     }

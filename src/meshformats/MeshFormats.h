@@ -3,6 +3,8 @@
 #pragma once
 
 #include "format3mf/TriangleSoup.h"
+
+#include "common/IProgressDelegate.h"
 #include "triangles/MStlBase.h"
 
 #include <string>
@@ -53,10 +55,20 @@ struct WriteOptions
     bool ascii = false;
 };
 
-// Writes the meshes, in millimetres, into one file; gives the notes of what
-// the format could not hold (colours, several objects). Throws
-// std::runtime_error naming the file when the write fails.
+// Thrown by WriteMeshFile when its progress was cancelled.
+struct Canceled
+{
+};
+
+// Writes the meshes, in millimetres, into one file, through a SafeFileWrite:
+// the target keeps every byte it had until the new file is whole on the disk.
+// Gives the notes of what the format could not hold (colours, textures, beam
+// lattices, several objects). Throws OndSDK::Common::FileWriteError naming
+// the target and the cause when it can't be written or the meshes hold no
+// triangle to write, and Canceled once `progress` (may be null) is
+// cancelled; the temporary file is gone either way.
 std::vector<std::string> WriteMeshFile(std::string const& path, Format format,
                                        std::vector<MStlBase const*> const& meshes,
-                                       WriteOptions const& options);
+                                       WriteOptions const& options,
+                                       OndSDK::Common::IProgressDelegate const* progress = nullptr);
 } // namespace meshformats

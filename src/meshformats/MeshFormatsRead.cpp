@@ -43,27 +43,34 @@ std::uint64_t SizeOf(std::string const& path)
     return static_cast<std::uint64_t>(file.tellg());
 }
 
-// A binary STL is 84 bytes and 50 a triangle; a text one begins with "solid"
-// and ends with "endsolid". Gives the count of a binary one, -1 for text.
-std::int64_t CheckStl(std::string const& path, std::uint64_t size)
+// A binary STL is an 80-byte header, a 32-bit count and 50 bytes a triangle;
+// bytes after the last triangle are left alone, as most readers do. A text
+// STL begins with "solid" and ends with "endsolid". Some binary headers begin
+// with "solid" too: a file long enough for the triangles its count claims is
+// binary, since the count bytes of a text STL are characters that claim
+// gigabytes. Gives the count of a binary one and how many bytes follow its
+// triangles, or -1 for text.
+std::int64_t CheckStl(std::string const& path, std::uint64_t size, std::uint64_t& trailing)
 {
     std::string const head = Head(path, 84);
+    bool const solid = head.compare(0, 5, "solid") == 0;
     if (size >= 84)
     {
         std::uint32_t count = 0;
         std::memcpy(&count, head.data() + 80, 4);
-        if (size == 84 + 50 * std::uint64_t(count))
+        std::uint64_t const needed = 84 + 50 * std::uint64_t(count);
+        if (size >= needed)
         {
+            trailing = size - needed;
             return count;
         }
-        if (head.compare(0, 5, "solid") != 0)
+        if (!solid)
         {
             Fail(path, "binary STL claims " + std::to_string(count) + " triangles, which take " +
-                           std::to_string(84 + 50 * std::uint64_t(count)) + " bytes, but the file has " +
-                           std::to_string(size));
+                           std::to_string(needed) + " bytes, but the file has " + std::to_string(size));
         }
     }
-    if (head.compare(0, 5, "solid") != 0)
+    if (!solid)
     {
         Fail(path, "is neither a binary STL (too short) nor a text STL (no \"solid\")");
     }
@@ -77,14 +84,26 @@ std::int64_t CheckStl(std::string const& path, std::uint64_t size)
     return -1;
 }
 
-// The element counts of a PLY or OFF header against the bytes the file has:
-// a vertex takes at least 6 bytes of text or 12 of binary, a face 8 or 13.
+// Adds the bytes that `count` records of at least `bytes` each take; false
+// when that passes what 64 bits count, which no file holds.
+bool AddRecords(std::uint64_t& total, std::uint64_t count, std::uint64_t bytes)
+{
+    std::uint64_t records = 0;
+    return !__builtin_mul_overflow(count, bytes, &records) && !__builtin_add_overflow(total, records, &total);
+}
+
+// The element counts of a PLY or OFF header against the bytes the file has,
+// so that assimp never makes room for more than the file holds: a vertex
+// takes at least 6 bytes of text or 12 of binary, a face 8 or 13, a record of
+// any other element 1.
 void CheckCounts(std::string const& path, std::uint64_t size, Format format)
 {
     std::istringstream header(Head(path, 4096));
     std::string line;
     std::uint64_t vertices = 0;
     std::uint64_t faces = 0;
+    std::uint64_t least = 0;
+    bool fits = true;
     bool binary = false;
     if (format == Format::Off)
     {
@@ -101,7 +120,11 @@ void CheckCounts(std::string const& path, std::uint64_t size, Format format)
                 counts.clear();
             }
         }
-        std::istringstream(counts) >> vertices >> faces;
+        if (!(std::istringstream(counts) >> vertices >> faces))
+        {
+            Fail(path,
+                 "OFF header does not give its vertex and face counts as whole numbers: \"" + counts + "\"");
+        }
     }
     else
     {
@@ -116,14 +139,29 @@ void CheckCounts(std::string const& path, std::uint64_t size, Format format)
                 words >> kind;
                 binary = kind.find("binary") != std::string::npos;
             }
-            else if (word == "element" && words >> kind >> count)
+            else if (word == "element")
             {
-                (kind == "vertex" ? vertices : kind == "face" ? faces : count) = count;
+                if (!(words >> kind >> count))
+                {
+                    Fail(path, "PLY header line \"" + line + "\" gives no count a file can hold");
+                }
+                if (kind == "vertex")
+                {
+                    vertices = count;
+                }
+                else if (kind == "face")
+                {
+                    faces = count;
+                }
+                else
+                {
+                    fits = fits && AddRecords(least, count, 1);
+                }
             }
         }
     }
-    std::uint64_t const least = binary ? vertices * 12 + faces * 13 : vertices * 6 + faces * 8;
-    if ((vertices != 0 && least / vertices < (binary ? 12u : 6u)) || least > size)
+    fits = fits && AddRecords(least, vertices, binary ? 12 : 6) && AddRecords(least, faces, binary ? 13 : 8);
+    if (!fits || least > size)
     {
         Fail(path, "header claims " + std::to_string(vertices) + " vertices and " + std::to_string(faces) +
                        " faces, more than its " + std::to_string(size) + " bytes can hold");
@@ -180,12 +218,18 @@ ReadResult ReadMeshFile(std::string const& path, Format format, ReadOptions cons
     }
     if (format == Format::Stl)
     {
-        std::int64_t const count = CheckStl(path, size);
+        std::uint64_t trailing = 0;
+        std::int64_t const count = CheckStl(path, size, trailing);
         if (count >= 0)
         {
             ReadResult result;
             result.mesh = ReadBinaryStl(path, static_cast<std::uint32_t>(count), options);
             Noted(path, result);
+            if (trailing != 0)
+            {
+                result.notes.push_back(path + ": the " + std::to_string(trailing) +
+                                       " bytes after the last triangle were left alone");
+            }
             return result;
         }
     }

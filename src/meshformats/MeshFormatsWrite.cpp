@@ -1,11 +1,15 @@
 // Writing meshes as STL, OBJ or PLY through assimp, and as OFF by hand (assimp
-// has no OFF writer). A coloured mesh goes to OBJ and PLY with its colours on
-// the vertices, each triangle with corners of its own.
+// has no OFF writer), each into the temporary file of a safe write. A coloured
+// mesh goes to OBJ and PLY with its colours on the vertices, each triangle
+// with corners of its own.
+#include "FileSink.h"
 #include "MeshFormats.h"
 #include "StlBinary.h"
 
 #include "common/MInternalUnits.h"
+#include "common/SafeFileWrite.h"
 #include "triangles/MStlColorMaskTrianglePoints.h"
+#include "triangles/MStlFeature.h"
 #include "triangles/MStlIterators.h"
 #include "triangles/MStlPoint.h"
 #include "triangles/MStlTriangle.h"
@@ -14,9 +18,7 @@
 #include <assimp/scene.h>
 
 #include <cstdio>
-#include <fstream>
 #include <memory>
-#include <stdexcept>
 
 namespace meshformats
 {
@@ -111,7 +113,7 @@ aiMesh* ToAssimp(MStlBase const& mesh, bool colours)
     return out.release();
 }
 
-void WriteOff(std::string const& path, std::vector<MStlBase const*> const& meshes)
+void WriteOff(FileSink& sink, std::vector<MStlBase const*> const& meshes)
 {
     std::size_t vertices = 0;
     std::size_t faces = 0;
@@ -120,15 +122,15 @@ void WriteOff(std::string const& path, std::vector<MStlBase const*> const& meshe
         vertices += mesh->GetNumberOfPoints();
         faces += mesh->GetNumberOfTriangles();
     }
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file << "OFF\n" << vertices << ' ' << faces << " 0\n";
+    sink.Write("OFF\n" + std::to_string(vertices) + ' ' + std::to_string(faces) + " 0\n");
     char line[128];
     for (MStlBase const* mesh : meshes)
     {
         for (auto point = mesh->BeginPoint(), end = mesh->EndPoint(); point != end; ++point)
         {
             aiVector3D const at = Millimetres(*point);
-            file.write(line, std::snprintf(line, sizeof line, "%.9g %.9g %.9g\n", at.x, at.y, at.z));
+            sink.Write(line, static_cast<std::size_t>(
+                                 std::snprintf(line, sizeof line, "%.9g %.9g %.9g\n", at.x, at.y, at.z)));
         }
     }
     std::size_t offset = 0;
@@ -136,51 +138,19 @@ void WriteOff(std::string const& path, std::vector<MStlBase const*> const& meshe
     {
         for (auto triangle = mesh->BeginTriangle(), end = mesh->EndTriangle(); triangle != end; ++triangle)
         {
-            file.write(line, std::snprintf(
+            sink.Write(line, static_cast<std::size_t>(std::snprintf(
                                  line, sizeof line, "3 %zu %zu %zu\n", offset + triangle->GetPointIndex(0),
-                                 offset + triangle->GetPointIndex(1), offset + triangle->GetPointIndex(2)));
+                                 offset + triangle->GetPointIndex(1), offset + triangle->GetPointIndex(2))));
         }
         offset += mesh->GetNumberOfPoints();
     }
-    file.close();
-    if (!file)
-    {
-        throw std::runtime_error(path + ": could not be written");
-    }
 }
-} // namespace
 
-std::vector<std::string> WriteMeshFile(std::string const& path, Format format,
-                                       std::vector<MStlBase const*> const& meshes,
-                                       WriteOptions const& options)
+// The file through assimp's exporter, kept in memory and then written: its
+// own file writing drops the errors of a full disk.
+void WriteThroughAssimp(FileSink& sink, Format format, std::vector<MStlBase const*> const& meshes, bool text,
+                        bool colours)
 {
-    std::vector<std::string> notes;
-    bool coloured = false;
-    for (MStlBase const* mesh : meshes)
-    {
-        coloured = coloured || HasColors(*mesh);
-    }
-    bool const keepsColours = format == Format::Obj || format == Format::Ply;
-    if (coloured && !keepsColours)
-    {
-        notes.push_back(std::string(NameOfFormat(format)) +
-                        " holds no colours: the meshes' colours were dropped");
-    }
-    if (meshes.size() > 1)
-    {
-        notes.push_back(std::to_string(meshes.size()) + " meshes were written as one " +
-                        NameOfFormat(format) + " file");
-    }
-    if (format == Format::Off)
-    {
-        WriteOff(path, meshes);
-        return notes;
-    }
-    if (format == Format::Stl && !options.ascii)
-    {
-        WriteBinaryStl(path, meshes);
-        return notes;
-    }
     aiScene scene;
     scene.mNumMaterials = 1;
     scene.mMaterials = new aiMaterial* [1] { new aiMaterial() };
@@ -191,25 +161,102 @@ std::vector<std::string> WriteMeshFile(std::string const& path, Format format,
     scene.mRootNode->mMeshes = new unsigned[meshes.size()];
     for (std::size_t i = 0; i < meshes.size(); ++i)
     {
-        scene.mMeshes[i] = ToAssimp(*meshes[i], coloured && keepsColours);
+        scene.mMeshes[i] = ToAssimp(*meshes[i], colours);
         scene.mRootNode->mMeshes[i] = static_cast<unsigned>(i);
-    }
-    // assimp's binary PLY with vertex colours does not read back (its
-    // reader refuses the faces): a coloured PLY is written as text.
-    bool const text = options.ascii || (format == Format::Ply && coloured);
-    if (format == Format::Ply && coloured && !options.ascii)
-    {
-        notes.push_back("a coloured PLY is written as text");
     }
     char const* const id = format == Format::Stl   ? (text ? "stl" : "stlb")
                            : format == Format::Obj ? "objnomtl"
                                                    : (text ? "ply" : "plyb");
     Assimp::Exporter exporter;
-    if (exporter.Export(&scene, id, path) != aiReturn_SUCCESS)
+    aiExportDataBlob const* const blob = exporter.ExportToBlob(&scene, id);
+    if (blob == nullptr)
     {
-        throw std::runtime_error(path + ": could not be written as " + NameOfFormat(format) + ": " +
-                                 exporter.GetErrorString());
+        throw sink.Failure(std::string("assimp could not make it a ") + NameOfFormat(format) +
+                           " file: " + exporter.GetErrorString());
     }
+    sink.Write(blob->data, blob->size);
+}
+
+// What the format leaves out of the meshes, a line each.
+std::vector<std::string> Dropped(Format format, std::vector<MStlBase const*> const& meshes, bool coloured)
+{
+    std::vector<std::string> notes;
+    std::string const name = NameOfFormat(format);
+    std::size_t textures = 0;
+    std::size_t beams = 0;
+    for (MStlBase const* mesh : meshes)
+    {
+        textures += mesh->GetTextures().size();
+        beams += mesh->GetFeature().GetNumEdges();
+    }
+    if (coloured && format != Format::Obj && format != Format::Ply)
+    {
+        notes.push_back(name + " holds no colours: the meshes' colours were dropped");
+    }
+    if (textures != 0)
+    {
+        notes.push_back("the converter writes " + name + " without textures: " + std::to_string(textures) +
+                        " texture(s) were dropped");
+    }
+    if (beams != 0)
+    {
+        notes.push_back(name + " holds no beam lattice: " + std::to_string(beams) + " beam(s) were dropped");
+    }
+    if (meshes.size() > 1)
+    {
+        notes.push_back(std::to_string(meshes.size()) + " meshes were written as one " + name + " file");
+    }
+    return notes;
+}
+} // namespace
+
+std::vector<std::string> WriteMeshFile(std::string const& path, Format format,
+                                       std::vector<MStlBase const*> const& meshes,
+                                       WriteOptions const& options,
+                                       OndSDK::Common::IProgressDelegate const* progress)
+{
+    bool coloured = false;
+    std::size_t triangles = 0;
+    std::size_t beams = 0;
+    for (MStlBase const* mesh : meshes)
+    {
+        coloured = coloured || HasColors(*mesh);
+        triangles += mesh->GetNumberOfTriangles();
+        beams += mesh->GetFeature().GetNumEdges();
+    }
+    if (triangles == 0)
+    {
+        // An empty file would pass for a conversion that worked.
+        throw OndSDK::Common::FileWriteError(
+            path, 0,
+            std::string(NameOfFormat(format)) + " holds triangles alone, and the meshes have none" +
+                (beams != 0 ? " (only a beam lattice of " + std::to_string(beams) + " beams)" : ""));
+    }
+    std::vector<std::string> notes = Dropped(format, meshes, coloured);
+    OndSDK::Common::SafeFileWrite target(path);
+    FileSink sink(target, progress);
+    if (format == Format::Off)
+    {
+        WriteOff(sink, meshes);
+    }
+    else if (format == Format::Stl && !options.ascii)
+    {
+        WriteBinaryStl(sink, meshes);
+    }
+    else
+    {
+        bool const keepsColours = format == Format::Obj || format == Format::Ply;
+        // assimp's binary PLY with vertex colours does not read back (its
+        // reader refuses the faces): a coloured PLY is written as text.
+        bool const text = options.ascii || (format == Format::Ply && coloured);
+        if (format == Format::Ply && coloured && !options.ascii)
+        {
+            notes.push_back("a coloured PLY is written as text");
+        }
+        WriteThroughAssimp(sink, format, meshes, text, coloured && keepsColours);
+    }
+    sink.Flush();
+    target.Commit();
     return notes;
 }
 } // namespace meshformats

@@ -61,7 +61,7 @@ format3mf::WeldedSoup ReadBinaryStl(std::string const& path, std::uint32_t count
     return welder.Finish();
 }
 
-void WriteBinaryStl(std::string const& path, std::vector<MStlBase const*> const& meshes)
+void WriteBinaryStl(FileSink& sink, std::vector<MStlBase const*> const& meshes)
 {
     std::uint64_t total = 0;
     for (MStlBase const* mesh : meshes)
@@ -70,16 +70,12 @@ void WriteBinaryStl(std::string const& path, std::vector<MStlBase const*> const&
     }
     if (total > std::numeric_limits<std::uint32_t>::max())
     {
-        throw std::runtime_error(path + ": " + std::to_string(total) +
-                                 " triangles are more than an STL can count");
+        throw sink.Failure(std::to_string(total) + " triangles are more than an STL can count");
     }
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
     char header[80] = "binary STL written by OndSDK.AM.3mf";
-    file.write(header, sizeof header);
+    sink.Write(header, sizeof header);
     auto const count = static_cast<std::uint32_t>(total);
-    file.write(reinterpret_cast<char const*>(&count), 4);
-    std::vector<char> block;
-    block.reserve(kBlock * kRecord);
+    sink.Write(&count, 4);
     float const unit = static_cast<float>(OndSDK::Common::MInternalUnits::Get());
     for (MStlBase const* mesh : meshes)
     {
@@ -109,19 +105,8 @@ void WriteBinaryStl(std::string const& path, std::vector<MStlBase const*> const&
             char record[kRecord] = {};
             std::memcpy(record, normal, 12);
             std::memcpy(record + 12, corner, 36);
-            block.insert(block.end(), record, record + kRecord);
-            if (block.size() == kBlock * kRecord)
-            {
-                file.write(block.data(), static_cast<std::streamsize>(block.size()));
-                block.clear();
-            }
+            sink.Write(record, kRecord);
         }
-    }
-    file.write(block.data(), static_cast<std::streamsize>(block.size()));
-    file.close();
-    if (!file)
-    {
-        throw std::runtime_error(path + ": could not be written");
     }
 }
 } // namespace meshformats

@@ -3,6 +3,7 @@
 // the rest of a conversion.
 #pragma once
 
+#include "FileSink.h"
 #include "MeshFormats.h"
 
 #include <cstdint>
@@ -13,5 +14,7 @@ namespace meshformats
 // std::runtime_error naming the file and the triangle when a coordinate is
 // not a finite number.
 format3mf::WeldedSoup ReadBinaryStl(std::string const& path, std::uint32_t count, ReadOptions const& options);
-void WriteBinaryStl(std::string const& path, std::vector<MStlBase const*> const& meshes);
+// Throws as the sink does, and its Failure when the triangles are more than
+// the format's 32-bit count.
+void WriteBinaryStl(FileSink& sink, std::vector<MStlBase const*> const& meshes);
 } // namespace meshformats

@@ -216,20 +216,29 @@ private:
     ExactTable m_points;
     std::unordered_map<Key, std::vector<std::uint32_t>, KeyHash> m_grid;
 };
-SoupWelder::SoupWelder(double toleranceMm, bool colours)
+SoupWelder::SoupWelder(double toleranceMm, bool colours) : m_tolerance(toleranceMm), m_colours(colours)
 {
     if (!(toleranceMm >= 0) || !std::isfinite(toleranceMm))
     {
         throw std::invalid_argument(
             "the welding tolerance must be a finite number of millimetres, at least 0");
     }
+    _Start();
+}
+
+void SoupWelder::_Start()
+{
+    m_welded = WeldedSoup();
     m_welded.mesh = std::make_unique<MStlBase>();
-    if (colours)
+    if (m_colours)
     {
         m_welded.colors =
             std::make_unique<MStlColorMaskTrianglePoints>(&m_welded.mesh->GetTriangleMaskOwner());
     }
-    m_grid = std::make_unique<Grid>(*m_welded.mesh, toleranceMm);
+    m_grid = std::make_unique<Grid>(*m_welded.mesh, m_tolerance);
+    m_triangles = 0;
+    m_accepted = 0;
+    m_pending.clear();
 }
 
 SoupWelder::~SoupWelder() = default;
@@ -288,8 +297,9 @@ void SoupWelder::_Flush()
 WeldedSoup SoupWelder::Finish()
 {
     _Flush();
-    m_grid.reset();
-    return std::move(m_welded);
+    WeldedSoup welded = std::move(m_welded);
+    _Start();
+    return welded;
 }
 
 WeldedSoup WeldTriangleSoup(TriangleSoup const& soup, double toleranceMm)
