@@ -6,7 +6,7 @@
 #include "project/PaintedMesh.h"
 #include "project/PartMeshes.h"
 #include "project/ProjectConfig.h"
-#include "stl/BuildFlattening.h"
+#include "flattening/BuildFlattening.h"
 
 #include "format3mf/Exception.h"
 #include "format3mf/ModelFile.h"

@@ -13,7 +13,7 @@
 #include "format3mf/PackageRead.h"
 #include "format3mf/PackageReadContext.h"
 #include "format3mf/PackageWriteContext.h"
-#include "stl/BuildFlattening.h"
+#include "flattening/BuildFlattening.h"
 
 #include "triangles/MStlBase.h"
 

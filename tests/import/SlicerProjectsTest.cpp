@@ -8,7 +8,7 @@
 
 #include "format3mf/Exception.h"
 
-#include "stl/BuildFlattening.h"
+#include "flattening/BuildFlattening.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 // finds what each one places, its size, cycles and dangling components; the
 // second copies each placed mesh straight into the item's mesh.
 
-#include "stl/BuildFlattening.h"
+#include "flattening/BuildFlattening.h"
 
 #include "mesh/PartFlags.h"
 
