@@ -1,10 +1,14 @@
 // Projects as today's slicers save them: components that name objects in
 // other model parts, parts that name each other, dangling references, held to
-// the independent expectations of expected_meshes.py; and the bounds of
-// flattening: the limit over the whole build checked before anything is
-// copied, copies that add nothing, and long chains.
+// the independent expectations of expected_meshes.py; the parts of their
+// objects as the read options ask for them; and the bounds of flattening:
+// the limit over the whole build checked before anything is copied, copies
+// that add nothing, and long chains.
 #include "import/ImportSupport.h"
 #include "import/SlicerReadSupport.h"
+#include "project/ProjectTestSupport.h"
+
+#include "format3mf/PartRole.h"
 
 #include "format3mf/Exception.h"
 
@@ -12,11 +16,15 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 using namespace slicer;
 using namespace Format_3MF;
 
 namespace
 {
+using Parts = std::vector<std::pair<std::string, std::string>>;
+
 // Each level places the one below `fan` times, side by side.
 std::string FanOut(int levels, int fan)
 {
@@ -55,7 +63,6 @@ TEST(SlicerProjects, PartsReadOnceCyclesFailDanglingReferencesWarn)
                                    Assembly(3, ComponentElement(1, "", "1 0 0 0 1 0 0 0 1 0 0 5") +
                                                    ComponentElement(1, o2, "0 1 0 -1 0 0 0 0 1 4 4 0")));
     std::string const part2 = Part(box, "", "inch");
-    using Parts = std::vector<std::pair<std::string, std::string>>;
     struct Case
     {
         char const* name;
@@ -152,6 +159,120 @@ TEST(SlicerProjects, PartsReadOnceCyclesFailDanglingReferencesWarn)
         }
     }
     ExpectToolMatchesOracle(read);
+}
+
+// The parts of a project's objects as the options ask for them, worked out
+// by hand from the settings: as one part, the printable parts make one mesh
+// and the others stay apart with their roles; two parts that place one mesh
+// (an object merged from two copies) each take the filament of its own entry.
+TEST(SlicerProjects, PartsAsTheReadOptionsAskForThem)
+{
+    std::string const filaments = R"({"filament_colour": ["#FF0000", "#00FF00", "#0000FF"]})";
+    std::string volumes;
+    for (auto const& [first, type, extruder] : {std::tuple{0, "ModelPart", 1},
+                                                {3, "ParameterModifier", 0},
+                                                {6, "ModelPart", 2},
+                                                {9, "NegativeVolume", 0}})
+    {
+        volumes += "<volume firstid=\"" + std::to_string(first) + "\" lastid=\"" + std::to_string(first + 2) +
+                   "\"><metadata type=\"volume\" key=\"volume_type\" value=\"" + type +
+                   "\"/><metadata type=\"volume\" key=\"extruder\" value=\"" + std::to_string(extruder) +
+                   "\"/></volume>";
+    }
+    Parts const prusa = {
+        {"Metadata/Slic3r_PE_model.config", "<config><object id=\"1\">" + volumes + "</object></config>"},
+        {"Metadata/Slic3r_PE.config", "; filament_colour = #FF0000;#00FF00;#0000FF\n"}};
+    std::string const objectFile = "3D/Objects/object_1.model";
+    Parts const copies = {
+        {objectFile, Part(MeshObject(1, BoxMesh(10, 10, 10)))},
+        {"Metadata/model_settings.config",
+         R"(<config><object id="2"><part id="1"><metadata key="extruder" value="2"/></part>)"
+         R"(<part id="1"><metadata key="extruder" value="3"/></part></object></config>)"},
+        {"Metadata/project_settings.config", filaments}};
+    std::string const copiesRoot =
+        Part(Assembly(2, ComponentElement(1, "/" + objectFile) +
+                             ComponentElement(1, "/" + objectFile, "1 0 0 0 1 0 0 0 1 20 0 0")),
+             Item(2));
+    using Counts = std::map<std::string, std::size_t>;
+    struct Made
+    {
+        PartRole role;
+        Counts colours;
+    };
+    struct Case
+    {
+        char const* what;
+        bool slicerLayout;
+        std::string root;
+        Parts parts;
+        bool asOnePart;
+        bool nonPrintable;
+        std::vector<Made> meshes;
+    };
+    std::string const prusaRoot = Part(MeshObject(1, BoxMesh(10, 10, 10)), Item(1));
+    Made const modifier{PartRole::Modifier, {{"none", 3}}};
+    Made const negative{PartRole::NegativeVolume, {{"none", 3}}};
+    std::vector<Case> const cases = {
+        {"volumes apart",
+         false,
+         prusaRoot,
+         prusa,
+         false,
+         true,
+         {{PartRole::Printable, {{"#FF0000", 3}}},
+          modifier,
+          {PartRole::Printable, {{"#00FF00", 3}}},
+          negative}},
+        {"volumes as one part",
+         false,
+         prusaRoot,
+         prusa,
+         true,
+         true,
+         {{PartRole::Printable, {{"#FF0000", 3}, {"#00FF00", 3}}}, modifier, negative}},
+        {"printable volumes as one part",
+         false,
+         prusaRoot,
+         prusa,
+         true,
+         false,
+         {{PartRole::Printable, {{"#FF0000", 3}, {"#00FF00", 3}}}}},
+        {"two parts of one mesh",
+         true,
+         copiesRoot,
+         copies,
+         false,
+         false,
+         {{PartRole::Printable, {{"#00FF00", 12}}}, {PartRole::Printable, {{"#0000FF", 12}}}}},
+    };
+    PackageScratch scratch;
+    for (Case const& test : cases)
+    {
+        SCOPED_TRACE(test.what);
+        std::wstring const file = scratch.File(std::string(test.what) + ".3mf");
+        if (test.slicerLayout)
+        {
+            WriteSlicerPackage(file, test.root, test.parts);
+        }
+        else
+        {
+            WriteModelPackage(file, test.root, test.parts);
+        }
+        format3mf::import::ImportSettings settings;
+        settings.projectParts = true;
+        settings.asOnePart = test.asOnePart;
+        settings.nonPrintableParts = test.nonPrintable;
+        auto const read = format3mf::import::ImportFile(file, settings);
+        ASSERT_EQ(format3mf::import::Importer::Success, read.status) << Joined(read.errors);
+        EXPECT_EQ("", Joined(read.warnings));
+        ASSERT_EQ(test.meshes.size(), read.meshes.size());
+        ASSERT_EQ(test.meshes.size(), read.roles.size());
+        for (std::size_t i = 0; i < read.meshes.size(); ++i)
+        {
+            EXPECT_EQ(test.meshes[i].role, read.roles[i]) << i;
+            EXPECT_EQ(test.meshes[i].colours, ColourCounts(*read.meshes[i])) << i;
+        }
+    }
 }
 
 // A trillion copies of an object without geometry add nothing and cost
