@@ -23,8 +23,6 @@ using namespace Format_3MF;
 
 namespace
 {
-using Parts = std::vector<std::pair<std::string, std::string>>;
-
 // Each level places the one below `fan` times, side by side.
 std::string FanOut(int levels, int fan)
 {
@@ -55,6 +53,7 @@ TEST(SlicerProjects, PartsReadOnceCyclesFailDanglingReferencesWarn)
     std::string const slices = "http://schemas.microsoft.com/3dmanufacturing/slice/2015/07";
     std::string const box = MeshObject(1, BoxMesh(1, 1, 1));
     std::string const self = "/3D/3dmodel.model";
+    using Parts = std::vector<std::pair<std::string, std::string>>;
     // Items and components with transforms, components in a related part
     // that name objects of the same and of the other related part (with and
     // without the leading slash), a part in inches, a component-only object
@@ -167,111 +166,78 @@ TEST(SlicerProjects, PartsReadOnceCyclesFailDanglingReferencesWarn)
 // (an object merged from two copies) each take the filament of its own entry.
 TEST(SlicerProjects, PartsAsTheReadOptionsAskForThem)
 {
-    std::string const filaments = R"({"filament_colour": ["#FF0000", "#00FF00", "#0000FF"]})";
+    // PrusaSlicer volumes of three triangles each: printed with extruder 1, a
+    // modifier, printed with extruder 2, a negative volume.
     std::string volumes;
-    for (auto const& [first, type, extruder] : {std::tuple{0, "ModelPart", 1},
-                                                {3, "ParameterModifier", 0},
-                                                {6, "ModelPart", 2},
-                                                {9, "NegativeVolume", 0}})
+    for (auto const& [first, type, extruder] : {std::tuple{0, "ModelPart", "1"},
+                                                {3, "ParameterModifier", "0"},
+                                                {6, "ModelPart", "2"},
+                                                {9, "NegativeVolume", "0"}})
     {
         volumes += "<volume firstid=\"" + std::to_string(first) + "\" lastid=\"" + std::to_string(first + 2) +
-                   "\"><metadata type=\"volume\" key=\"volume_type\" value=\"" + type +
-                   "\"/><metadata type=\"volume\" key=\"extruder\" value=\"" + std::to_string(extruder) +
-                   "\"/></volume>";
+                   R"("><metadata key="volume_type" value=")" + type +
+                   R"("/><metadata key="extruder" value=")" + extruder + R"("/></volume>)";
     }
-    Parts const prusa = {
-        {"Metadata/Slic3r_PE_model.config", "<config><object id=\"1\">" + volumes + "</object></config>"},
-        {"Metadata/Slic3r_PE.config", "; filament_colour = #FF0000;#00FF00;#0000FF\n"}};
-    std::string const objectFile = "3D/Objects/object_1.model";
-    Parts const copies = {
-        {objectFile, Part(MeshObject(1, BoxMesh(10, 10, 10)))},
-        {"Metadata/model_settings.config",
-         R"(<config><object id="2"><part id="1"><metadata key="extruder" value="2"/></part>)"
-         R"(<part id="1"><metadata key="extruder" value="3"/></part></object></config>)"},
-        {"Metadata/project_settings.config", filaments}};
-    std::string const copiesRoot =
-        Part(Assembly(2, ComponentElement(1, "/" + objectFile) +
-                             ComponentElement(1, "/" + objectFile, "1 0 0 0 1 0 0 0 1 20 0 0")),
-             Item(2));
-    using Counts = std::map<std::string, std::size_t>;
-    struct Made
-    {
-        PartRole role;
-        Counts colours;
-    };
+    PackageScratch scratch;
+    std::wstring const prusa = scratch.File("volumes.3mf");
+    WriteModelPackage(
+        prusa, Part(MeshObject(1, BoxMesh(10, 10, 10)), Item(1)),
+        {{"Metadata/Slic3r_PE_model.config", R"(<config><object id="1">)" + volumes + "</object></config>"},
+         {"Metadata/Slic3r_PE.config", "; filament_colour = #FF0000;#00FF00;#0000FF\n"}});
+    // One object placing one mesh twice, each part with its extruder.
+    std::wstring const copies = scratch.File("copies.3mf");
+    std::string const object = "/3D/Objects/object_1.model";
+    WriteSlicerPackage(
+        copies,
+        Part(Assembly(2,
+                      ComponentElement(1, object) + ComponentElement(1, object, "1 0 0 0 1 0 0 0 1 20 0 0")),
+             Item(2)),
+        {{object.substr(1), Part(MeshObject(1, BoxMesh(10, 10, 10)))},
+         {"Metadata/model_settings.config",
+          R"(<config><object id="2"><part id="1"><metadata key="extruder" value="2"/>)"
+          R"(</part><part id="1"><metadata key="extruder" value="3"/></part></object></config>)"},
+         {"Metadata/project_settings.config", R"({"filament_colour": ["#FF0000", "#00FF00", "#0000FF"]})"}});
+    using Made = std::pair<PartRole, std::map<std::string, std::size_t>>;
     struct Case
     {
         char const* what;
-        bool slicerLayout;
-        std::string root;
-        Parts parts;
+        std::wstring file;
         bool asOnePart;
         bool nonPrintable;
         std::vector<Made> meshes;
     };
-    std::string const prusaRoot = Part(MeshObject(1, BoxMesh(10, 10, 10)), Item(1));
+    Made const red{PartRole::Printable, {{"#FF0000", 3}}};
+    Made const green{PartRole::Printable, {{"#00FF00", 3}}};
+    Made const both{PartRole::Printable, {{"#FF0000", 3}, {"#00FF00", 3}}};
     Made const modifier{PartRole::Modifier, {{"none", 3}}};
     Made const negative{PartRole::NegativeVolume, {{"none", 3}}};
     std::vector<Case> const cases = {
-        {"volumes apart",
-         false,
-         prusaRoot,
-         prusa,
-         false,
-         true,
-         {{PartRole::Printable, {{"#FF0000", 3}}},
-          modifier,
-          {PartRole::Printable, {{"#00FF00", 3}}},
-          negative}},
-        {"volumes as one part",
-         false,
-         prusaRoot,
-         prusa,
-         true,
-         true,
-         {{PartRole::Printable, {{"#FF0000", 3}, {"#00FF00", 3}}}, modifier, negative}},
-        {"printable volumes as one part",
-         false,
-         prusaRoot,
-         prusa,
-         true,
-         false,
-         {{PartRole::Printable, {{"#FF0000", 3}, {"#00FF00", 3}}}}},
+        {"volumes apart", prusa, false, true, {red, modifier, green, negative}},
+        {"volumes as one part", prusa, true, true, {both, modifier, negative}},
+        {"printable volumes as one part", prusa, true, false, {both}},
         {"two parts of one mesh",
-         true,
-         copiesRoot,
          copies,
          false,
          false,
          {{PartRole::Printable, {{"#00FF00", 12}}}, {PartRole::Printable, {{"#0000FF", 12}}}}},
     };
-    PackageScratch scratch;
     for (Case const& test : cases)
     {
         SCOPED_TRACE(test.what);
-        std::wstring const file = scratch.File(std::string(test.what) + ".3mf");
-        if (test.slicerLayout)
-        {
-            WriteSlicerPackage(file, test.root, test.parts);
-        }
-        else
-        {
-            WriteModelPackage(file, test.root, test.parts);
-        }
         format3mf::import::ImportSettings settings;
         settings.projectParts = true;
         settings.asOnePart = test.asOnePart;
         settings.nonPrintableParts = test.nonPrintable;
-        auto const read = format3mf::import::ImportFile(file, settings);
+        auto const read = format3mf::import::ImportFile(test.file, settings);
         ASSERT_EQ(format3mf::import::Importer::Success, read.status) << Joined(read.errors);
         EXPECT_EQ("", Joined(read.warnings));
-        ASSERT_EQ(test.meshes.size(), read.meshes.size());
-        ASSERT_EQ(test.meshes.size(), read.roles.size());
-        for (std::size_t i = 0; i < read.meshes.size(); ++i)
+        std::vector<Made> made;
+        for (std::size_t i = 0; i < read.meshes.size() && i < read.roles.size(); ++i)
         {
-            EXPECT_EQ(test.meshes[i].role, read.roles[i]) << i;
-            EXPECT_EQ(test.meshes[i].colours, ColourCounts(*read.meshes[i])) << i;
+            made.emplace_back(read.roles[i], ColourCounts(*read.meshes[i]));
         }
+        EXPECT_EQ(read.meshes.size(), read.roles.size());
+        EXPECT_EQ(test.meshes, made);
     }
 }
 

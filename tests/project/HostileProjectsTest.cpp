@@ -218,10 +218,15 @@ TEST(HostileProjects, BadSettingsAndPaintGiveTheObjectsPlainReading)
         R"(<vertex x="5" y="5" z="5"/><vertex x="6" y="5" z="5"/>)";
     std::string const late = R"(<triangle v1="3" v2="4" v3="0"/>)";
     // A sliver 2 mm long and 0.2 micrometre wide: of its leaves, the grid
-    // flattens the one of state 2 and turns over those of states 3 and 4.
-    std::string const sliver = Mesh(R"(<vertex x="0" y="0" z="0"/><vertex x="1.0001" y="0.0001" z="0"/>)"
-                                    R"(<vertex x="2.0004" y="0.0003" z="0"/>)",
-                                    R"(<triangle v1="0" v2="1" v3="2" paint_color="480C1C3"/>)");
+    // flattens the one of state 2, the only one at its second corner, and
+    // turns over those of states 3 and 4.
+    std::string const sliverVertices = R"(<vertex x="0" y="0" z="0"/><vertex x="1.0001" y="0.0001" z="0"/>)"
+                                       R"(<vertex x="2.0004" y="0.0003" z="0"/>)";
+    std::string const sliver = R"(<triangle v1="0" v2="1" v3="2" paint_color="480C1C3"/>)";
+    std::string const thin =
+        "The paint of object 1 of /3D/Objects/object_1.model splits very thin triangles whose "
+        "leaves the 0.1 micrometre grid of the mesh distorts: 1 without area are left out, 2 "
+        "turned over are turned back.";
     std::string const extruder9 =
         R"(<config><object id="2"><metadata key="extruder" value="9"/><part id="1"/></object></config>)";
     std::string const beyond = "they print with filament 1, as the slicers print them.";
@@ -268,11 +273,17 @@ TEST(HostileProjects, BadSettingsAndPaintGiveTheObjectsPlainReading)
          kBambuObjects,
          kBambuFilaments,
          "",
-         "The paint of object 1 of /3D/Objects/object_1.model splits very thin triangles whose leaves the "
-         "0.1 "
-         "micrometre grid of the mesh distorts: 1 without area are left out, 2 turned over are turned back.",
+         thin,
          {{{"#FF0000", 1}, {"#0000FF", 1}, {"#FFFFFF", 1}}},
-         sliver},
+         Mesh(sliverVertices, sliver)},
+        {"a very thin painted triangle, paint not read",
+         false,
+         kBambuObjects,
+         kBambuFilaments,
+         "",
+         "the paint \"X\" of triangle 1 is not paint",
+         {},
+         Mesh(sliverVertices, sliver + R"(<triangle v1="0" v2="2" v3="1" paint_color="X"/>)")},
         {"support, seam and fuzzy-skin paint, Bambu Studio",
          false,
          kBambuObjects,

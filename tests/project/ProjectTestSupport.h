@@ -15,7 +15,6 @@
 #include "triangles/MStlPoint.h"
 #include "triangles/MStlTriangle.h"
 
-#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <map>
@@ -99,61 +98,36 @@ inline std::size_t TotalTriangles(std::vector<std::unique_ptr<MStlBase>> const& 
     return total;
 }
 
-inline std::string QuotedPath(std::wstring const& file)
-{
-    return "'" + StringConversion::ConvertNativeToUTF8(file) + "'";
-}
-
-// A triangle as the oracle gives it: its corners in internal units and the
-// state of its paint (0: unpainted).
-struct OracleTriangle
-{
-    std::array<std::array<std::int64_t, 3>, 3> corners;
-    unsigned state;
-};
-
-// The triangles of every mesh of a file, in order, as
-// tests/import/expected_meshes.py reads the file and splits its paint.
-inline std::vector<OracleTriangle> OracleTriangles(std::wstring const& file)
-{
-    CommandOutput const output =
-        RunCommand("python3 '" FORMAT3MF_SOURCE_DIR "/tests/import/expected_meshes.py' --paint --triangles " +
-                   QuotedPath(file));
-    EXPECT_EQ(0, output.status) << output.text;
-    std::vector<OracleTriangle> triangles;
-    std::istringstream lines(output.text);
-    for (std::string line; std::getline(lines, line);)
-    {
-        std::istringstream fields(line.substr(line.find('\t') + 1));
-        int mesh = 0;
-        OracleTriangle triangle{};
-        fields >> mesh;
-        for (auto& corner : triangle.corners)
-        {
-            fields >> corner[0] >> corner[1] >> corner[2];
-        }
-        fields >> triangle.state;
-        EXPECT_FALSE(fields.fail()) << line;
-        triangles.push_back(triangle);
-    }
-    return triangles;
-}
-
-// The meshes hold the oracle's triangles of the file, in order: each with
-// the same corners, whichever it starts from, to a step of the grid (the
-// placement rounds), and, where `stateColours` names them, in the colour of
-// its state (the first for state 0, the part's colour).
+// The meshes hold, in order, the triangles that tests/import/expected_meshes.py
+// makes of the file, its painted triangles split by its own decoding of the
+// paint: each with the same corners, whichever it starts from, to a step of
+// the grid (the placement rounds), and, where `stateColours` names them, in
+// the colour of its state (the first for state 0: the part's colour).
 inline void ExpectOracleTriangles(std::vector<std::unique_ptr<MStlBase>> const& meshes,
                                   std::wstring const& file, std::vector<std::string> const& stateColours = {})
 {
-    std::vector<OracleTriangle> const expected = OracleTriangles(file);
-    ASSERT_EQ(expected.size(), TotalTriangles(meshes));
+    CommandOutput const oracle = RunCommand("python3 '" FORMAT3MF_SOURCE_DIR
+                                            "/tests/import/expected_meshes.py' --paint --triangles '" +
+                                            StringConversion::ConvertNativeToUTF8(file) + "'");
+    ASSERT_EQ(0, oracle.status) << oracle.text;
+    std::istringstream lines(oracle.text);
+    std::string line;
     std::size_t next = 0;
     for (auto const& mesh : meshes)
     {
         for (std::uint32_t i = 0; i < mesh->GetNumberOfTriangles(); ++i, ++next)
         {
-            OracleTriangle const& want = expected[next];
+            ASSERT_TRUE(std::getline(lines, line)) << "the oracle has " << next << " triangles";
+            // The mesh's index, the corners, the state.
+            std::istringstream fields(line.substr(line.find('\t') + 1));
+            std::int64_t values[10] = {};
+            unsigned state = 0;
+            for (std::int64_t& value : values)
+            {
+                fields >> value;
+            }
+            fields >> state;
+            ASSERT_FALSE(fields.fail()) << line;
             MStlTriangle const& triangle = mesh->TriangleAt(i);
             bool same = false;
             for (unsigned start = 0; start < 3 && !same; ++start)
@@ -165,17 +139,17 @@ inline void ExpectOracleTriangles(std::vector<std::unique_ptr<MStlBase>> const& 
                     for (unsigned axis = 0; axis < 3; ++axis)
                     {
                         same = same &&
-                               std::llabs(point.GetCoordinates()[axis] - want.corners[corner][axis]) <= 1;
+                               std::llabs(point.GetCoordinates()[axis] - values[1 + 3 * corner + axis]) <= 1;
                     }
                 }
             }
-            ASSERT_TRUE(same) << "triangle " << next << " of " << expected.size();
+            ASSERT_TRUE(same) << "triangle " << next << ", the oracle's " << line;
             if (!stateColours.empty())
             {
-                ASSERT_LT(want.state, stateColours.size());
-                ASSERT_EQ(stateColours[want.state], ColourText(triangle.GetColor()))
-                    << "triangle " << next << " of state " << want.state;
+                ASSERT_LT(state, stateColours.size());
+                ASSERT_EQ(stateColours[state], ColourText(triangle.GetColor())) << "triangle " << next;
             }
         }
     }
+    EXPECT_FALSE(std::getline(lines, line)) << "the oracle has more than " << next << " triangles";
 }
