@@ -95,25 +95,36 @@ Importer::ErrorStatus Importer::Operate(std::shared_ptr<OndSDK::Common::IProgres
     {
         throw std::logic_error("Importer: no output vector was set.");
     }
+    // As one part, the printable parts go into one mesh: the caller's last
+    // part, else the first of them. Parts that are not printed stay meshes of
+    // their own with their roles: merged, they would be printed.
+    MStlBase* onePart = m_importAsOnePart && !m_outputParts->empty() ? m_outputParts->back().get() : nullptr;
+    // The caller's part counts among the parts of this import once a part
+    // goes into it; it stands before every part appended.
+    bool callersRoleDue = onePart != nullptr;
     for (std::size_t i = 0; i < parts.size(); ++i)
     {
-        if (roles[i] != Format_3MF::PartRole::Printable && !m_importNonPrintableParts)
+        bool const printable = roles[i] == Format_3MF::PartRole::Printable;
+        if (!printable && !m_importNonPrintableParts)
         {
             continue;
         }
-        if (m_importAsOnePart && !m_outputParts->empty())
+        if (m_importAsOnePart && printable && onePart != nullptr)
         {
-            MergeStlInto(parts[i].get(), m_outputParts->back().get());
-            if (m_roles.empty())
+            MergeStlInto(parts[i].get(), onePart);
+            if (callersRoleDue)
             {
-                m_roles.push_back(Format_3MF::PartRole::Printable);
+                m_roles.insert(m_roles.begin(), Format_3MF::PartRole::Printable);
+                callersRoleDue = false;
             }
+            continue;
         }
-        else
+        if (m_importAsOnePart && printable)
         {
-            m_outputParts->push_back(std::move(parts[i]));
-            m_roles.push_back(m_importAsOnePart ? Format_3MF::PartRole::Printable : roles[i]);
+            onePart = parts[i].get();
         }
+        m_outputParts->push_back(std::move(parts[i]));
+        m_roles.push_back(roles[i]);
     }
     for (auto const& part : *m_outputParts)
     {

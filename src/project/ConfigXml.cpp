@@ -10,7 +10,9 @@ namespace Format_3MF::project
 {
 namespace
 {
-// Settings nest four levels; a deeper document is not one of them.
+// The settings of today's slicers nest four levels deep (config, object,
+// part or volume, metadata); room is left for what later versions add, but
+// a document nested deeper than this is not settings.
 constexpr std::size_t kMaxDepth = 32;
 
 struct TreeBuilder

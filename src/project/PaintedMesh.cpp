@@ -3,11 +3,13 @@
 #include "project/PaintedMesh.h"
 
 #include "project/PaintedMeshRead.h"
+#include "project/ProjectConfig.h"
 
 #include "triangles/MStlBase.h"
 #include "triangles/MStlPoint.h"
 #include "triangles/MStlTriangle.h"
 
+#include <algorithm>
 #include <memory>
 
 namespace Format_3MF::project
@@ -44,8 +46,8 @@ std::uint64_t GetNumber(std::uint8_t const*& at)
 } // namespace
 
 PaintedMesh::PaintedMesh(MStlBase* stl, ModelFile* modelFile, Object* object, PackageReadContext* context,
-                         std::vector<std::uint32_t> const& filaments)
-    : MeshStlBase(stl, modelFile, object, context), m_filaments(filaments)
+                         ProjectConfig& project)
+    : MeshStlBase(stl, modelFile, object, context), m_filaments(project.filaments), m_tally(project.tally)
 {
 }
 
@@ -76,6 +78,25 @@ void PaintedMesh::NotePainted(std::uint64_t plainIndex, std::uint64_t leaves,
     block.used = std::size_t(at - block.bytes.get());
     m_last = {plainIndex, leaves, corners};
     ++m_plainTriangles;
+    ++m_fileTriangles;
+}
+
+std::uint64_t PaintedMesh::PlainIndex(std::uint64_t fileIndex) const
+{
+    return fileIndex -
+           std::uint64_t(std::lower_bound(m_dropped.begin(), m_dropped.end(), fileIndex) - m_dropped.begin());
+}
+
+void PaintedMesh::NoteFilamentBeyond(std::uint32_t filament)
+{
+    ++m_trianglesBeyond;
+    m_highestBeyond = std::max(m_highestBeyond, filament);
+}
+
+void PaintedMesh::NoteVertices(std::uint64_t count, std::vector<std::uint32_t> points)
+{
+    m_vertexCount = count;
+    m_vertexPoints = std::move(points);
 }
 
 template <typename Visit>
@@ -114,20 +135,24 @@ void PaintedMesh::Fail(std::wstring const& why)
 std::vector<std::uint64_t> PaintedMesh::OutputStarts(std::vector<std::uint64_t> const& plainIndices) const
 {
     std::vector<std::uint64_t> starts;
-    std::uint64_t extra = 0;
+    // The painted triangles so far, and their leaves: a triangle whose
+    // leaves all lack area has none.
+    std::uint64_t painted = 0;
+    std::uint64_t leaves = 0;
     auto next = plainIndices.begin();
     _Walk(
         [&](Entry const& entry)
         {
             for (; next != plainIndices.end() && *next <= entry.plainIndex; ++next)
             {
-                starts.push_back(*next + extra);
+                starts.push_back(*next - painted + leaves);
             }
-            extra += entry.leaves - 1;
+            ++painted;
+            leaves += entry.leaves;
         });
     for (; next != plainIndices.end(); ++next)
     {
-        starts.push_back(*next + extra);
+        starts.push_back(*next - painted + leaves);
     }
     return starts;
 }
@@ -140,12 +165,17 @@ void PaintedMesh::Revert()
     plain->GetMaterial() = painted.GetMaterial();
     plain->m_partIsSolid = painted.m_partIsSolid;
     plain->m_partIsSupport = painted.m_partIsSupport;
-    std::vector<MStlPoint*> points;
-    points.reserve(std::size_t(m_vertexCount));
-    for (std::uint32_t i = 0; i < m_vertexCount && i < painted.GetNumberOfPoints(); ++i)
+    // The plain point of each point of the painted mesh that is a vertex.
+    std::vector<MStlPoint*> points(
+        std::size_t(m_vertexPoints.empty() ? m_vertexCount : painted.GetNumberOfPoints()), nullptr);
+    for (std::uint64_t i = 0; i < m_vertexCount; ++i)
     {
-        MStlPoint const& point = painted.PointAt(i);
-        points.push_back(plain->AddPoint(point.GetX(), point.GetY(), point.GetZ()));
+        std::uint32_t const at = m_vertexPoints.empty() ? std::uint32_t(i) : m_vertexPoints[i];
+        if (at < painted.GetNumberOfPoints())
+        {
+            MStlPoint const& point = painted.PointAt(at);
+            points[at] = plain->AddPoint(point.GetX(), point.GetY(), point.GetZ());
+        }
     }
     auto point = [&points](std::uint32_t index) -> MStlPoint*
     { return index < points.size() ? points[index] : nullptr; };
@@ -169,9 +199,12 @@ void PaintedMesh::Revert()
         [&](Entry const& entry)
         {
             copyUpTo(entry.plainIndex);
-            auto corner = [&](std::uint64_t where) {
-                return point(
-                    painted.TriangleAt(output + std::uint32_t(where / 3)).GetPointIndex(unsigned(where % 3)));
+            auto corner = [&](std::uint64_t where)
+            {
+                std::uint64_t const slots = 3 * entry.leaves;
+                return point(where >= slots ? std::uint32_t(where - slots)
+                                            : painted.TriangleAt(output + std::uint32_t(where / 3))
+                                                  .GetPointIndex(unsigned(where % 3)));
             };
             plain->AddTriangle(corner(entry.corners[0]), corner(entry.corners[1]), corner(entry.corners[2]));
             ++plainIndex;

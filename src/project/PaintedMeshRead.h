@@ -29,8 +29,9 @@ private:
     // the triangle is to be read plain (no usable paint, or vertex indices
     // that the core reader refuses or reports).
     bool _AddPainted(int v1, int v2, int v3, std::string_view code);
-    // Counts what the core reader did with a triangle: `before` is the mesh's
-    // triangle count before it read the element.
+    // Counts what the core reader did with a triangle it took, kept or
+    // dropped: `before` is the mesh's triangle count before it read the
+    // element.
     void _CountPlain(std::size_t before);
     std::size_t _Triangles() const;
 

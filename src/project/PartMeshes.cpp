@@ -87,11 +87,11 @@ std::set<Object const*> RevertFailedPaint(ModelFile& root, std::vector<std::wstr
                                        L" triangles of " + DescribeObject(*object) +
                                        L" is not read: the project lists no filament colours.");
                 }
-                if (mesh->GetSupportOrSeamTriangles() != 0)
+                if (mesh->GetOtherPaintTriangles() != 0)
                 {
-                    warnings.push_back(L"The support and seam paint of " +
-                                       std::to_wstring(mesh->GetSupportOrSeamTriangles()) +
-                                       L" triangles of " + DescribeObject(*object) + L" is not read.");
+                    warnings.push_back(L"The support, seam and fuzzy-skin paint of " +
+                                       std::to_wstring(mesh->GetOtherPaintTriangles()) + L" triangles of " +
+                                       DescribeObject(*object) + L" is not read.");
                 }
             }
         });

@@ -38,8 +38,8 @@ std::unique_ptr<MStlBase> CopyTriangles(MStlBase const& source, std::uint64_t fi
                                         MMTransformMatrix const& placement);
 
 // Puts every mesh of the model whose paint could not be read back to its
-// plain reading, and reports it and the support and seam paint that is not
-// read. Returns the objects of those meshes.
+// plain reading, and reports it and the support, seam and fuzzy-skin paint
+// that is not read. Returns the objects of those meshes.
 std::set<Object const*> RevertFailedPaint(ModelFile& root, std::vector<std::wstring>& warnings);
 
 // Puts the meshes of an object and of the objects it places back to their

@@ -116,6 +116,13 @@ std::unique_ptr<ProjectConfig> ReadProjectConfig(MZipArchive& archive, std::vect
     for (auto& [id, object] : config->objects)
     {
         object.source = objectsSource;
+        if (object.entries > 1)
+        {
+            warnings.push_back(L"The project settings " + objectsSource + L" describe object " +
+                               std::to_wstring(id) + L" in " + std::to_wstring(object.entries) +
+                               L" entries; its parts are taken from all of them, its name and extruder from "
+                               L"the last that gives them.");
+        }
     }
     return config;
 }

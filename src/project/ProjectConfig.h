@@ -41,6 +41,19 @@ struct ObjectConfig
     // Set when the description itself is unusable; the object is then read
     // plain with this warning.
     std::wstring problem;
+    // The "object" entries of the settings part that describe it: more than
+    // one are merged, with a warning.
+    int entries = 0;
+};
+
+// The points and triangles that the meshes of a read hold so far. Paint
+// makes far more triangles than a file of its size holds, so its leaves are
+// counted against the bound of a read as they are made, not after.
+struct ReadTally
+{
+    std::uint64_t limit = 0;
+    std::uint64_t points = 0;
+    std::uint64_t triangles = 0;
 };
 
 struct ProjectConfig
@@ -55,6 +68,8 @@ struct ProjectConfig
     std::vector<std::uint32_t> filaments;
     // The part the colours come from, for messages.
     std::wstring filamentSource;
+    // Filled by the meshes as they are read.
+    ReadTally tally;
 };
 
 // Reads the settings of a slicer project from its archive. Null when the

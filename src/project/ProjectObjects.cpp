@@ -150,9 +150,14 @@ std::string ReadObjects(std::string const& text, ProjectConfig& config, std::str
         {
             continue;
         }
+        // A second entry of one object adds its parts; a name or an extruder
+        // it gives stands before the first one's.
         ObjectConfig& object = config.objects[id];
-        object.name = Name(element);
-        object.extruder = Extruder(element, L"the object", object.problem);
+        ++object.entries;
+        std::wstring const name = Name(element);
+        int const extruder = Extruder(element, L"the object", object.problem);
+        object.name = name.empty() ? object.name : name;
+        object.extruder = extruder == 0 ? object.extruder : extruder;
         for (ConfigElement const& child : element.children)
         {
             if (child.name != childName)

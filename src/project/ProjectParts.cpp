@@ -115,26 +115,6 @@ private:
             problem = m_config.partsByTriangleRange ? _PlanRanges(object, described, transform, parts)
                                                     : _PlanComponents(object, described, transform, parts);
         }
-        for (PlannedPart const& part : parts)
-        {
-            if (!problem.empty())
-            {
-                break;
-            }
-            if (m_failed.count(part.source) != 0)
-            {
-                // Its paint was reported already.
-                return false;
-            }
-            int const extruder = _Extruder(described, part.config);
-            if (!m_config.filaments.empty() && std::size_t(extruder) > m_config.filaments.size() &&
-                _Role(part.config) == PartRole::Printable)
-            {
-                problem = _Name(described, part) + L" prints with extruder " + std::to_wstring(extruder) +
-                          L", beyond the " + std::to_wstring(m_config.filaments.size()) + L" filaments of " +
-                          m_config.filamentSource;
-            }
-        }
         if (!problem.empty())
         {
             m_warnings.push_back(L"The parts of " + DescribeObject(object) + L" are not read from " +
@@ -142,24 +122,109 @@ private:
                                  L"; the object is read as one printable mesh.");
             return false;
         }
+        for (PlannedPart const& part : parts)
+        {
+            if (m_failed.count(part.source) != 0)
+            {
+                // Its paint was reported already.
+                return false;
+            }
+        }
+        _ReportAdjustments(object, described, parts);
         return true;
     }
 
+    // What reading the parts adjusts as the slicers do, one warning of each
+    // kind for an object: extruders beyond the filament list print with the
+    // first filament (PrusaSlicer takes an extruder past the last for the
+    // first), and leaves of very thin triangles that the grid distorts are
+    // left out or turned back.
+    void _ReportAdjustments(Object const& object, ObjectConfig const& described,
+                            std::vector<PlannedPart> const& parts)
+    {
+        std::size_t const filaments = m_config.filaments.size();
+        std::vector<std::wstring> beyond;
+        std::uint64_t paintBeyond = 0;
+        std::uint32_t highest = 0;
+        std::set<Object const*> sources;
+        for (PlannedPart const& part : parts)
+        {
+            int const extruder = _Extruder(described, part.config);
+            if (filaments != 0 && std::size_t(extruder) > filaments &&
+                _Role(part.config) == PartRole::Printable)
+            {
+                beyond.push_back(_Name(described, part) + L" prints with extruder " +
+                                 std::to_wstring(extruder));
+            }
+            auto const* const painted = dynamic_cast<PaintedMesh const*>(part.source->m_mesh.get());
+            if (painted == nullptr || !sources.insert(part.source).second)
+            {
+                continue;
+            }
+            paintBeyond += painted->GetTrianglesBeyond();
+            highest = std::max(highest, painted->GetHighestFilamentBeyond());
+            if ((painted->GetFlatLeaves() != 0 || painted->GetTurnedLeaves() != 0) &&
+                m_thinReported.insert(part.source).second)
+            {
+                m_warnings.push_back(
+                    L"The paint of " + DescribeObject(*part.source) +
+                    L" splits very thin triangles whose leaves the 0.1 micrometre grid of the "
+                    L"mesh distorts: " +
+                    std::to_wstring(painted->GetFlatLeaves()) + L" without area are left out, " +
+                    std::to_wstring(painted->GetTurnedLeaves()) + L" turned over are turned back.");
+            }
+        }
+        if (paintBeyond != 0)
+        {
+            beyond.push_back(L"the paint of " + std::to_wstring(paintBeyond) +
+                             L" triangles names filaments up to " + std::to_wstring(highest));
+        }
+        if (beyond.empty() || !m_beyondReported.insert(&object).second)
+        {
+            return;
+        }
+        // A few named are enough to find them.
+        constexpr std::size_t kNamed = 3;
+        std::wstring named;
+        for (std::size_t i = 0; i < beyond.size() && i < kNamed; ++i)
+        {
+            named += (i == 0 ? L"" : L", ") + beyond[i];
+        }
+        if (beyond.size() > kNamed)
+        {
+            named += L" and " + std::to_wstring(beyond.size() - kNamed) + L" more";
+        }
+        m_warnings.push_back(L"The parts of " + DescribeObject(object) + L" name extruders beyond the " +
+                             std::to_wstring(filaments) + L" filaments of " + m_config.filamentSource +
+                             L" (" + named + L"); they print with filament 1, as the slicers print them.");
+    }
+
     // Bambu Studio and its kin: each component places a part, which the
-    // settings name by the component's object.
+    // settings name by the component's object. The parts are listed in the
+    // order of the components: two parts of one mesh (copies of an object
+    // merged into one) are told apart by that order.
     std::wstring _PlanComponents(Object const& object, ObjectConfig const& described,
                                  MMTransformMatrix const& transform, std::vector<PlannedPart>& parts)
     {
-        auto find = [&described](int id) -> PartConfig const*
+        std::vector<bool> taken(described.parts.size(), false);
+        // The first part of that id not yet taken, else the first of that id.
+        auto find = [&described, &taken](int id) -> PartConfig const*
         {
-            for (PartConfig const& part : described.parts)
+            PartConfig const* first = nullptr;
+            for (std::size_t i = 0; i < described.parts.size(); ++i)
             {
-                if (part.id == id)
+                if (described.parts[i].id != id)
                 {
-                    return &part;
+                    continue;
                 }
+                if (!taken[i])
+                {
+                    taken[i] = true;
+                    return &described.parts[i];
+                }
+                first = first != nullptr ? first : &described.parts[i];
             }
-            return nullptr;
+            return first;
         };
         if (object.m_mesh != nullptr)
         {
@@ -188,7 +253,8 @@ private:
         {
             return L"it is not one mesh, which its volumes would divide";
         }
-        std::uint64_t const triangles = mesh->GetPlainTriangleCount();
+        // As the slicer numbers them: also those the reading leaves out.
+        std::uint64_t const triangles = mesh->GetFileTriangleCount();
         std::uint64_t next = 0;
         for (PartConfig const& part : described.parts)
         {
@@ -251,11 +317,12 @@ private:
         MMTransformMatrix const placement =
             ConvertTransformationFileUnitsToInternalUnits(part.transform, m_root.GetUnits());
         if (part.range && (part.first != 0 || m_uses[&object] != 1 ||
-                           part.end != static_cast<PaintedMesh*>(binding)->GetPlainTriangleCount()))
+                           part.end != static_cast<PaintedMesh*>(binding)->GetFileTriangleCount()))
         {
             // The range in the mesh, where painted triangles stand as their leaves.
             auto const* const painted = static_cast<PaintedMesh const*>(binding);
-            std::vector<std::uint64_t> const starts = painted->OutputStarts({part.first, part.end});
+            std::vector<std::uint64_t> const starts =
+                painted->OutputStarts({painted->PlainIndex(part.first), painted->PlainIndex(part.end)});
             _Check(0, starts[1] - starts[0], false);
             mesh = CopyTriangles(*painted->m_stl, starts[0], starts[1], placement);
         }
@@ -278,7 +345,8 @@ private:
         std::optional<std::uint32_t> colour;
         if (role == PartRole::Printable && !m_config.filaments.empty())
         {
-            colour = m_config.filaments[std::size_t(_Extruder(described, part.config)) - 1];
+            std::size_t const extruder = std::size_t(_Extruder(described, part.config));
+            colour = m_config.filaments[extruder <= m_config.filaments.size() ? extruder - 1 : 0];
         }
         _Add(std::move(mesh), role, colour);
     }
@@ -330,6 +398,10 @@ private:
     std::uint64_t const m_maxElements;
     std::vector<std::wstring>& m_warnings;
     std::set<Object const*> m_failed;
+    // The objects whose adjustments were reported: once, however often
+    // they are placed.
+    std::set<Object const*> m_beyondReported;
+    std::set<Object const*> m_thinReported;
     std::unordered_map<Object const*, std::size_t> m_uses;
     std::uint64_t m_points = 0;
     std::uint64_t m_triangles = 0;

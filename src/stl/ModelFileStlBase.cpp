@@ -40,6 +40,11 @@ void ModelFileStlBase::_OnRead(PackageReadContext* context)
         context->m_packageRead->GetArchive() != nullptr)
     {
         m_project = project::ReadProjectConfig(*context->m_packageRead->GetArchive(), context->m_warnings);
+        if (m_project)
+        {
+            // Paint is stopped at the bound of a read as it is made.
+            m_project->tally.limit = kMaxFlattenedElements;
+        }
     }
     ModelFile::_OnRead(context);
 }
@@ -60,7 +65,7 @@ IMesh* ModelFileStlBase::_CreateMesh(Object* object, PackageReadContext* context
     auto stl = std::make_unique<MStlBase>();
     MeshStlBase* const mesh =
         stlRoot != nullptr && stlRoot->m_project
-            ? new project::PaintedMesh(stl.get(), this, object, context, stlRoot->m_project->filaments)
+            ? new project::PaintedMesh(stl.get(), this, object, context, *stlRoot->m_project)
             : new MeshStlBase(stl.get(), this, object, context);
     mesh->SetStl(stl.get(), true);
     if (object != nullptr)

@@ -1,16 +1,22 @@
 // Projects as today's slicers save them: components that name objects in
 // other model parts, parts that name each other, dangling references, held to
-// the independent expectations of expected_meshes.py; and the bounds of
-// flattening: the limit over the whole build checked before anything is
-// copied, copies that add nothing, and long chains.
+// the independent expectations of expected_meshes.py; the parts of their
+// objects as the read options ask for them; and the bounds of flattening:
+// the limit over the whole build checked before anything is copied, copies
+// that add nothing, and long chains.
 #include "import/ImportSupport.h"
 #include "import/SlicerReadSupport.h"
+#include "project/ProjectTestSupport.h"
+
+#include "format3mf/PartRole.h"
 
 #include "format3mf/Exception.h"
 
 #include "flattening/BuildFlattening.h"
 
 #include <gtest/gtest.h>
+
+#include <tuple>
 
 using namespace slicer;
 using namespace Format_3MF;
@@ -47,6 +53,7 @@ TEST(SlicerProjects, PartsReadOnceCyclesFailDanglingReferencesWarn)
     std::string const slices = "http://schemas.microsoft.com/3dmanufacturing/slice/2015/07";
     std::string const box = MeshObject(1, BoxMesh(1, 1, 1));
     std::string const self = "/3D/3dmodel.model";
+    using Parts = std::vector<std::pair<std::string, std::string>>;
     // Items and components with transforms, components in a related part
     // that name objects of the same and of the other related part (with and
     // without the leading slash), a part in inches, a component-only object
@@ -55,7 +62,6 @@ TEST(SlicerProjects, PartsReadOnceCyclesFailDanglingReferencesWarn)
                                    Assembly(3, ComponentElement(1, "", "1 0 0 0 1 0 0 0 1 0 0 5") +
                                                    ComponentElement(1, o2, "0 1 0 -1 0 0 0 0 1 4 4 0")));
     std::string const part2 = Part(box, "", "inch");
-    using Parts = std::vector<std::pair<std::string, std::string>>;
     struct Case
     {
         char const* name;
@@ -152,6 +158,87 @@ TEST(SlicerProjects, PartsReadOnceCyclesFailDanglingReferencesWarn)
         }
     }
     ExpectToolMatchesOracle(read);
+}
+
+// The parts of a project's objects as the options ask for them, worked out
+// by hand from the settings: as one part, the printable parts make one mesh
+// and the others stay apart with their roles; two parts that place one mesh
+// (an object merged from two copies) each take the filament of its own entry.
+TEST(SlicerProjects, PartsAsTheReadOptionsAskForThem)
+{
+    // PrusaSlicer volumes of three triangles each: printed with extruder 1, a
+    // modifier, printed with extruder 2, a negative volume.
+    std::string volumes;
+    for (auto const& [first, type, extruder] : {std::tuple{0, "ModelPart", "1"},
+                                                {3, "ParameterModifier", "0"},
+                                                {6, "ModelPart", "2"},
+                                                {9, "NegativeVolume", "0"}})
+    {
+        volumes += "<volume firstid=\"" + std::to_string(first) + "\" lastid=\"" + std::to_string(first + 2) +
+                   R"("><metadata key="volume_type" value=")" + type +
+                   R"("/><metadata key="extruder" value=")" + extruder + R"("/></volume>)";
+    }
+    PackageScratch scratch;
+    std::wstring const prusa = scratch.File("volumes.3mf");
+    WriteModelPackage(
+        prusa, Part(MeshObject(1, BoxMesh(10, 10, 10)), Item(1)),
+        {{"Metadata/Slic3r_PE_model.config", R"(<config><object id="1">)" + volumes + "</object></config>"},
+         {"Metadata/Slic3r_PE.config", "; filament_colour = #FF0000;#00FF00;#0000FF\n"}});
+    // One object placing one mesh twice, each part with its extruder.
+    std::wstring const copies = scratch.File("copies.3mf");
+    std::string const object = "/3D/Objects/object_1.model";
+    WriteSlicerPackage(
+        copies,
+        Part(Assembly(2,
+                      ComponentElement(1, object) + ComponentElement(1, object, "1 0 0 0 1 0 0 0 1 20 0 0")),
+             Item(2)),
+        {{object.substr(1), Part(MeshObject(1, BoxMesh(10, 10, 10)))},
+         {"Metadata/model_settings.config",
+          R"(<config><object id="2"><part id="1"><metadata key="extruder" value="2"/>)"
+          R"(</part><part id="1"><metadata key="extruder" value="3"/></part></object></config>)"},
+         {"Metadata/project_settings.config", R"({"filament_colour": ["#FF0000", "#00FF00", "#0000FF"]})"}});
+    using Made = std::pair<PartRole, std::map<std::string, std::size_t>>;
+    struct Case
+    {
+        char const* what;
+        std::wstring file;
+        bool asOnePart;
+        bool nonPrintable;
+        std::vector<Made> meshes;
+    };
+    Made const red{PartRole::Printable, {{"#FF0000", 3}}};
+    Made const green{PartRole::Printable, {{"#00FF00", 3}}};
+    Made const both{PartRole::Printable, {{"#FF0000", 3}, {"#00FF00", 3}}};
+    Made const modifier{PartRole::Modifier, {{"none", 3}}};
+    Made const negative{PartRole::NegativeVolume, {{"none", 3}}};
+    std::vector<Case> const cases = {
+        {"volumes apart", prusa, false, true, {red, modifier, green, negative}},
+        {"volumes as one part", prusa, true, true, {both, modifier, negative}},
+        {"printable volumes as one part", prusa, true, false, {both}},
+        {"two parts of one mesh",
+         copies,
+         false,
+         false,
+         {{PartRole::Printable, {{"#00FF00", 12}}}, {PartRole::Printable, {{"#0000FF", 12}}}}},
+    };
+    for (Case const& test : cases)
+    {
+        SCOPED_TRACE(test.what);
+        format3mf::import::ImportSettings settings;
+        settings.projectParts = true;
+        settings.asOnePart = test.asOnePart;
+        settings.nonPrintableParts = test.nonPrintable;
+        auto const read = format3mf::import::ImportFile(test.file, settings);
+        ASSERT_EQ(format3mf::import::Importer::Success, read.status) << Joined(read.errors);
+        EXPECT_EQ("", Joined(read.warnings));
+        std::vector<Made> made;
+        for (std::size_t i = 0; i < read.meshes.size() && i < read.roles.size(); ++i)
+        {
+            made.emplace_back(read.roles[i], ColourCounts(*read.meshes[i]));
+        }
+        EXPECT_EQ(read.meshes.size(), read.roles.size());
+        EXPECT_EQ(test.meshes, made);
+    }
 }
 
 // A trillion copies of an object without geometry add nothing and cost

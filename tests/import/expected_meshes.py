@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """What the importer is expected to make of 3MF files, worked out without it.
 
-Usage: expected_meshes.py [--beams] FILE.3mf...
+Usage: expected_meshes.py [--beams | --paint [--triangles]] FILE.3mf...
 
 Prints, for each file, one tab-separated line per output mesh:
 
@@ -20,6 +20,27 @@ With --beams, it prints instead one line per beam of each output mesh:
 with the vertex indices of the output mesh, the diameters in internal units
 (0.1 micrometre) and the caps as numbers (1 hemisphere, 2 sphere, 3 butt, 0
 none), the lattice's default cap filled in.
+
+With --paint, the multi-material paint of slicer projects is read as the
+importer reads it with the parts of slicer projects: where the package lists
+filament colours (Metadata/project_settings.config, Metadata/Slic3r_PE.config),
+each painted triangle ("paint_color", "slic3rpe:mmu_segmentation") of the
+objects that the project's settings list is split into the leaves its paint
+string gives, decoded here from the slicers' description of the encoding:
+4-bit codes read from the end of the string, the low two bits the number of
+split sides (0 for a leaf, whose high bits are its state, or 3 when the next
+code holds the state minus 3), a split's high bits its special side, its
+children following last child first. A midpoint is rounded toward zero on
+the 0.1 micrometre grid of the mesh; a leaf of a triangle with area that
+rounding leaves without area is left out, one it turned over is turned back.
+A mesh with paint that is no paint string is read plain. The triangles column
+then counts leaves; the colours are not those of the parts. With --triangles
+it prints instead one line per triangle of each output mesh:
+
+    file  index  x1  y1  z1  x2  y2  z2  x3  y3  z3  state
+
+with the corners in internal units and the state of the paint (0 for an
+unpainted triangle or leaf).
 
 The rules it follows are the importer's, not those of the 3MF standard where
 the two differ: one mesh per build item with geometry, an item's object with
@@ -40,10 +61,12 @@ converted with the unit of the root part.
 Standard library only.
 """
 
+import json
 import math
 import re
 import struct
 import sys
+import xml.etree.ElementTree
 import xml.parsers.expat
 import zipfile
 import zlib
@@ -270,6 +293,11 @@ class Mesh:
         # mesh's default cap when the mesh is finished.
         self.beams = []
         self.default_cap = 0
+        # With --paint: the points of each triangle, and the paint of those
+        # that have it (triangle -> string), then the state of each triangle.
+        self.corners = []
+        self.paint = {}
+        self.states = []
 
 
 class Object(Resource):
@@ -622,6 +650,8 @@ class MeshRead:
                 raise ReadFailed("a triangle names vertex %d of %d" % (index, len(self.mesh.points)))
         if v1 == v2 or v2 == v3 or v1 == v3:
             return None  # a point given twice
+        if PAINT:
+            self.mesh.corners.append((v1, v2, v3))
         self.mesh.triangles += 1
         return self.mesh.triangles - 1
 
@@ -630,6 +660,10 @@ class MeshRead:
         if None in corners:
             return False
         triangle = self._triangle(*corners)
+        if PAINT and triangle is not None:
+            code = attrs.get("paint_color") or attrs.get("slic3rpe:mmu_segmentation")
+            if code:
+                self.mesh.paint[triangle] = code
         pid = reference_id(attrs.get("pid"))
         if pid is None:
             pid = -1 if self.obj.group is None else self.obj.group.ident
@@ -790,6 +824,7 @@ def transformed(mesh, matrix, root_factor):
     copy.colours = dict(mesh.colours)
     copy.textured = {k: set(v) for k, v in mesh.textured.items()}
     copy.beams = list(mesh.beams)
+    copy.corners, copy.states = list(mesh.corners), list(mesh.states)
     if matrix == IDENTITY:
         copy.points = list(mesh.points)
         return copy
@@ -811,20 +846,23 @@ def append(target, source):
     first = len(target.points)
     target.beams.extend((v1 + first, v2 + first, *rest) for v1, v2, *rest in source.beams)
     target.points.extend(source.points)
+    target.corners.extend((a + first, b + first, c + first) for a, b, c in source.corners)
+    target.states.extend(source.states)
     target.triangles += source.triangles
     target.colours.update((offset + k, v) for k, v in source.colours.items())
     for k, v in source.textured.items():
         target.textured.setdefault(offset + k, set()).update(v)
 
 
-def flatten(obj, matrix, root_factor, result, path, package):
-    """One build item: the object's mesh, then its components', in one mesh."""
+def flatten(obj, matrix, root_factor, result, path, package, painted=None):
+    """One build item: the object's mesh, then its components', in one mesh.
+    With --paint, `painted` gives the mesh as it is to be taken."""
     if obj is None:
         return result
     if obj in path:
         raise ReadFailed("components form a cycle")
     if obj.mesh is not None:
-        copy = transformed(obj.mesh, matrix, root_factor)
+        copy = transformed(obj.mesh if painted is None else painted(obj.mesh), matrix, root_factor)
         if result is None:
             result = copy
         else:
@@ -834,8 +872,151 @@ def flatten(obj, matrix, root_factor, result, path, package):
     for child, part, ident, transform in obj.components:
         if part is not None:
             child = package.object(part, ident)
-        result = flatten(child, compose(matrix, transform), root_factor, result, path + (obj,), package)
+        result = flatten(child, compose(matrix, transform), root_factor, result, path + (obj,), package, painted)
     return result
+
+
+# --- The paint of slicer projects (--paint) -----------------------------------
+
+PAINT = False
+MAX_PAINT_DEPTH = 20
+MAX_PAINT_DIGITS = 65536
+
+
+class NotPaint(Exception):
+    """A paint string that the slicers' encoding does not give."""
+
+
+def midpoint(p, q):
+    """Rounded toward zero, as the integer division of the reader rounds."""
+    return tuple((abs(a + b) // 2) * (1 if a + b >= 0 else -1) for a, b in zip(p, q))
+
+
+def split_by_paint(code, a, b, c):
+    """The leaves of a painted triangle with corners a, b and c, in the order
+    the string gives them: (p, q, r, state)."""
+    if len(code) > MAX_PAINT_DIGITS:
+        raise NotPaint("too long")
+    try:
+        codes = [int(digit, 16) for digit in reversed(code)]
+    except ValueError as error:
+        raise NotPaint(str(error)) from error
+    taken = 0
+
+    def take():
+        nonlocal taken
+        if taken == len(codes):
+            raise NotPaint("ends early")
+        taken += 1
+        return codes[taken - 1]
+
+    def leaves(p, q, r, depth):
+        value = take()
+        sides, special = value & 3, value >> 2
+        if sides == 0:
+            return [(p, q, r, special if special < 3 else take() + 3)]
+        if depth == MAX_PAINT_DEPTH or (sides < 3 and special == 3):
+            raise NotPaint("too deep or side 3")
+        if sides == 3:
+            pq, qr, rp = midpoint(p, q), midpoint(q, r), midpoint(r, p)
+            children = [(p, pq, rp), (pq, q, qr), (qr, r, rp), (pq, qr, rp)]
+        else:
+            # The corners turned to start at the special side.
+            u, v, w = [(p, q, r)[(special + k) % 3] for k in range(3)]
+            if sides == 1:
+                m = midpoint(v, w)
+                children = [(u, v, m), (m, w, u)]
+            else:
+                uv, wu = midpoint(u, v), midpoint(w, u)
+                children = [(u, uv, wu), (uv, v, wu), (v, w, wu)]
+        found = []
+        for child in reversed(children):
+            found += leaves(*child, depth + 1)
+        return found
+
+    if not code:
+        return [(a, b, c, 0)]
+    found = leaves(a, b, c, 0)
+    if taken != len(codes):
+        raise NotPaint("digits beyond the subdivision")
+    return found
+
+
+def cross(p, q, r):
+    u = [q[k] - p[k] for k in range(3)]
+    v = [r[k] - p[k] for k in range(3)]
+    return (u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0])
+
+
+def painted_mesh(mesh, paint):
+    """A copy of a mesh with every triangle and its state; with `paint`, the
+    painted triangles as their leaves, which bring their midpoints along."""
+    copy = Mesh(mesh.material)
+    copy.points = list(mesh.points)
+    copy.beams = list(mesh.beams)
+    for triangle, corners in enumerate(mesh.corners):
+        code = mesh.paint.get(triangle, "") if paint else ""
+        if not code:
+            copy.corners.append(corners)
+            copy.states.append(0)
+            continue
+        a, b, c = (mesh.points[corner] for corner in corners)
+        try:
+            found = split_by_paint(code, a, b, c)
+        except NotPaint:
+            return painted_mesh(mesh, False)
+        facing = cross(a, b, c)
+        index = dict(zip((a, b, c), corners))
+        for p, q, r, state in found:
+            normal = cross(p, q, r)
+            if facing != (0, 0, 0) and normal == (0, 0, 0):
+                continue
+            if sum(n * f for n, f in zip(normal, facing)) < 0:
+                q, r = r, q
+            leaf = []
+            for point in (p, q, r):
+                if point not in index:
+                    index[point] = len(copy.points)
+                    copy.points.append(point)
+                leaf.append(index[point])
+            copy.corners.append(tuple(leaf))
+            copy.states.append(state)
+    copy.triangles = len(copy.corners)
+    return copy
+
+
+def project_paint(path):
+    """The ids of the root objects that a project lists, when its paint is
+    read (the package lists filament colours), else None."""
+    with zipfile.ZipFile(path) as archive:
+        names = archive.namelist()
+
+        def text(name):
+            return archive.read(name).decode("utf-8", "replace") if name in names else None
+
+        colours = []
+        bambu = text("Metadata/project_settings.config")
+        prusa = text("Metadata/Slic3r_PE.config")
+        if bambu is not None:
+            try:
+                colours = json.loads(bambu).get("filament_colour") or []
+            except (ValueError, AttributeError):
+                colours = []
+        elif prusa is not None:
+            for line in prusa.splitlines():
+                if line.startswith("; filament_colour = "):
+                    colours = line[len("; filament_colour = ") :].split(";")
+        if not colours:
+            return None
+        objects = text("Metadata/model_settings.config") or text("Metadata/Slic3r_PE_model.config")
+        listed = set()
+        if objects is not None:
+            try:
+                root = xml.etree.ElementTree.fromstring(objects)
+            except xml.etree.ElementTree.ParseError:
+                return listed
+            listed = {int(obj.get("id", "-1")) for obj in root if obj.tag == "object"}
+        return listed
 
 
 # --- The package ------------------------------------------------------------
@@ -929,10 +1110,23 @@ def expected_meshes(path):
         for obj in model.objects:
             if obj.mesh is not None:
                 finish_mesh(obj)
+    listed = project_paint(path) if PAINT else None
+    copies = {}
+
+    def painted(paint):
+        def copy(mesh):
+            if (id(mesh), paint) not in copies:
+                copies[(id(mesh), paint)] = painted_mesh(mesh, paint)
+            return copies[(id(mesh), paint)]
+
+        return copy
+
     meshes = []
     for ident, part, matrix in package.root.items:
         found = package.object(part, ident)
-        mesh = flatten(found, matrix, package.root.factor, None, (), package)
+        paint = listed is not None and part is None and ident in listed
+        taken = painted(paint) if PAINT else None
+        mesh = flatten(found, matrix, package.root.factor, None, (), package, taken)
         if mesh is not None and mesh.points:
             meshes.append(mesh)
     return meshes
@@ -952,6 +1146,14 @@ def describe(path, meshes):
     return lines
 
 
+def describe_triangles(path, meshes):
+    return [
+        "\t".join([path, str(index)] + [str(c) for corner in corners for c in mesh.points[corner]] + [str(state)])
+        for index, mesh in enumerate(meshes)
+        for corners, state in zip(mesh.corners, mesh.states)
+    ]
+
+
 def describe_beams(path, meshes):
     return [
         "\t".join([path, str(index)] + [str(value) for value in beam])
@@ -961,15 +1163,19 @@ def describe_beams(path, meshes):
 
 
 def main(arguments):
+    global PAINT
     beams = arguments[:1] == ["--beams"]
-    arguments = arguments[1:] if beams else arguments
+    PAINT = arguments[:1] == ["--paint"]
+    triangles = PAINT and arguments[1:2] == ["--triangles"]
+    arguments = arguments[1 + triangles :] if beams or PAINT else arguments
     if not arguments:
         print(__doc__.strip().splitlines()[2], file=sys.stderr)
         return 2
+    show = describe_beams if beams else describe_triangles if triangles else describe
     failed = False
     for path in arguments:
         try:
-            lines = (describe_beams if beams else describe)(path, expected_meshes(path))
+            lines = show(path, expected_meshes(path))
         except ReadFailed as error:
             print("expected_meshes: %s: read fails: %s" % (path, error), file=sys.stderr)
             lines, failed = [path + "\terror"], True

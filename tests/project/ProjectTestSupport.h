@@ -1,6 +1,7 @@
 // What the tests of slicer projects share: the real projects beside the
-// checkout, reading with and without the project option, and the colours
-// and triangles of what came out.
+// checkout, reading with and without the project option, the colours and
+// triangles of what came out, and the triangles that the independent reading
+// of tests/import/expected_meshes.py makes of the paint.
 #pragma once
 
 #include "support/PackageTestSupport.h"
@@ -14,7 +15,10 @@
 #include "triangles/MStlPoint.h"
 #include "triangles/MStlTriangle.h"
 
+#include <cstdint>
+#include <cstdlib>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -47,18 +51,22 @@ inline std::string Messages(std::vector<std::wstring> const& messages)
     return all;
 }
 
-// How many triangles of a mesh show each colour ("#RRGGBB", "none" for a
-// triangle without one).
+// A triangle's colour as "#RRGGBB", "none" for a triangle without one.
+inline std::string ColourText(MStlColor const& colour)
+{
+    unsigned const rgb = colour.GetRGB();
+    char text[8];
+    std::snprintf(text, sizeof text, "#%02X%02X%02X", rgb & 0xff, (rgb >> 8) & 0xff, (rgb >> 16) & 0xff);
+    return colour.IsDefined() ? text : "none";
+}
+
+// How many triangles of a mesh show each colour.
 inline std::map<std::string, std::size_t> ColourCounts(MStlBase const& mesh)
 {
     std::map<std::string, std::size_t> counts;
     for (std::uint32_t i = 0; i < mesh.GetNumberOfTriangles(); ++i)
     {
-        MStlColor const& colour = mesh.TriangleAt(i).GetColor();
-        unsigned const rgb = colour.GetRGB();
-        char text[8];
-        std::snprintf(text, sizeof text, "#%02X%02X%02X", rgb & 0xff, (rgb >> 8) & 0xff, (rgb >> 16) & 0xff);
-        ++counts[colour.IsDefined() ? text : "none"];
+        ++counts[ColourText(mesh.TriangleAt(i).GetColor())];
     }
     return counts;
 }
@@ -88,4 +96,60 @@ inline std::size_t TotalTriangles(std::vector<std::unique_ptr<MStlBase>> const& 
         total += mesh->GetNumberOfTriangles();
     }
     return total;
+}
+
+// The meshes hold, in order, the triangles that tests/import/expected_meshes.py
+// makes of the file, its painted triangles split by its own decoding of the
+// paint: each with the same corners, whichever it starts from, to a step of
+// the grid (the placement rounds), and, where `stateColours` names them, in
+// the colour of its state (the first for state 0: the part's colour).
+inline void ExpectOracleTriangles(std::vector<std::unique_ptr<MStlBase>> const& meshes,
+                                  std::wstring const& file, std::vector<std::string> const& stateColours = {})
+{
+    CommandOutput const oracle = RunCommand("python3 '" FORMAT3MF_SOURCE_DIR
+                                            "/tests/import/expected_meshes.py' --paint --triangles '" +
+                                            StringConversion::ConvertNativeToUTF8(file) + "'");
+    ASSERT_EQ(0, oracle.status) << oracle.text;
+    std::istringstream lines(oracle.text);
+    std::string line;
+    std::size_t next = 0;
+    for (auto const& mesh : meshes)
+    {
+        for (std::uint32_t i = 0; i < mesh->GetNumberOfTriangles(); ++i, ++next)
+        {
+            ASSERT_TRUE(std::getline(lines, line)) << "the oracle has " << next << " triangles";
+            // The mesh's index, the corners, the state.
+            std::istringstream fields(line.substr(line.find('\t') + 1));
+            std::int64_t values[10] = {};
+            unsigned state = 0;
+            for (std::int64_t& value : values)
+            {
+                fields >> value;
+            }
+            fields >> state;
+            ASSERT_FALSE(fields.fail()) << line;
+            MStlTriangle const& triangle = mesh->TriangleAt(i);
+            bool same = false;
+            for (unsigned start = 0; start < 3 && !same; ++start)
+            {
+                same = true;
+                for (unsigned corner = 0; corner < 3; ++corner)
+                {
+                    MStlPoint const& point = mesh->PointAt(triangle.GetPointIndex((start + corner) % 3));
+                    for (unsigned axis = 0; axis < 3; ++axis)
+                    {
+                        same = same &&
+                               std::llabs(point.GetCoordinates()[axis] - values[1 + 3 * corner + axis]) <= 1;
+                    }
+                }
+            }
+            ASSERT_TRUE(same) << "triangle " << next << ", the oracle's " << line;
+            if (!stateColours.empty())
+            {
+                ASSERT_LT(state, stateColours.size());
+                ASSERT_EQ(stateColours[state], ColourText(triangle.GetColor())) << "triangle " << next;
+            }
+        }
+    }
+    EXPECT_FALSE(std::getline(lines, line)) << "the oracle has more than " << next << " triangles";
 }
