@@ -21,7 +21,8 @@ struct ImportSettings
 {
     // Read textures at all; without them no image is decoded.
     bool textures = true;
-    // Merge every mesh of the file into one.
+    // Merge the meshes of the file into one; with project parts, the
+    // printable parts only: parts that are not printed stay apart.
     bool asOnePart = false;
     // Read the parts of a slicer project (Importer::SetReadProjectParts),
     // and with them the parts that are not printed.

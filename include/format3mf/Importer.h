@@ -42,8 +42,10 @@ public:
     // nothing is cleared.
     void SetOutputParts(std::vector<std::unique_ptr<MStlBase>>& parts) { m_outputParts = &parts; }
     void SetFileName(std::wstring const& name) { m_fileName = name; }
-    // Merges every part into the last element of the vector; when the vector
+    // Merges the parts into the last element of the vector; when the vector
     // already holds parts, the file's first part goes into its last one too.
+    // Of a slicer project's parts only the printable ones merge: the others
+    // (asked for with SetImportNonPrintableParts) stay meshes of their own.
     void SetImportAsOnePart(bool value) { m_importAsOnePart = value; }
     void SetImportTextures(bool value) { m_importTextures = value; }
     // Off by default: reads the parts of a slicer project as

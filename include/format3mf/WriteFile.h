@@ -63,6 +63,7 @@ struct WriteResult
 // and renamed over it when complete: unless ok, a file that was there keeps
 // every byte, and no part of the new one is left. The meshes look unchanged
 // afterwards; none may be changed by another thread meanwhile.
-OND_EXPORT WriteResult WriteFile(std::filesystem::path const& path, std::vector<MStlBase const*> const& meshes,
+OND_EXPORT WriteResult WriteFile(std::filesystem::path const& path,
+                                 std::vector<MStlBase const*> const& meshes,
                                  WriteSettings const& settings = {}) noexcept;
 } // namespace format3mf

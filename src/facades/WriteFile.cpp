@@ -84,8 +84,9 @@ WriteResult WriteFile(std::filesystem::path const& path, std::vector<MStlBase co
     }
     catch (...)
     {
-        result.error = "Could not write " + shown + ": the write stopped with an exception of a type "
-                                                             "this library does not know";
+        result.error = "Could not write " + shown +
+                       ": the write stopped with an exception of a type "
+                       "this library does not know";
     }
     if (!result.ok)
     {

@@ -46,11 +46,12 @@ private:
     void _WriteVertices(MSAXWriter& writer, Delegate const& progress) const;
     // False when cancelled.
     bool _WriteVerticesXml(VertexIndexMask* indices, MSAXWriter& writer, Delegate const& progress) const;
-    // The points that triangles use, as one block of the model's binary part
-    // and a "bin" element. Unlike the XML form it leaves out unused points,
-    // the listed vertices and the tetrahedra's, numbers from 0, writes
-    // millimetres whatever the model's unit, and neither reports progress
-    // nor polls for cancelling: that is what makes it fast.
+    // The mesh's points as one block of the model's binary part and a "bin"
+    // element. Like the XML form it writes every point (those of beams alone
+    // and unused ones too, so that a lattice survives a second conversion).
+    // It numbers from 0, writes millimetres whatever the model's unit, and
+    // neither reports progress nor polls for cancelling: that is what makes
+    // it fast.
     void _WriteVerticesBinary(VertexIndexMask* indices, MSAXWriter& writer, Delegate const& progress) const;
     void _WriteTriangles(MSAXWriter& writer, Delegate const& progress) const;
     // The corner indices of every triangle as one block; no properties.

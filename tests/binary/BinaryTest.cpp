@@ -285,8 +285,9 @@ TEST(BinaryRead, PrintedAttributes)
 }
 
 // The model names its part, which has its content type and a relationship
-// from the model; the part holds four blocks, unused points left out,
-// indices from 0 and millimetres although the model is in inches.
+// from the model; the part holds four blocks, every point (the unused one
+// too, as the XML keeps it), indices from 0 and millimetres although the
+// model is in inches.
 TEST(BinaryWrite, PackageNamesThePartWhichHoldsFourBlocks)
 {
     PackageScratch scratch;
@@ -305,17 +306,19 @@ TEST(BinaryWrite, PackageNamesThePartWhichHoldsFourBlocks)
     std::string const model = EntryText(path, "3D/3dmodel.model");
     EXPECT_EQ(4u, Occurrences(model, "<bin "));
     ExpectXml(model, {R"( binary="/3D/3dmodel.model.bin")", "!<vertex ", "!<triangle ",
-                      R"(<bin ref="/3D/3dmodel.model.bin" format="float3" pos="0" count="4"/>)",
-                      R"(<bin ref="/3D/3dmodel.model.bin" format="int32_3" pos="48" count="2"/>)",
-                      R"(<bin ref="/3D/3dmodel.model.bin" format="float3" pos="72" count="4"/>)",
-                      R"(<bin ref="/3D/3dmodel.model.bin" format="int32_3" pos="120" count="2"/>)"});
+                      R"(<bin ref="/3D/3dmodel.model.bin" format="float3" pos="0" count="5"/>)",
+                      R"(<bin ref="/3D/3dmodel.model.bin" format="int32_3" pos="60" count="2"/>)",
+                      R"(<bin ref="/3D/3dmodel.model.bin" format="float3" pos="84" count="4"/>)",
+                      R"(<bin ref="/3D/3dmodel.model.bin" format="int32_3" pos="132" count="2"/>)"});
     std::string const part = EntryText(path, "3D/3dmodel.model.bin");
-    ASSERT_EQ(144u, part.size());
+    ASSERT_EQ(156u, part.size());
     double const unit = OndSDK::Common::MInternalUnits::Get();
-    EXPECT_EQ(Records<float>({0, 0, 0, float(10000 / unit), 0, 0}), part.substr(0, 24));
-    EXPECT_EQ(Records<std::int32_t>({0, 1, 2, 0, 2, 3}), part.substr(48, 24));
-    EXPECT_EQ(Records<float>({0, 0, 0, float(20000 / unit), 0, 0}), part.substr(72, 24));
-    EXPECT_EQ(Records<std::int32_t>({0, 1, 2, 0, 2, 3}), part.substr(120, 24));
+    float const unused = float(70000 / unit);
+    EXPECT_EQ(Records<float>({unused, unused, unused, 0, 0, 0, float(10000 / unit), 0, 0}),
+              part.substr(0, 36));
+    EXPECT_EQ(Records<std::int32_t>({1, 2, 3, 1, 3, 4}), part.substr(60, 24));
+    EXPECT_EQ(Records<float>({0, 0, 0, float(20000 / unit), 0, 0}), part.substr(84, 24));
+    EXPECT_EQ(Records<std::int32_t>({0, 1, 2, 0, 2, 3}), part.substr(132, 24));
 }
 
 // A cancel while the package is written leaves neither the package nor the
@@ -334,7 +337,7 @@ TEST(BinaryWrite, CancelLeavesNoFilesAndAReadPackageCarriesThePartLazily)
     EXPECT_EQ(before, scratch.Files());
     WriteBinary(path, {square.get()});
     std::string const bytes = EntryText(path, "3D/3dmodel.model.bin");
-    ASSERT_EQ(4u * 12u + 2u * 12u, bytes.size());
+    ASSERT_EQ(5u * 12u + 2u * 12u, bytes.size());
 
     // Read as the importer reads, the flattened meshes held by the read; the
     // model writes them again below.
