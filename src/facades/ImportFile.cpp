@@ -17,6 +17,22 @@ std::wstring Wide(char const* text)
     return StringConversion::ConvertMultiByteStringToOndString(text);
 }
 
+std::string Narrow(std::wstring const& text)
+{
+    return StringConversion::ConvertNativeToUTF8(text);
+}
+
+std::vector<std::string> Narrow(std::vector<std::wstring> const& texts)
+{
+    std::vector<std::string> narrow;
+    narrow.reserve(texts.size());
+    for (std::wstring const& text : texts)
+    {
+        narrow.push_back(Narrow(text));
+    }
+    return narrow;
+}
+
 // The message of whatever is in flight, by its kind. Operate's own failures
 // never get here: only what it passes on by design.
 std::wstring DescribeCurrentException()
@@ -54,14 +70,16 @@ std::wstring DescribeCurrentException()
 }
 } // namespace
 
-ImportResult ImportFile(std::wstring const& path, ImportSettings const& settings) noexcept
+ImportResult ImportFile(std::filesystem::path const& path, ImportSettings const& settings) noexcept
 {
     ImportResult result;
     try
     {
+        std::wstring const name = StringConversion::ConvertFileNameToNative(path.native());
+        std::vector<std::unique_ptr<MStlBase>> meshes;
         Importer importer;
-        importer.SetFileName(path);
-        importer.SetOutputParts(result.meshes);
+        importer.SetFileName(name);
+        importer.SetOutputParts(meshes);
         importer.SetImportAsOnePart(settings.asOnePart);
         importer.SetImportTextures(settings.textures);
         importer.SetReadProjectParts(settings.projectParts);
@@ -72,27 +90,34 @@ ImportResult ImportFile(std::wstring const& path, ImportSettings const& settings
         }
         catch (...)
         {
-            result.meshes.clear();
-            result.errors = importer.GetErrors();
-            result.warnings = importer.GetWarnings();
-            result.errors.push_back(L"Could not read " + path + L": " + DescribeCurrentException());
+            meshes.clear();
+            result.errors = Narrow(importer.GetErrors());
+            result.warnings = Narrow(importer.GetWarnings());
+            result.errors.push_back(Narrow(L"Could not read " + name + L": " + DescribeCurrentException()));
             result.status = Importer::ReadFailed;
             return result;
         }
-        result.errors = importer.GetErrors();
-        result.warnings = importer.GetWarnings();
-        result.roles = importer.GetPartRoles();
+        result.errors = Narrow(importer.GetErrors());
+        result.warnings = Narrow(importer.GetWarnings());
         if (result.status != Importer::Success && result.errors.empty())
         {
-            result.errors.push_back(result.status == Importer::Canceled ? L"The read was cancelled."
-                                                                        : L"Could not read " + path);
+            result.errors.push_back(result.status == Importer::Canceled ? "The read was cancelled."
+                                                                        : Narrow(L"Could not read " + name));
+        }
+        std::vector<Format_3MF::PartRole> const& roles = importer.GetPartRoles();
+        for (std::size_t i = 0; i < meshes.size(); ++i)
+        {
+            ImportedPart part;
+            part.name = StringConversion::ConvertNativeToUTF8(meshes[i]->GetName());
+            part.role = i < roles.size() ? roles[i] : Format_3MF::PartRole::Printable;
+            part.mesh = std::move(meshes[i]);
+            result.parts.push_back(std::move(part));
         }
     }
     catch (...)
     {
         // Only copying the messages can get here, when memory runs out.
-        result.meshes.clear();
-        result.roles.clear();
+        result.parts.clear();
         result.status = Importer::ReadFailed;
     }
     return result;
