@@ -25,15 +25,15 @@ TEST(BeamLatticeSamples, BeamsMatchIndependentExpectations)
             RunCommand("python3 " + Quoted(FORMAT3MF_SOURCE_DIR "/tests/import/expected_meshes.py") +
                        " --beams " + Quoted(file.string()));
         ASSERT_EQ(0, expected.status) << expected.text;
-        format3mf::import::ImportResult const read = format3mf::import::ImportFile(file.wstring());
+        format3mf::import::ImportResult const read = format3mf::import::ImportFile(file.string());
         ASSERT_EQ(format3mf::import::Importer::Success, read.status) << Joined(read.errors);
         // The lattice is read in full, so a file that requires it is understood.
         EXPECT_EQ(std::string::npos, Joined(read.warnings).find("Unsupported")) << Joined(read.warnings);
-        auto const& meshes = read.meshes;
+        auto const& meshes = read.parts;
         std::ostringstream actual;
         for (std::size_t i = 0; i < meshes.size(); ++i)
         {
-            for (Beam const& beam : Beams(*meshes[i]))
+            for (Beam const& beam : Beams(*meshes[i].mesh))
             {
                 actual << file.string() << '\t' << i << '\t' << beam.v1 << '\t' << beam.v2 << '\t' << beam.d1
                        << '\t' << beam.d2 << '\t' << beam.cap1 << '\t' << beam.cap2 << '\n';

@@ -50,6 +50,16 @@ inline std::string Joined(std::vector<std::wstring> const& messages)
     return StringConversion::ConvertNativeToUTF8(all);
 }
 
+inline std::string Joined(std::vector<std::string> const& messages)
+{
+    std::string all;
+    for (std::string const& message : messages)
+    {
+        all += message + "\n";
+    }
+    return all;
+}
+
 inline std::vector<std::string> SplitLines(std::string const& text, char separator = '\n')
 {
     std::vector<std::string> lines;

@@ -168,13 +168,15 @@ TEST(Importer, EachPackageGivesItsStatusMeshesAndMessage)
         settings.asOnePart = c.asOnePart;
         settings.textures = c.textures;
         settings.progress = c.progress;
-        format3mf::import::ImportResult const result = format3mf::import::ImportFile(file, settings);
+        format3mf::import::ImportResult const result =
+            format3mf::import::ImportFile(StringConversion::ConvertNativeToFileName(file), settings);
         bool const ok = result.status == Importer::Success;
         std::size_t coloured = 0;
         std::size_t textures = 0;
         std::size_t decoded = 0;
-        for (auto const& mesh : result.meshes)
+        for (auto const& part : result.parts)
         {
+            MStlBase const* const mesh = part.mesh.get();
             for (long long colour : ColoursOf(*mesh))
             {
                 coloured += colour >= 0 ? 1 : 0;
@@ -186,12 +188,12 @@ TEST(Importer, EachPackageGivesItsStatusMeshesAndMessage)
             }
         }
         // A failed read is ReadFailed, has no meshes and says why.
-        EXPECT_EQ(c.outcome, ok ? std::to_string(result.meshes.size()) + " meshes, " +
+        EXPECT_EQ(c.outcome, ok ? std::to_string(result.parts.size()) + " meshes, " +
                                       std::to_string(coloured) + " coloured" +
                                       (textures == 0 ? ""
                                                      : ", " + std::to_string(textures) + " textures, " +
                                                            std::to_string(decoded) + " decoded")
-                             : !result.meshes.empty()              ? "failed badly"
+                             : !result.parts.empty()               ? "failed badly"
                              : result.status == Importer::Canceled ? "cancelled"
                              : result.status == Importer::ReadFailed && !result.errors.empty()
                                  ? "failed"
@@ -235,11 +237,10 @@ TEST(Importer, FourHugeTexturesInATinyPackageStayWithinTheBound)
     if (char const* const child = std::getenv("OND3MF_IMPORT_IN_CHILD"))
     {
         // The number of textures without pixels, or -1 when the import failed.
-        format3mf::import::ImportResult const result =
-            format3mf::import::ImportFile(StringConversion::ConvertMultiByteStringToOndString(child));
-        long found = result.meshes.size() == 1 ? 0 : -1;
+        format3mf::import::ImportResult const result = format3mf::import::ImportFile(child);
+        long found = result.parts.size() == 1 ? 0 : -1;
         for (MStlTexture* texture :
-             found == 0 ? result.meshes[0]->GetTextures() : std::vector<MStlTexture*>())
+             found == 0 ? result.parts[0].mesh->GetTextures() : std::vector<MStlTexture*>())
         {
             found += texture->GetSharedBitmap() != nullptr && texture->GetSharedBitmap()->IsEmpty() ? 1 : 0;
         }

@@ -228,15 +228,15 @@ TEST(SlicerProjects, PartsAsTheReadOptionsAskForThem)
         settings.projectParts = true;
         settings.asOnePart = test.asOnePart;
         settings.nonPrintableParts = test.nonPrintable;
-        auto const read = format3mf::import::ImportFile(test.file, settings);
+        auto const read =
+            format3mf::import::ImportFile(StringConversion::ConvertNativeToFileName(test.file), settings);
         ASSERT_EQ(format3mf::import::Importer::Success, read.status) << Joined(read.errors);
         EXPECT_EQ("", Joined(read.warnings));
         std::vector<Made> made;
-        for (std::size_t i = 0; i < read.meshes.size() && i < read.roles.size(); ++i)
+        for (auto const& part : read.parts)
         {
-            made.emplace_back(read.roles[i], ColourCounts(*read.meshes[i]));
+            made.emplace_back(part.role, ColourCounts(*part.mesh));
         }
-        EXPECT_EQ(read.meshes.size(), read.roles.size());
         EXPECT_EQ(test.meshes, made);
     }
 }

@@ -177,10 +177,10 @@ TEST(ZipFormsImport, EachFormImportsAsThePlainPackageAndDamageIsNamed)
         boost::filesystem::path const path = forms.folder / (std::string(c.what) + ".3mf");
         std::ofstream(path.string(), std::ios::binary) << bytes;
 
-        format3mf::import::ImportResult const result = format3mf::import::ImportFile(path.wstring());
+        format3mf::import::ImportResult const result = format3mf::import::ImportFile(path.string());
         EXPECT_NE(format3mf::import::Importer::Success, result.status);
         ASSERT_EQ(1u, result.errors.size());
-        std::string const error = StringConversion::ConvertNativeToUTF8(result.errors[0]);
+        std::string const& error = result.errors[0];
         EXPECT_EQ(0u, error.rfind(c.message, 0)) << error;
     }
 }

@@ -172,17 +172,23 @@ format3mf::import::ImportResult ReadWithin(std::wstring const& file, std::uint64
         build.emplace_back(model.GetStl(i));
     }
     format3mf::import::ImportResult result;
-    result.warnings = reader.GetContext().m_warnings;
+    std::vector<std::wstring> warnings = reader.GetContext().m_warnings;
     try
     {
-        project::ProjectMeshes made =
-            project::FlattenProject(model, *model.m_project, limit, result.warnings);
-        result.meshes = std::move(made.meshes);
+        project::ProjectMeshes made = project::FlattenProject(model, *model.m_project, limit, warnings);
+        for (auto& mesh : made.meshes)
+        {
+            result.parts.push_back({std::move(mesh), PartRole::Printable, ""});
+        }
         result.status = read ? format3mf::import::Importer::Success : format3mf::import::Importer::ReadFailed;
     }
     catch (Exception const& error)
     {
-        result.errors.push_back(error.m_message);
+        result.errors.push_back(StringConversion::ConvertNativeToUTF8(error.m_message));
+    }
+    for (std::wstring const& warning : warnings)
+    {
+        result.warnings.push_back(StringConversion::ConvertNativeToUTF8(warning));
     }
     return result;
 }
@@ -410,19 +416,19 @@ TEST(HostileProjects, BadSettingsAndPaintGiveTheObjectsPlainReading)
         }
         if (!test.colours.empty())
         {
-            ASSERT_EQ(test.colours.size(), read.meshes.size());
-            for (std::size_t i = 0; i < read.meshes.size(); ++i)
+            ASSERT_EQ(test.colours.size(), read.parts.size());
+            for (std::size_t i = 0; i < read.parts.size(); ++i)
             {
-                EXPECT_EQ(test.colours[i], ColourCounts(*read.meshes[i])) << i;
+                EXPECT_EQ(test.colours[i], ColourCounts(*read.parts[i].mesh)) << i;
             }
-            ExpectOracleTriangles(read.meshes, file);
+            ExpectOracleTriangles(read.parts, file);
             continue;
         }
         auto const plain = Import(file, false);
-        ASSERT_EQ(1u, read.meshes.size());
-        ASSERT_EQ(1u, plain.meshes.size());
-        EXPECT_EQ((std::map<std::string, std::size_t>{{"none", plain.meshes[0]->GetNumberOfTriangles()}}),
-                  ColourCounts(*read.meshes[0]));
-        EXPECT_TRUE(SameTriangles(*read.meshes[0], *plain.meshes[0], 0));
+        ASSERT_EQ(1u, read.parts.size());
+        ASSERT_EQ(1u, plain.parts.size());
+        EXPECT_EQ((std::map<std::string, std::size_t>{{"none", plain.parts[0].mesh->GetNumberOfTriangles()}}),
+                  ColourCounts(*read.parts[0].mesh));
+        EXPECT_TRUE(SameTriangles(*read.parts[0].mesh, *plain.parts[0].mesh, 0));
     }
 }

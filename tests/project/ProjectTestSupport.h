@@ -38,17 +38,27 @@ inline format3mf::import::ImportResult Import(std::wstring const& file, bool pro
     format3mf::import::ImportSettings settings;
     settings.projectParts = project;
     settings.nonPrintableParts = nonPrintable;
-    return format3mf::import::ImportFile(file, settings);
+    return format3mf::import::ImportFile(StringConversion::ConvertNativeToFileName(file), settings);
 }
 
-inline std::string Messages(std::vector<std::wstring> const& messages)
+inline std::string Messages(std::vector<std::string> const& messages)
 {
     std::string all;
-    for (std::wstring const& message : messages)
+    for (std::string const& message : messages)
     {
-        all += StringConversion::ConvertNativeToUTF8(message) + "\n";
+        all += message + "\n";
     }
     return all;
+}
+
+inline std::vector<Format_3MF::PartRole> RolesOf(format3mf::import::ImportResult const& read)
+{
+    std::vector<Format_3MF::PartRole> roles;
+    for (auto const& part : read.parts)
+    {
+        roles.push_back(part.role);
+    }
+    return roles;
 }
 
 // A triangle's colour as "#RRGGBB", "none" for a triangle without one.
@@ -88,12 +98,12 @@ inline bool SameTriangles(MStlBase const& part, MStlBase const& whole, std::uint
     return same;
 }
 
-inline std::size_t TotalTriangles(std::vector<std::unique_ptr<MStlBase>> const& meshes)
+inline std::size_t TotalTriangles(std::vector<format3mf::import::ImportedPart> const& parts)
 {
     std::size_t total = 0;
-    for (auto const& mesh : meshes)
+    for (auto const& part : parts)
     {
-        total += mesh->GetNumberOfTriangles();
+        total += part.mesh->GetNumberOfTriangles();
     }
     return total;
 }
@@ -103,7 +113,7 @@ inline std::size_t TotalTriangles(std::vector<std::unique_ptr<MStlBase>> const& 
 // paint: each with the same corners, whichever it starts from, to a step of
 // the grid (the placement rounds), and, where `stateColours` names them, in
 // the colour of its state (the first for state 0: the part's colour).
-inline void ExpectOracleTriangles(std::vector<std::unique_ptr<MStlBase>> const& meshes,
+inline void ExpectOracleTriangles(std::vector<format3mf::import::ImportedPart> const& parts,
                                   std::wstring const& file, std::vector<std::string> const& stateColours = {})
 {
     CommandOutput const oracle = RunCommand("python3 '" FORMAT3MF_SOURCE_DIR
@@ -113,8 +123,9 @@ inline void ExpectOracleTriangles(std::vector<std::unique_ptr<MStlBase>> const& 
     std::istringstream lines(oracle.text);
     std::string line;
     std::size_t next = 0;
-    for (auto const& mesh : meshes)
+    for (auto const& part : parts)
     {
+        MStlBase const* const mesh = part.mesh.get();
         for (std::uint32_t i = 0; i < mesh->GetNumberOfTriangles(); ++i, ++next)
         {
             ASSERT_TRUE(std::getline(lines, line)) << "the oracle has " << next << " triangles";

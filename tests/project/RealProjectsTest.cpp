@@ -43,22 +43,23 @@ void ExpectParts(std::wstring const& file, std::vector<Part> const& parts,
     auto const read = Import(file, true);
     ASSERT_EQ(format3mf::import::Importer::Success, read.status) << Messages(read.errors);
     EXPECT_EQ("", Messages(read.warnings));
-    ASSERT_EQ(parts.size(), read.meshes.size());
+    ASSERT_EQ(parts.size(), read.parts.size());
     std::vector<PartRole> printable;
     for (std::size_t i = 0; i < parts.size(); ++i)
     {
         SCOPED_TRACE(i);
-        MStlBase const& mesh = *read.meshes[i];
+        MStlBase const& mesh = *read.parts[i].mesh;
         EXPECT_TRUE(parts[i].name.empty() || parts[i].name == mesh.GetName());
-        EXPECT_EQ(parts[i].role, read.roles[i]);
+        EXPECT_EQ(StringConversion::ConvertNativeToUTF8(mesh.GetName()), read.parts[i].name);
+        EXPECT_EQ(parts[i].role, read.parts[i].role);
         EXPECT_TRUE(parts[i].colours.empty() || parts[i].colours == ColourCounts(mesh));
         if (parts[i].role == PartRole::Printable)
         {
             printable.push_back(PartRole::Printable);
         }
     }
-    ExpectOracleTriangles(read.meshes, file, stateColours);
-    EXPECT_EQ(printable, Import(file, true, false).roles);
+    ExpectOracleTriangles(read.parts, file, stateColours);
+    EXPECT_EQ(printable, RolesOf(Import(file, true, false)));
 }
 } // namespace
 
@@ -80,7 +81,7 @@ TEST(RealProjects, CoinPartsTakeTheirFilamentsColoursInTheLibraryAndTheTools)
             {L"part" + std::to_wstring(i + 1) + L".stl", PartRole::Printable, {{colours[i], faces[i]}}});
     }
     ExpectParts(file, parts);
-    EXPECT_EQ(0u, ColourCounts(*Import(file, false).meshes.at(0)).count("#0000FF"));
+    EXPECT_EQ(0u, ColourCounts(*Import(file, false).parts.at(0).mesh).count("#0000FF"));
 
     auto const quoted = [](std::string const& text) { return "'" + text + "'"; };
     std::string const coin = quoted(StringConversion::ConvertNativeToUTF8(file));
@@ -105,11 +106,11 @@ TEST(RealProjects, CoinPartsTakeTheirFilamentsColoursInTheLibraryAndTheTools)
         "python3 " + quoted(FORMAT3MF_SOURCE_DIR "/tests/export/check_written.py") + " " + written + " 2>&1");
     EXPECT_EQ(0, checked.status) << checked.text;
     auto const converted = Import(out, false);
-    ASSERT_EQ(colours.size(), converted.meshes.size()) << Messages(converted.errors);
+    ASSERT_EQ(colours.size(), converted.parts.size()) << Messages(converted.errors);
     for (std::size_t i = 0; i < colours.size(); ++i)
     {
         EXPECT_EQ((std::map<std::string, std::size_t>{{colours[i], faces[i]}}),
-                  ColourCounts(*converted.meshes[i]));
+                  ColourCounts(*converted.parts[i].mesh));
     }
 }
 
@@ -206,7 +207,6 @@ TEST(RealProjects, EveryFileReadsWithTheOption)
         auto const read = Import(file, true);
         EXPECT_EQ(plain.status, read.status) << Messages(read.errors);
         ASSERT_EQ(1u, expected.count(path.string())) << oracle.text;
-        EXPECT_EQ(expected[path.string()], TotalTriangles(read.meshes));
-        EXPECT_EQ(read.meshes.size(), read.roles.size());
+        EXPECT_EQ(expected[path.string()], TotalTriangles(read.parts));
     }
 }
