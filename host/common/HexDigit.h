@@ -1,21 +1,25 @@
+// The value of one hexadecimal digit: the one place where colour texts, GUIDs
+// and paint codes read their digits.
 #pragma once
 
 namespace OndSDK::Common
 {
-// The value of a hexadecimal digit in either case, or -1.
-inline int HexDigitValue(wchar_t c)
+// The value of a hexadecimal digit in either case, or -1 for any other
+// character; for narrow and wide text alike.
+template <typename Char>
+int HexDigitValue(Char c)
 {
-    if (c >= L'0' && c <= L'9')
+    if (c >= Char('0') && c <= Char('9'))
     {
-        return c - L'0';
+        return int(c - Char('0'));
     }
-    if (c >= L'a' && c <= L'f')
+    if (c >= Char('a') && c <= Char('f'))
     {
-        return c - L'a' + 10;
+        return int(c - Char('a')) + 10;
     }
-    if (c >= L'A' && c <= L'F')
+    if (c >= Char('A') && c <= Char('F'))
     {
-        return c - L'A' + 10;
+        return int(c - Char('A')) + 10;
     }
     return -1;
 }

@@ -16,11 +16,6 @@ namespace
 {
 constexpr std::size_t kExtractBlock = 1u << 18;
 
-std::wstring Wide(std::string const& utf8)
-{
-    return StringConversion::ConvertMultiByteStringToOndString(utf8);
-}
-
 struct FileCloser
 {
     void operator()(std::FILE* file) const { std::fclose(file); }
@@ -50,7 +45,8 @@ bool MZipArchive::OpenArchiveRead(wchar_t const* path)
     {
         zip_error_t error;
         zip_error_init_with_code(&error, code);
-        m_openError = Wide(zip_error_strerror(&error)) + L": " + path;
+        m_openError =
+            StringConversion::ConvertMultiByteStringToOndString(zip_error_strerror(&error)) + L": " + path;
         zip_error_fini(&error);
         return false;
     }
@@ -63,7 +59,9 @@ bool MZipArchive::OpenArchiveRead(wchar_t const* path)
         if (zip_stat_index(archive, static_cast<zip_uint64_t>(i), 0, &stat) != 0 ||
             (stat.valid & kNeeded) != kNeeded)
         {
-            m_openError = L"Damaged central directory (" + Wide(zip_strerror(archive)) + L"): " + path;
+            m_openError = L"Damaged central directory (" +
+                          StringConversion::ConvertMultiByteStringToOndString(zip_strerror(archive)) +
+                          L"): " + path;
             zip_discard(archive);
             m_entries.clear();
             return false;
@@ -132,11 +130,12 @@ std::unique_ptr<FileIO::Zip::ZipEntryReader> MZipArchive::OpenEntry(std::string 
     auto const found = m_entries.find(name);
     if (found == m_entries.end())
     {
-        throw MZipArchiveError::MFileNotFound(Wide(name));
+        throw MZipArchiveError::MFileNotFound(StringConversion::ConvertMultiByteStringToOndString(name));
     }
     if (m_entryOpen)
     {
-        throw MZipArchiveError::MGeneric(L"Another entry of the archive is still open", Wide(name));
+        throw MZipArchiveError::MGeneric(L"Another entry of the archive is still open",
+                                         StringConversion::ConvertMultiByteStringToOndString(name));
     }
     return std::make_unique<FileIO::Zip::ZipEntryReader>(m_reader, found->second.m_index,
                                                          found->second.m_info, m_entryOpen);
@@ -150,7 +149,8 @@ bool MZipArchive::ExtractFile(char const* name, wchar_t const* target, char cons
     }
     if (password != nullptr)
     {
-        throw MZipArchiveError::MGeneric(L"Encrypted entries are not supported", Wide(name));
+        throw MZipArchiveError::MGeneric(L"Encrypted entries are not supported",
+                                         StringConversion::ConvertMultiByteStringToOndString(name));
     }
     std::unique_ptr<FileIO::Zip::ZipEntryReader> entry = OpenEntry(name);
     std::string const targetPath = StringConversion::ConvertNativeToFileName(target);

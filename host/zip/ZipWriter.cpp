@@ -41,11 +41,6 @@ std::string NameInArchive(std::string name)
     return name;
 }
 
-std::wstring Wide(std::string const& utf8)
-{
-    return StringConversion::ConvertMultiByteStringToOndString(utf8);
-}
-
 // What the system says of errno, as the user reads it.
 std::string SystemCause(int errorNumber)
 {
@@ -125,7 +120,7 @@ std::uint64_t ZipWriter::Zip32Need(std::uint64_t entryBytes) const
 
 void ZipWriter::Fail(std::wstring const& message)
 {
-    std::wstring const name = Wide(m_entryName);
+    std::wstring const name = StringConversion::ConvertMultiByteStringToOndString(m_entryName);
     AbandonRawEntry();
     if (m_failure.empty())
     {
@@ -151,29 +146,33 @@ void ZipWriter::BeginEntry(std::string const& name, bool stored)
     }
     if (m_entryOpen)
     {
-        throw MZipArchiveError::MGeneric(L"Another entry of the archive is still open", Wide(name));
+        throw MZipArchiveError::MGeneric(L"Another entry of the archive is still open",
+                                         StringConversion::ConvertMultiByteStringToOndString(name));
     }
     if (m_damaged)
     {
         throw MZipArchiveError::MGeneric(L"The archive was damaged by an earlier write failure",
-                                         Wide(m_failure));
+                                         StringConversion::ConvertMultiByteStringToOndString(m_failure));
     }
     std::string const inArchive = NameInArchive(name);
     if (zip_name_locate(m_archive, inArchive.c_str(), ZIP_FL_ENC_RAW) >= 0)
     {
-        throw MZipArchiveError::MGeneric(L"The archive holds an entry of this name already", Wide(name));
+        throw MZipArchiveError::MGeneric(L"The archive holds an entry of this name already",
+                                         StringConversion::ConvertMultiByteStringToOndString(name));
     }
     if (!m_zip64 && m_entries >= kZip32Entries)
     {
-        throw MZipArchiveError::MGeneric(L"Too many entries for a 32-bit archive", Wide(name));
+        throw MZipArchiveError::MGeneric(L"Too many entries for a 32-bit archive",
+                                         StringConversion::ConvertMultiByteStringToOndString(name));
     }
     if (!m_spool)
     {
         m_spool = ZipSpool::Create(FolderOf(m_narrowPath));
         if (!m_spool)
         {
-            throw MZipArchiveError::MGeneric(L"Failed to make a temporary file beside the archive",
-                                             Wide(SystemCause(errno)));
+            throw MZipArchiveError::MGeneric(
+                L"Failed to make a temporary file beside the archive",
+                StringConversion::ConvertMultiByteStringToOndString(SystemCause(errno)));
         }
     }
     m_entryOpen = true;
@@ -196,7 +195,8 @@ void ZipWriter::WriteRaw(unsigned char const* data, std::size_t size)
     }
     if (!m_spool->Append(data, size))
     {
-        Fail(L"Failed to write the archive (" + Wide(SystemCause(errno)) + L")");
+        Fail(L"Failed to write the archive (" +
+             StringConversion::ConvertMultiByteStringToOndString(SystemCause(errno)) + L")");
     }
 }
 

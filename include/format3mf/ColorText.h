@@ -4,7 +4,9 @@
 
 #include "common/OndExport.h"
 
+#include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace Format_3MF
 {
@@ -20,3 +22,12 @@ OND_EXPORT std::wstring EncodeColor(unsigned int const& color);
 // that digit.
 OND_EXPORT unsigned int DecodeColor(std::wstring const& text);
 } // namespace Format_3MF
+
+namespace format3mf
+{
+// The strict reading of colour text, for everything but the model's own
+// attributes: "#RRGGBB" or "#RRGGBBAA" in either case, packed with red in
+// the lowest byte as MStlColor packs it; the alpha, where given, goes into
+// the top byte. Any other text throws Format_3MF::Exception naming it.
+OND_EXPORT std::uint32_t ParseColorText(std::string_view text);
+} // namespace format3mf

@@ -12,11 +12,6 @@ namespace format3mf::import
 {
 namespace
 {
-std::wstring Wide(char const* text)
-{
-    return StringConversion::ConvertMultiByteStringToOndString(text);
-}
-
 std::string Narrow(std::wstring const& text)
 {
     return StringConversion::ConvertNativeToUTF8(text);
@@ -48,7 +43,8 @@ std::wstring DescribeCurrentException()
     }
     catch (std::out_of_range const& error)
     {
-        return L"a part of the package could not be looked up: " + Wide(error.what());
+        return L"a part of the package could not be looked up: " +
+               StringConversion::ConvertMultiByteStringToOndString(error.what());
     }
     catch (std::bad_alloc const&)
     {
@@ -61,7 +57,7 @@ std::wstring DescribeCurrentException()
     }
     catch (std::exception const& error)
     {
-        return Wide(error.what());
+        return StringConversion::ConvertMultiByteStringToOndString(error.what());
     }
     catch (...)
     {

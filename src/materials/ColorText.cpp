@@ -1,7 +1,10 @@
 // Colour text of "#rrggbb" and "#rrggbbaa" form, to and from packed colours.
 #include "format3mf/ColorText.h"
 
+#include "format3mf/Exception.h"
+
 #include "common/HexDigit.h"
+#include "common/StringConversion.h"
 
 namespace Format_3MF
 {
@@ -54,3 +57,26 @@ unsigned int DecodeColor(std::wstring const& text)
     return (blue << 16) + (green << 8) + red;
 }
 } // namespace Format_3MF
+
+namespace format3mf
+{
+std::uint32_t ParseColorText(std::string_view text)
+{
+    std::uint32_t packed = 0;
+    bool good = (text.size() == 7 || text.size() == 9) && text[0] == '#';
+    for (std::size_t pair = 0; good && 1 + 2 * pair < text.size(); ++pair)
+    {
+        int const high = OndSDK::Common::HexDigitValue(text[1 + 2 * pair]);
+        int const low = OndSDK::Common::HexDigitValue(text[2 + 2 * pair]);
+        good = high >= 0 && low >= 0;
+        packed |= std::uint32_t(high * 16 + low) << (8 * pair);
+    }
+    if (!good)
+    {
+        std::string const shown(text.substr(0, 40));
+        throw Format_3MF::Exception(L"\"" + StringConversion::ConvertMultiByteStringToOndString(shown) +
+                                    L"\" is not a colour of the form #RRGGBB or #RRGGBBAA");
+    }
+    return packed;
+}
+} // namespace format3mf

@@ -1,7 +1,8 @@
 // The colours of a project's filaments: Bambu Studio keeps them in JSON
 // ("filament_colour"), PrusaSlicer in its "; key = value" settings, where a
 // set "extruder_colour" stands before the filament's own.
-#include "project/PaintCode.h"
+#include "format3mf/ColorText.h"
+#include "format3mf/Exception.h"
 #include "project/ProjectConfig.h"
 
 #include <nlohmann/json.hpp>
@@ -16,22 +17,15 @@ namespace
 // packs it.
 bool ParseColour(std::string_view text, std::uint32_t& rgb)
 {
-    if ((text.size() != 7 && text.size() != 9) || text[0] != '#')
+    try
+    {
+        rgb = format3mf::ParseColorText(text) & 0xFFFFFFu;
+        return true;
+    }
+    catch (Exception const&)
     {
         return false;
     }
-    rgb = 0;
-    for (std::size_t channel = 0; channel < 3; ++channel)
-    {
-        int const high = HexValue(text[1 + 2 * channel]);
-        int const low = HexValue(text[2 + 2 * channel]);
-        if (high < 0 || low < 0)
-        {
-            return false;
-        }
-        rgb |= std::uint32_t(high * 16 + low) << (8 * channel);
-    }
-    return text.size() == 7 || (HexValue(text[7]) >= 0 && HexValue(text[8]) >= 0);
 }
 
 std::string BadColour(std::size_t filament, std::string_view text)

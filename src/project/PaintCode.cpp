@@ -5,25 +5,10 @@
 // the next code holds the state minus 3.
 #include "project/PaintCode.h"
 
+#include "common/HexDigit.h"
+
 namespace Format_3MF::project
 {
-int HexValue(char digit)
-{
-    if (digit >= '0' && digit <= '9')
-    {
-        return digit - '0';
-    }
-    if (digit >= 'A' && digit <= 'F')
-    {
-        return digit - 'A' + 10;
-    }
-    if (digit >= 'a' && digit <= 'f')
-    {
-        return digit - 'a' + 10;
-    }
-    return -1;
-}
-
 std::uint32_t PaintDecoder::_Midpoint(std::uint32_t a, std::uint32_t b, PaintSubdivision& out)
 {
     std::array<std::uint32_t, 2> const side =
@@ -88,7 +73,7 @@ std::string PaintDecoder::Decode(std::string_view code, PaintSubdivision& out)
             error = "it ends before its subdivision is complete";
             return -1;
         }
-        int const value = HexValue(code[--left]);
+        int const value = OndSDK::Common::HexDigitValue(code[--left]);
         if (value < 0)
         {
             error = std::string("it holds '") + code[left] + "', which is not a hexadecimal digit";

@@ -13,10 +13,6 @@
 
 namespace Format_3MF::project
 {
-// The value of a hexadecimal digit of either case, or -1 for any other
-// character.
-int HexValue(char digit);
-
 // A leaf of a decoded triangle. Its points are numbered: 0, 1 and 2 are the
 // corners of the painted triangle, a point from 3 on is the midpoint of the
 // two points that PaintSubdivision::midpoints[point - 3] names, both of

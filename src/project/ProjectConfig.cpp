@@ -14,11 +14,6 @@ namespace
 // is not read into memory.
 constexpr std::uint64_t kMaxSettingsBytes = std::uint64_t(16) << 20;
 
-std::wstring Wide(std::string const& text)
-{
-    return StringConversion::ConvertUTF8ToNative(text.data(), text.size());
-}
-
 enum class Entry
 {
     Missing,
@@ -42,7 +37,7 @@ Entry ReadEntry(MZipArchive& archive, std::string const& name, std::string& text
     }
     try
     {
-        ReadBufferFromZip buffer(&archive, Wide(name).c_str());
+        ReadBufferFromZip buffer(&archive, StringConversion::ConvertMultiByteStringToOndString(name).c_str());
         text.resize(std::size_t(info.m_uncompressedSize));
         std::size_t filled = 0;
         while (std::size_t const got = buffer.Read(text.data() + filled, text.size() - filled))
@@ -79,10 +74,10 @@ bool ReadFirst(MZipArchive& archive, std::vector<std::pair<std::string, Parser>>
         {
             continue;
         }
-        source = L"/" + Wide(name);
+        source = L"/" + StringConversion::ConvertMultiByteStringToOndString(name);
         if (entry == Entry::Read)
         {
-            problem = Wide(parse(text, config));
+            problem = StringConversion::ConvertMultiByteStringToOndString(parse(text, config));
         }
         if (!problem.empty())
         {

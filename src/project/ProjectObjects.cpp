@@ -13,11 +13,6 @@ namespace Format_3MF::project
 {
 namespace
 {
-std::wstring Wide(std::string const& text)
-{
-    return StringConversion::ConvertUTF8ToNative(text.data(), text.size());
-}
-
 // A whole decimal number within [low, high], else false.
 template <typename T>
 bool ParseInteger(std::string const* text, T low, T high, T& value)
@@ -39,7 +34,9 @@ int Extruder(ConfigElement const& element, std::wstring const& what, std::wstrin
     int extruder = 0;
     if (text != nullptr && !ParseInteger(text, 0, 1 << 16, extruder) && problem.empty())
     {
-        problem = what + L" has the extruder \"" + Wide(*text) + L"\", which is not an extruder number";
+        problem = what + L" has the extruder \"" +
+                  StringConversion::ConvertMultiByteStringToOndString(*text) +
+                  L"\", which is not an extruder number";
     }
     return extruder;
 }
@@ -47,7 +44,7 @@ int Extruder(ConfigElement const& element, std::wstring const& what, std::wstrin
 std::wstring Name(ConfigElement const& element)
 {
     std::string const* const name = element.Metadata("name");
-    return name != nullptr ? Wide(*name) : std::wstring();
+    return name != nullptr ? StringConversion::ConvertMultiByteStringToOndString(*name) : std::wstring();
 }
 
 PartRole BambuRole(std::string const* subtype, std::wstring const& what, std::wstring& problem)
@@ -72,7 +69,8 @@ PartRole BambuRole(std::string const* subtype, std::wstring const& what, std::ws
     }
     if (problem.empty())
     {
-        problem = what + L" has the unknown subtype \"" + Wide(*subtype) + L"\"";
+        problem = what + L" has the unknown subtype \"" +
+                  StringConversion::ConvertMultiByteStringToOndString(*subtype) + L"\"";
     }
     return PartRole::Printable;
 }
@@ -102,7 +100,8 @@ PartRole PrusaRole(ConfigElement const& volume, std::wstring const& what, std::w
     }
     if (problem.empty())
     {
-        problem = what + L" has the unknown volume type \"" + Wide(*type) + L"\"";
+        problem = what + L" has the unknown volume type \"" +
+                  StringConversion::ConvertMultiByteStringToOndString(*type) + L"\"";
     }
     return PartRole::Printable;
 }
@@ -186,7 +185,10 @@ std::string ReadBambuObjects(std::string const& text, ProjectConfig& config)
         text, config, "part",
         [](ConfigElement const& child, ObjectConfig& object, PartConfig& part)
         {
-            std::wstring const what = L"part " + (child.Attribute("id") ? Wide(*child.Attribute("id")) : L"");
+            std::wstring const what =
+                L"part " + (child.Attribute("id")
+                                ? StringConversion::ConvertMultiByteStringToOndString(*child.Attribute("id"))
+                                : L"");
             if (!ParseInteger(child.Attribute("id"), 0, 0x7fffffff, part.id) && object.problem.empty())
             {
                 object.problem = L"a part has no identifier that is a number";
