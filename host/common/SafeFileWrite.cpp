@@ -14,7 +14,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace OndSDK::Common
+namespace format3mf
 {
 namespace
 {
@@ -164,4 +164,4 @@ FileWriteError SafeFileWrite::Failure(std::string const& cause) const
 {
     return FileWriteError(m_target, 0, cause);
 }
-} // namespace OndSDK::Common
+} // namespace format3mf

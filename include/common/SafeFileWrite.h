@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace OndSDK::Common
+namespace format3mf
 {
 // A write that could not be done, described for the user: the target's name
 // and the cause as the system gives it ("No space left on device"), never the
@@ -76,4 +76,4 @@ private:
     int m_descriptor = -1;
     bool m_committed = false;
 };
-} // namespace OndSDK::Common
+} // namespace format3mf

@@ -20,8 +20,11 @@ class Zip64Writer;
 namespace OndSDK::Common
 {
 class IProgressDelegate;
+}
+namespace format3mf
+{
 class SafeFileWrite;
-} // namespace OndSDK::Common
+}
 
 namespace Format_3MF
 {
@@ -95,6 +98,6 @@ private:
     std::unique_ptr<MZipArchive> m_zipArchive;
     std::unique_ptr<FileIO::Zip::Zip64Writer> m_zip64Writer;
     std::vector<WriteFile> m_writeFiles;
-    std::unique_ptr<OndSDK::Common::SafeFileWrite> m_target;
+    std::unique_ptr<format3mf::SafeFileWrite> m_target;
 };
 } // namespace Format_3MF

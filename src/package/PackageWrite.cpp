@@ -91,10 +91,10 @@ bool PackageWrite::Write(std::wstring const& fileName,
         _OnStartWriting(&m_context);
         try
         {
-            m_target = std::make_unique<OndSDK::Common::SafeFileWrite>(
+            m_target = std::make_unique<format3mf::SafeFileWrite>(
                 StringConversion::ConvertNativeToFileName(m_fileName));
         }
-        catch (OndSDK::Common::FileWriteError const& error)
+        catch (format3mf::FileWriteError const& error)
         {
             _Fail(StringConversion::ConvertMultiByteStringToOndString(error.Cause()));
         }
@@ -181,7 +181,7 @@ void PackageWrite::_FinishArchive()
     {
         m_target->Commit();
     }
-    catch (OndSDK::Common::FileWriteError const& error)
+    catch (format3mf::FileWriteError const& error)
     {
         _Fail(StringConversion::ConvertMultiByteStringToOndString(error.Cause()));
     }

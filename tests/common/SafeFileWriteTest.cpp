@@ -13,8 +13,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using OndSDK::Common::FileWriteError;
-using OndSDK::Common::SafeFileWrite;
+using format3mf::FileWriteError;
+using format3mf::SafeFileWrite;
 namespace fs = boost::filesystem;
 
 namespace
