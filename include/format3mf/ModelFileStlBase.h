@@ -14,13 +14,13 @@
 
 class MStlBase;
 
-namespace Format_3MF
-{
-namespace project
+namespace format3mf::project
 {
 struct ProjectConfig;
 }
 
+namespace Format_3MF
+{
 // The model file of plain triangle meshes. On writing, every listed mesh
 // becomes an object with a build item of its own; on reading, every build
 // item becomes one mesh: its object, its components and their
@@ -82,6 +82,6 @@ private:
     bool m_readProjectParts = false;
     // The project's settings, read by the root model with the option; the
     // meshes it reads refer to its filament colours.
-    std::unique_ptr<project::ProjectConfig> m_project;
+    std::unique_ptr<format3mf::project::ProjectConfig> m_project;
 };
 } // namespace Format_3MF

@@ -6,7 +6,7 @@
 #include <climits>
 #include <memory>
 
-namespace Format_3MF::project
+namespace format3mf::project
 {
 namespace
 {
@@ -118,4 +118,4 @@ std::string ParseConfigXml(std::string_view text, ConfigElement& root)
     }
     return {};
 }
-} // namespace Format_3MF::project
+} // namespace format3mf::project

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace Format_3MF::project
+namespace format3mf::project
 {
 struct ConfigElement
 {
@@ -25,4 +25,4 @@ struct ConfigElement
 // is wrong with the XML, with its line. Documents with a document type
 // declaration are refused, and so is nesting deeper than any settings need.
 std::string ParseConfigXml(std::string_view text, ConfigElement& root);
-} // namespace Format_3MF::project
+} // namespace format3mf::project

@@ -9,8 +9,11 @@
 
 #include <string_view>
 
-namespace Format_3MF::project
+namespace format3mf::project
 {
+// The project's readers build on the model's classes.
+using namespace Format_3MF;
+
 namespace
 {
 // "#RRGGBB", or "#RRGGBBAA" with the alpha left out, packed as MStlColor
@@ -135,4 +138,4 @@ std::string ReadPrusaFilaments(std::string const& text, ProjectConfig& config)
     config.filaments = std::move(filaments);
     return {};
 }
-} // namespace Format_3MF::project
+} // namespace format3mf::project

@@ -7,7 +7,7 @@
 
 #include "common/HexDigit.h"
 
-namespace Format_3MF::project
+namespace format3mf::project
 {
 std::uint32_t PaintDecoder::_Midpoint(std::uint32_t a, std::uint32_t b, PaintSubdivision& out)
 {
@@ -157,4 +157,4 @@ std::string PaintDecoder::Decode(std::string_view code, PaintSubdivision& out)
     }
     return {};
 }
-} // namespace Format_3MF::project
+} // namespace format3mf::project

@@ -11,7 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
-namespace Format_3MF::project
+namespace format3mf::project
 {
 // A leaf of a decoded triangle. Its points are numbered: 0, 1 and 2 are the
 // corners of the painted triangle, a point from 3 on is the midpoint of the
@@ -59,4 +59,4 @@ private:
     std::vector<Pending> m_pending;
     std::unordered_map<std::uint64_t, std::uint32_t> m_midpoints;
 };
-} // namespace Format_3MF::project
+} // namespace format3mf::project

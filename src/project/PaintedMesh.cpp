@@ -12,8 +12,11 @@
 #include <algorithm>
 #include <memory>
 
-namespace Format_3MF::project
+namespace format3mf::project
 {
+// The project's readers build on the model's classes.
+using namespace Format_3MF;
+
 namespace
 {
 // The longest entry: five numbers of up to ten bytes.
@@ -219,4 +222,4 @@ void PaintedMesh::Revert()
     m_record.shrink_to_fit();
     m_last = {0, 0, {0, 0, 0}};
 }
-} // namespace Format_3MF::project
+} // namespace format3mf::project

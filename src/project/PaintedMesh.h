@@ -12,8 +12,11 @@
 #include <string>
 #include <vector>
 
-namespace Format_3MF::project
+namespace format3mf::project
 {
+// The project's readers build on the model's classes.
+using namespace Format_3MF;
+
 struct ProjectConfig;
 struct ReadTally;
 
@@ -133,4 +136,4 @@ private:
     std::vector<std::uint32_t> m_vertexPoints;
     std::wstring m_failure;
 };
-} // namespace Format_3MF::project
+} // namespace format3mf::project

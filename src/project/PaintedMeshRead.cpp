@@ -18,8 +18,11 @@
 #include <string_view>
 #include <utility>
 
-namespace Format_3MF::project
+namespace format3mf::project
 {
+// The project's readers build on the model's classes.
+using namespace Format_3MF;
+
 namespace
 {
 std::wstring const kPaint[] = {L"paint_color", L"slic3rpe:mmu_segmentation"};
@@ -332,4 +335,4 @@ bool PaintedMeshRead::_AddPainted(int v1, int v2, int v3, std::string_view code)
     m_painted->NotePainted(plainIndex, leaves, corners);
     return true;
 }
-} // namespace Format_3MF::project
+} // namespace format3mf::project

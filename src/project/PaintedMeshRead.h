@@ -11,8 +11,11 @@
 
 class MStlPoint;
 
-namespace Format_3MF::project
+namespace format3mf::project
 {
+// The project's readers build on the model's classes.
+using namespace Format_3MF;
+
 class PaintedMesh;
 
 class PaintedMeshRead : public MeshStlBaseRead
@@ -40,4 +43,4 @@ private:
     PaintSubdivision m_subdivision;
     std::vector<MStlPoint const*> m_leafPoints;
 };
-} // namespace Format_3MF::project
+} // namespace format3mf::project

@@ -10,8 +10,11 @@
 #include "triangles/MStlPoint.h"
 #include "triangles/MStlTriangle.h"
 
-namespace Format_3MF::project
+namespace format3mf::project
 {
+// The project's readers build on the model's classes.
+using namespace Format_3MF;
+
 std::wstring DescribeObject(Object const& object)
 {
     return L"object " + std::to_wstring(int(object.m_id)) + L" of " +
@@ -124,4 +127,4 @@ void Unpaint(Object const& object)
         }
     }
 }
-} // namespace Format_3MF::project
+} // namespace format3mf::project

@@ -19,8 +19,11 @@ class ModelFile;
 class Object;
 } // namespace Format_3MF
 
-namespace Format_3MF::project
+namespace format3mf::project
 {
+// The project's readers build on the model's classes.
+using namespace Format_3MF;
+
 // "object 3 of /3D/Objects/object_1.model", for messages.
 std::wstring DescribeObject(Object const& object);
 
@@ -45,11 +48,11 @@ std::set<Object const*> RevertFailedPaint(ModelFile& root, std::vector<std::wstr
 // Puts the meshes of an object and of the objects it places back to their
 // plain reading: the object is read as without the project.
 void Unpaint(Object const& object);
-} // namespace Format_3MF::project
+} // namespace format3mf::project
 
 #include "format3mf/ModelFile.h"
 
-namespace Format_3MF::project
+namespace format3mf::project
 {
 template <typename Visit>
 void ForEachModelFile(ModelFile& file, Visit&& visit)
@@ -60,4 +63,4 @@ void ForEachModelFile(ModelFile& file, Visit&& visit)
         ForEachModelFile(*related, visit);
     }
 }
-} // namespace Format_3MF::project
+} // namespace format3mf::project

@@ -6,8 +6,11 @@
 #include "zip/MZipArchiveError.h"
 #include "zip/ReadBufferFromZip.h"
 
-namespace Format_3MF::project
+namespace format3mf::project
 {
+// The project's readers build on the model's classes.
+using namespace Format_3MF;
+
 namespace
 {
 // Settings run to tens of kilobytes; a part this big is not settings, and
@@ -121,4 +124,4 @@ std::unique_ptr<ProjectConfig> ReadProjectConfig(MZipArchive& archive, std::vect
     }
     return config;
 }
-} // namespace Format_3MF::project
+} // namespace format3mf::project

@@ -13,8 +13,11 @@
 
 class MZipArchive;
 
-namespace Format_3MF::project
+namespace format3mf::project
 {
+// The project's readers build on the model's classes.
+using namespace Format_3MF;
+
 struct PartConfig
 {
     // Bambu Studio and its kin: the object of the component that places the
@@ -84,4 +87,4 @@ std::string ReadBambuObjects(std::string const& text, ProjectConfig& config);
 std::string ReadPrusaObjects(std::string const& text, ProjectConfig& config);
 std::string ReadBambuFilaments(std::string const& text, ProjectConfig& config);
 std::string ReadPrusaFilaments(std::string const& text, ProjectConfig& config);
-} // namespace Format_3MF::project
+} // namespace format3mf::project

@@ -9,8 +9,11 @@
 #include <algorithm>
 #include <charconv>
 
-namespace Format_3MF::project
+namespace format3mf::project
 {
+// The project's readers build on the model's classes.
+using namespace Format_3MF;
+
 namespace
 {
 // A whole decimal number within [low, high], else false.
@@ -238,4 +241,4 @@ std::string ReadPrusaObjects(std::string const& text, ProjectConfig& config)
             }
         });
 }
-} // namespace Format_3MF::project
+} // namespace format3mf::project

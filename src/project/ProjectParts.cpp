@@ -3,10 +3,10 @@
 // then made, taking each mesh over from the model where it is placed once.
 #include "project/ProjectParts.h"
 
+#include "flattening/BuildFlattening.h"
 #include "project/PaintedMesh.h"
 #include "project/PartMeshes.h"
 #include "project/ProjectConfig.h"
-#include "flattening/BuildFlattening.h"
 
 #include "format3mf/Exception.h"
 #include "format3mf/ModelFile.h"
@@ -22,8 +22,11 @@
 #include <set>
 #include <unordered_map>
 
-namespace Format_3MF::project
+namespace format3mf::project
 {
+// The project's readers build on the model's classes.
+using namespace Format_3MF;
+
 namespace
 {
 MeshStlBase* Binding(Object const& object)
@@ -414,4 +417,4 @@ ProjectMeshes FlattenProject(ModelFile& root, ProjectConfig const& config, std::
 {
     return ProjectFlattening(root, config, maxElements, warnings).Run();
 }
-} // namespace Format_3MF::project
+} // namespace format3mf::project

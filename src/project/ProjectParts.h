@@ -16,8 +16,11 @@ namespace Format_3MF
 class ModelFile;
 }
 
-namespace Format_3MF::project
+namespace format3mf::project
 {
+// The project's readers build on the model's classes.
+using namespace Format_3MF;
+
 struct ProjectConfig;
 
 struct ProjectMeshes
@@ -36,4 +39,4 @@ struct ProjectMeshes
 // the meshes would hold more than `maxElements` points or triangles.
 ProjectMeshes FlattenProject(ModelFile& root, ProjectConfig const& config, std::uint64_t maxElements,
                              std::vector<std::wstring>& warnings);
-} // namespace Format_3MF::project
+} // namespace format3mf::project

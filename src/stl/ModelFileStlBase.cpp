@@ -7,13 +7,13 @@
 #include "project/ProjectConfig.h"
 #include "project/ProjectParts.h"
 
+#include "flattening/BuildFlattening.h"
 #include "format3mf/FormatIdentifiers.h"
 #include "format3mf/MeshStlBase.h"
 #include "format3mf/Object.h"
 #include "format3mf/PackageRead.h"
 #include "format3mf/PackageReadContext.h"
 #include "format3mf/PackageWriteContext.h"
-#include "flattening/BuildFlattening.h"
 
 #include "triangles/MStlBase.h"
 
@@ -39,7 +39,8 @@ void ModelFileStlBase::_OnRead(PackageReadContext* context)
     if (m_readProjectParts && GetParent() == nullptr && context->m_packageRead != nullptr &&
         context->m_packageRead->GetArchive() != nullptr)
     {
-        m_project = project::ReadProjectConfig(*context->m_packageRead->GetArchive(), context->m_warnings);
+        m_project =
+            format3mf::project::ReadProjectConfig(*context->m_packageRead->GetArchive(), context->m_warnings);
         if (m_project)
         {
             // Paint is stopped at the bound of a read as it is made.
@@ -65,7 +66,7 @@ IMesh* ModelFileStlBase::_CreateMesh(Object* object, PackageReadContext* context
     auto stl = std::make_unique<MStlBase>();
     MeshStlBase* const mesh =
         stlRoot != nullptr && stlRoot->m_project
-            ? new project::PaintedMesh(stl.get(), this, object, context, *stlRoot->m_project)
+            ? new format3mf::project::PaintedMesh(stl.get(), this, object, context, *stlRoot->m_project)
             : new MeshStlBase(stl.get(), this, object, context);
     mesh->SetStl(stl.get(), true);
     if (object != nullptr)
@@ -113,10 +114,11 @@ void ModelFileStlBase::_OnStopReading(PackageReadContext* context)
     }
     // The meshes come whole or not at all, so that a failure leaves nothing
     // behind.
-    project::ProjectMeshes made;
+    format3mf::project::ProjectMeshes made;
     if (m_project)
     {
-        made = project::FlattenProject(*this, *m_project, kMaxFlattenedElements, context->m_warnings);
+        made =
+            format3mf::project::FlattenProject(*this, *m_project, kMaxFlattenedElements, context->m_warnings);
     }
     else
     {

@@ -137,12 +137,13 @@ class BoundedProject : public ModelFileStlBase
 public:
     explicit BoundedProject(std::uint64_t limit) : m_limit(limit) {}
 
-    std::unique_ptr<project::ProjectConfig> m_project;
+    std::unique_ptr<format3mf::project::ProjectConfig> m_project;
 
 protected:
     void _OnRead(PackageReadContext* context) override
     {
-        m_project = project::ReadProjectConfig(*context->m_packageRead->GetArchive(), context->m_warnings);
+        m_project =
+            format3mf::project::ReadProjectConfig(*context->m_packageRead->GetArchive(), context->m_warnings);
         m_project->tally.limit = m_limit;
         ModelFileStlBase::_OnRead(context);
     }
@@ -150,7 +151,7 @@ protected:
     IMesh* _CreateMesh(Object* object, PackageReadContext* context) override
     {
         auto stl = std::make_unique<MStlBase>();
-        auto* const mesh = new project::PaintedMesh(stl.get(), this, object, context, *m_project);
+        auto* const mesh = new format3mf::project::PaintedMesh(stl.get(), this, object, context, *m_project);
         mesh->SetStl(stl.release(), true);
         return mesh;
     }
@@ -175,7 +176,8 @@ format3mf::import::ImportResult ReadWithin(std::wstring const& file, std::uint64
     std::vector<std::wstring> warnings = reader.GetContext().m_warnings;
     try
     {
-        project::ProjectMeshes made = project::FlattenProject(model, *model.m_project, limit, warnings);
+        format3mf::project::ProjectMeshes made =
+            format3mf::project::FlattenProject(model, *model.m_project, limit, warnings);
         for (auto& mesh : made.meshes)
         {
             result.parts.push_back({std::move(mesh), PartRole::Printable, ""});

@@ -15,7 +15,7 @@
 #include <tuple>
 #include <vector>
 
-using namespace Format_3MF::project;
+using namespace format3mf::project;
 
 namespace
 {
