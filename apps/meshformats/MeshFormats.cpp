@@ -5,7 +5,7 @@
 #include <cctype>
 #include <utility>
 
-namespace meshformats
+namespace format3mf::meshformats
 {
 namespace
 {
@@ -81,4 +81,4 @@ bool MillimetresPerUnit(std::string const& unit, double& millimetres)
     }
     return false;
 }
-} // namespace meshformats
+} // namespace format3mf::meshformats

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace meshformats
+namespace format3mf::meshformats
 {
 enum class Format
 {
@@ -71,4 +71,4 @@ std::vector<std::string> WriteMeshFile(std::string const& path, Format format,
                                        std::vector<MStlBase const*> const& meshes,
                                        WriteOptions const& options,
                                        OndSDK::Common::IProgressDelegate const* progress = nullptr);
-} // namespace meshformats
+} // namespace format3mf::meshformats

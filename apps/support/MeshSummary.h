@@ -1,21 +1,18 @@
 // The figures by which a person or a script recognises a mesh: counts, box in
-// millimetres, colours, textures and beams. ond3mf-info prints them, and the
-// Python package's info() gives the same.
+// millimetres, colours, textures and beams. ond3mf-info prints them, and its
+// --json and the Python module's info() give them as one record, key for key.
 #pragma once
 
-#include "common/MInternalUnits.h"
-#include "triangles/MStlBase.h"
-#include "triangles/MStlIterators.h"
-#include "triangles/MStlPoint.h"
-#include "triangles/MStlTexture.h"
-#include "triangles/MStlTriangle.h"
+#include "format3mf/ImportFile.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <limits>
-#include <unordered_set>
+#include <nlohmann/json.hpp>
 
-namespace tools
+#include <cstddef>
+#include <string>
+
+class MStlBase;
+
+namespace format3mf::apps
 {
 struct Summary
 {
@@ -29,46 +26,15 @@ struct Summary
     std::size_t beams = 0;
 };
 
-inline Summary Summarise(MStlBase const& mesh)
-{
-    Summary summary;
-    summary.vertices = mesh.GetNumberOfPoints();
-    summary.triangles = mesh.GetNumberOfTriangles();
-    if (summary.vertices != 0)
-    {
-        std::int32_t low[3];
-        std::int32_t high[3];
-        std::fill(low, low + 3, std::numeric_limits<std::int32_t>::max());
-        std::fill(high, high + 3, std::numeric_limits<std::int32_t>::min());
-        for (auto point = mesh.BeginPoint(); point != mesh.EndPoint(); ++point)
-        {
-            std::int32_t const coordinates[3] = {point->GetX(), point->GetY(), point->GetZ()};
-            for (int axis = 0; axis < 3; ++axis)
-            {
-                low[axis] = std::min(low[axis], coordinates[axis]);
-                high[axis] = std::max(high[axis], coordinates[axis]);
-            }
-        }
-        double const unit = double(OndSDK::Common::MInternalUnits::Get());
-        for (int axis = 0; axis < 3; ++axis)
-        {
-            summary.min[axis] = low[axis] / unit;
-            summary.max[axis] = high[axis] / unit;
-        }
-    }
-    for (auto triangle = mesh.BeginTriangle(); triangle != mesh.EndTriangle(); ++triangle)
-    {
-        summary.coloured += triangle->GetColor().IsDefined() ? 1 : 0;
-    }
-    std::unordered_set<MStlTriangle const*> textured;
-    for (MStlTexture const* texture : mesh.GetTextures())
-    {
-        textured.insert(texture->GetTriangles().begin(), texture->GetTriangles().end());
-    }
-    summary.textured = textured.size();
-    summary.textures = mesh.GetTextures().size();
-    summary.beams = mesh.GetFeature().GetNumEdges();
-    return summary;
-}
+Summary Summarise(MStlBase const& mesh);
 
-} // namespace tools
+// The colour of a printed part's filament as "#RRGGBB", "none" for a part
+// that is not printed.
+std::string FilamentColour(format3mf::import::ImportedPart const& part);
+
+// The record of one part: "name", "vertices", "triangles", "box" ("min" and
+// "max", each x y z in millimetres), "coloured_triangles",
+// "textured_triangles", "textures", "beams"; with `roles` also the part's
+// "role" and the "colour" of its filament.
+nlohmann::json Record(format3mf::import::ImportedPart const& part, bool roles);
+} // namespace format3mf::apps
