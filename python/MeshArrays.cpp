@@ -4,7 +4,6 @@
 #include "MeshArrays.h"
 
 #include "common/MInternalUnits.h"
-#include "common/StringConversion.h"
 #include "triangles/MStlBase.h"
 #include "triangles/MStlBaseElementInfo.h"
 #include "triangles/MStlColorMaskTrianglePoints.h"
@@ -19,7 +18,7 @@
 
 namespace py = pybind11;
 
-namespace ond3mf
+namespace format3mf::python
 {
 namespace
 {
@@ -70,8 +69,9 @@ T* NewArray(py::object& field, std::vector<std::size_t> const& shape)
 }
 
 // Every array of the mesh at its final size, empty; with the GIL.
-Destination Allocate(MStlBase const& mesh, bool coloured, Mesh& result)
+Destination Allocate(import::ImportedPart const& part, bool coloured, Mesh& result)
 {
+    MStlBase const& mesh = *part.mesh;
     Destination to;
     to.mesh = &mesh;
     std::size_t const count = mesh.GetNumberOfTriangles();
@@ -104,7 +104,7 @@ Destination Allocate(MStlBase const& mesh, bool coloured, Mesh& result)
         to.beamEnds = NewArray<std::uint32_t>(result.beams, {beams, 2});
         to.beamRadii = NewArray<double>(result.beam_radii, {beams, 2});
     }
-    result.name = StringConversion::ConvertNativeToUTF8(mesh.GetName());
+    result.name = part.name;
     return to;
 }
 
@@ -219,21 +219,21 @@ void Fill(Destination const& to)
 }
 } // namespace
 
-std::vector<Mesh> ToPython(std::vector<std::unique_ptr<MStlBase>> const& meshes)
+std::vector<Mesh> ToPython(std::vector<import::ImportedPart> const& parts)
 {
-    std::vector<char> coloured(meshes.size());
+    std::vector<char> coloured(parts.size());
     {
         py::gil_scoped_release release;
-        for (std::size_t i = 0; i < meshes.size(); ++i)
+        for (std::size_t i = 0; i < parts.size(); ++i)
         {
-            coloured[i] = HasColors(*meshes[i]);
+            coloured[i] = HasColors(*parts[i].mesh);
         }
     }
-    std::vector<Mesh> result(meshes.size());
+    std::vector<Mesh> result(parts.size());
     std::vector<Destination> destinations;
-    for (std::size_t i = 0; i < meshes.size(); ++i)
+    for (std::size_t i = 0; i < parts.size(); ++i)
     {
-        destinations.push_back(Allocate(*meshes[i], coloured[i] != 0, result[i]));
+        destinations.push_back(Allocate(parts[i], coloured[i] != 0, result[i]));
     }
     {
         py::gil_scoped_release release;
@@ -244,4 +244,4 @@ std::vector<Mesh> ToPython(std::vector<std::unique_ptr<MStlBase>> const& meshes)
     }
     return result;
 }
-} // namespace ond3mf
+} // namespace format3mf::python

@@ -5,6 +5,8 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
+#include "format3mf/ImportFile.h"
+
 #include "triangles/MStlBase.h"
 #include "triangles/MStlColorMaskTrianglePoints.h"
 
@@ -12,7 +14,7 @@
 #include <string>
 #include <vector>
 
-namespace ond3mf
+namespace format3mf::python
 {
 // What Python sees of one mesh. Arrays are None where the mesh has no such
 // data (colours, textures, beams).
@@ -29,9 +31,10 @@ struct Mesh
     std::string name;
 };
 
-// The meshes as Python's; called with the GIL, which it holds only to make
-// the arrays and lets go while it looks at the meshes and fills the arrays.
-std::vector<Mesh> ToPython(std::vector<std::unique_ptr<MStlBase>> const& meshes);
+// The parts' meshes as Python's; called with the GIL, which it holds only to
+// make the arrays and lets go while it looks at the meshes and fills the
+// arrays.
+std::vector<Mesh> ToPython(std::vector<import::ImportedPart> const& parts);
 
 // The arrays of one mesh, checked: shapes, dtypes, finite coordinates within
 // the library's range, indices within the vertices. `label` names the mesh
@@ -56,4 +59,4 @@ struct BuiltMesh
 };
 // Needs no GIL: it only reads the arrays' memory.
 BuiltMesh ToMesh(CheckedMesh const& mesh);
-} // namespace ond3mf
+} // namespace format3mf::python

@@ -4,17 +4,12 @@
 #include "MeshArrays.h"
 #include "MeshSummary.h"
 
-#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ImportFile.h"
-#include "format3mf/ModelFileStlBase.h"
-#include "format3mf/Package.h"
-#include "format3mf/PackageWrite.h"
 #include "format3mf/Version.h"
+#include "format3mf/WriteFile.h"
 
 #include "common/IProgressDelegate.h"
-#include "common/StringConversion.h"
 #include "triangles/MStlBase.h"
-#include "zip/MZipArchiveError.h"
 
 #include <pybind11/stl.h>
 
@@ -28,6 +23,8 @@
 
 namespace py = pybind11;
 
+namespace format3mf::python
+{
 namespace
 {
 // Follows the library's progress on its thread: with the GIL, calls the
@@ -164,13 +161,15 @@ void AddFileErrorKinds()
     throw py::error_already_set();
 }
 
-// The errno of a cause of a failed write, 0 where it is none: the library
-// gives the system's causes in the words of std::generic_category.
-int ErrnoOf(std::string const& cause)
+// The errno of a failed write, 0 where it is none: the library ends its
+// message with the system's cause, in the words of std::generic_category.
+int ErrnoOf(std::string const& error)
 {
     for (int code = 1; code < 256; ++code)
     {
-        if (std::generic_category().message(code) == cause)
+        std::string const cause = ": " + std::generic_category().message(code);
+        if (error.size() > cause.size() &&
+            error.compare(error.size() - cause.size(), cause.size(), cause) == 0)
         {
             return code;
         }
@@ -178,12 +177,12 @@ int ErrnoOf(std::string const& cause)
     return 0;
 }
 
-std::string Joined(std::vector<std::wstring> const& messages)
+std::string Joined(std::vector<std::string> const& messages)
 {
     std::string text;
-    for (std::wstring const& message : messages)
+    for (std::string const& message : messages)
     {
-        text += (text.empty() ? "" : "\n") + StringConversion::ConvertNativeToUTF8(message);
+        text += (text.empty() ? "" : "\n") + message;
     }
     return text;
 }
@@ -206,129 +205,109 @@ void CheckReadable(std::string const& name, py::object const& path)
     }
 }
 
-format3mf::import::ImportResult Import(py::object const& path, bool textures, bool asOne, py::object progress)
+import::ImportResult Import(py::object const& path, bool textures, bool asOne,
+                            py::object progress){std::string const name = PathOf(path);
+CheckReadable(name, path);
+auto delegate = std::make_shared<PythonProgress>(std::move(progress));
+import::ImportSettings settings;
+settings.textures = textures;
+settings.asOnePart = asOne;
+settings.progress = delegate;
+import::ImportResult result;
 {
-    std::string const name = PathOf(path);
-    CheckReadable(name, path);
-    auto delegate = std::make_shared<PythonProgress>(std::move(progress));
-    format3mf::import::ImportSettings settings;
-    settings.textures = textures;
-    settings.asOnePart = asOne;
-    settings.progress = delegate;
-    format3mf::import::ImportResult result;
+    py::gil_scoped_release release;
+    result = import::ImportFile(name, settings);
+}
+delegate->RaiseIfFailed();
+for (std::string const& warning : result.warnings)
+{
+    // A C++ function has no frame of its own: 1 is the caller's line.
+    if (PyErr_WarnEx(g_warning.ptr(), warning.c_str(), 1) != 0)
     {
-        py::gil_scoped_release release;
-        result = format3mf::import::ImportFile(StringConversion::ConvertFileNameToNative(name), settings);
+        throw py::error_already_set();
     }
-    delegate->RaiseIfFailed();
-    for (std::wstring const& warning : result.warnings)
-    {
-        // A C++ function has no frame of its own: 1 is the caller's line.
-        if (PyErr_WarnEx(g_warning.ptr(), StringConversion::ConvertNativeToUTF8(warning).c_str(), 1) != 0)
-        {
-            throw py::error_already_set();
-        }
-    }
-    if (result.status == format3mf::import::Importer::Canceled)
-    {
-        RaiseError("reading was cancelled");
-    }
-    if (result.status != format3mf::import::Importer::Success)
-    {
-        RaiseError(Joined(result.errors));
-    }
-    return result;
+}
+if (result.status == import::Importer::Canceled)
+{
+    RaiseError("reading was cancelled");
+}
+if (result.status != import::Importer::Success)
+{
+    RaiseError(Joined(result.errors));
+}
+return result;
+} // namespace
+
+std::vector<Mesh> Read(py::object const& path, bool textures, bool asOne, py::object progress)
+{
+    return ToPython(Import(path, textures, asOne, std::move(progress)).parts);
 }
 
-std::vector<ond3mf::Mesh> Read(py::object const& path, bool textures, bool asOne, py::object progress)
-{
-    return ond3mf::ToPython(Import(path, textures, asOne, std::move(progress)).meshes);
-}
+// The records of ond3mf-info --json, as Python's json module reads them.
 py::list Info(py::object const& path)
 {
-    format3mf::import::ImportResult const result = Import(path, true, false, py::none());
+    import::ImportResult const result = Import(path, true, false, py::none());
+    py::object const loads = py::module_::import("json").attr("loads");
     py::list meshes;
-    for (auto const& mesh : result.meshes)
+    for (import::ImportedPart const& part : result.parts)
     {
-        tools::Summary const s = tools::Summarise(*mesh);
-        py::dict entry;
-        entry["name"] = StringConversion::ConvertNativeToUTF8(mesh->GetName());
-        entry["vertices"] = s.vertices;
-        entry["triangles"] = s.triangles;
-        entry["box_min"] = py::make_tuple(s.min[0], s.min[1], s.min[2]);
-        entry["box_max"] = py::make_tuple(s.max[0], s.max[1], s.max[2]);
-        entry["coloured_triangles"] = s.coloured;
-        entry["textured_triangles"] = s.textured;
-        entry["textures"] = s.textures;
-        entry["beams"] = s.beams;
-        meshes.append(std::move(entry));
+        meshes.append(
+            loads(apps::Record(part, false).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace)));
     }
     return meshes;
 }
 
-// PackageWrite writes beside the target and renames over it when the file
-// is whole, so that a failure or a cancel leaves the target as it was.
+// WriteFile writes beside the target and renames over it when the file is
+// whole, so that a failure or a cancel leaves the target as it was.
 void Write(py::object const& path, py::iterable const& meshes, bool binary, bool zip64, py::object progress)
 {
-    std::wstring const target = StringConversion::ConvertFileNameToNative(PathOf(path));
-    std::vector<ond3mf::CheckedMesh> checked;
+    std::string const target = PathOf(path);
+    std::vector<CheckedMesh> checked;
     for (py::handle mesh : meshes)
     {
-        checked.push_back(ond3mf::CheckMesh(mesh, "mesh " + std::to_string(checked.size())));
+        checked.push_back(CheckMesh(mesh, "mesh " + std::to_string(checked.size())));
     }
+    WriteSettings settings;
+    settings.binary = binary;
+    settings.zip64 = zip64;
     auto delegate = std::make_shared<PythonProgress>(std::move(progress));
-    std::string cause;
-    bool cancelled = false;
+    settings.progress = delegate;
+    WriteResult written;
     {
         py::gil_scoped_release release;
+        std::vector<BuiltMesh> built;
+        std::vector<MStlBase const*> list;
         try
         {
-            std::vector<ond3mf::BuiltMesh> built;
-            Format_3MF::ModelFileStlBase model;
-            for (ond3mf::CheckedMesh const& mesh : checked)
+            for (CheckedMesh const& mesh : checked)
             {
-                built.push_back(ond3mf::ToMesh(mesh));
-                model.AddStl(built.back().mesh.get());
+                built.push_back(ToMesh(mesh));
+                list.push_back(built.back().mesh.get());
             }
-            Format_3MF::Package package(&model);
-            Format_3MF::PackageWriteOptions options;
-            options.IsBinary = binary;
-            options.Package.m_useZip64 = zip64;
-            Format_3MF::PackageWrite writer(&package, options);
-            writer.Write(target, delegate);
+            written = WriteFile(target, list, settings);
         }
-        catch (Format_3MF::PackageWrite::Canceled const&)
+        catch (std::exception const& error)
         {
-            cancelled = true;
-        }
-        catch (MZipArchiveError::MGeneric const& archive)
-        {
-            cause = StringConversion::ConvertNativeToUTF8(archive.GetDetail());
-        }
-        catch (std::exception const& other)
-        {
-            cause = other.what();
+            // Building the meshes ran out of memory; nothing was written.
+            written.error = std::string("the meshes to write could not be built: ") + error.what();
         }
     }
     delegate->RaiseIfFailed();
-    std::string const shown = StringConversion::ConvertNativeToUTF8(target);
-    if (cancelled)
+    if (!written.ok)
     {
-        RaiseError("writing " + shown + " was cancelled; the file is as it was");
-    }
-    if (!cause.empty())
-    {
-        if (int const code = ErrnoOf(cause); code != 0)
+        if (int const code = written.cancelled ? 0 : ErrnoOf(written.error); code != 0)
         {
             RaiseFileError(code, FileNameOf(path));
         }
-        RaiseError("Could not write " + shown + ": " + cause);
+        RaiseError(written.error);
     }
 }
-} // namespace
+} // namespace format3mf::python
+} // namespace format3mf::python
 
 PYBIND11_MODULE(ond3mf, module)
 {
+    using namespace format3mf::python;
     module.doc() = "3MF files as numpy arrays: read, write and inspect them with OndSDK.AM.3mf.";
     module.attr("__version__") = format3mf::Version();
 
@@ -376,17 +355,16 @@ PYBIND11_MODULE(ond3mf, module)
             }
         });
 
-    py::class_<ond3mf::Mesh>(
-        module, "Mesh",
-        "One mesh: vertices (float64 N x 3, millimetres), triangles (uint32 M x 3), and\n"
-        "where present triangle_colors (uint8 M x 3 x 4, RGBA per corner), uvs (float32\n"
-        "M x 3 x 2), texture_ids (int32 M, -1 untextured), textures (list of uint8\n"
-        "H x W x 4), beams (uint32 K x 2) with beam_radii (float64 K x 2, NaN where a beam\n"
-        "has none), and the object's name.")
+    py::class_<Mesh>(module, "Mesh",
+                     "One mesh: vertices (float64 N x 3, millimetres), triangles (uint32 M x 3), and\n"
+                     "where present triangle_colors (uint8 M x 3 x 4, RGBA per corner), uvs (float32\n"
+                     "M x 3 x 2), texture_ids (int32 M, -1 untextured), textures (list of uint8\n"
+                     "H x W x 4), beams (uint32 K x 2) with beam_radii (float64 K x 2, NaN where a beam\n"
+                     "has none), and the object's name.")
         .def(py::init(
                  [](py::object vertices, py::object triangles, py::object colors, std::string name)
                  {
-                     ond3mf::Mesh mesh;
+                     Mesh mesh;
                      mesh.vertices = std::move(vertices);
                      mesh.triangles = std::move(triangles);
                      mesh.triangle_colors = std::move(colors);
@@ -396,17 +374,17 @@ PYBIND11_MODULE(ond3mf, module)
                  }),
              py::arg("vertices"), py::arg("triangles"), py::arg("triangle_colors") = py::none(),
              py::arg("name") = "")
-        .def_readwrite("vertices", &ond3mf::Mesh::vertices)
-        .def_readwrite("triangles", &ond3mf::Mesh::triangles)
-        .def_readwrite("triangle_colors", &ond3mf::Mesh::triangle_colors)
-        .def_readwrite("uvs", &ond3mf::Mesh::uvs)
-        .def_readwrite("texture_ids", &ond3mf::Mesh::texture_ids)
-        .def_readwrite("textures", &ond3mf::Mesh::textures)
-        .def_readwrite("beams", &ond3mf::Mesh::beams)
-        .def_readwrite("beam_radii", &ond3mf::Mesh::beam_radii)
-        .def_readwrite("name", &ond3mf::Mesh::name)
+        .def_readwrite("vertices", &Mesh::vertices)
+        .def_readwrite("triangles", &Mesh::triangles)
+        .def_readwrite("triangle_colors", &Mesh::triangle_colors)
+        .def_readwrite("uvs", &Mesh::uvs)
+        .def_readwrite("texture_ids", &Mesh::texture_ids)
+        .def_readwrite("textures", &Mesh::textures)
+        .def_readwrite("beams", &Mesh::beams)
+        .def_readwrite("beam_radii", &Mesh::beam_radii)
+        .def_readwrite("name", &Mesh::name)
         .def("__repr__",
-             [](ond3mf::Mesh const& mesh)
+             [](Mesh const& mesh)
              {
                  return "<ond3mf.Mesh '" + mesh.name + "' " +
                         py::str(mesh.vertices.attr("shape")).cast<std::string>() + " vertices, " +
@@ -430,6 +408,7 @@ PYBIND11_MODULE(ond3mf, module)
                "no other file; it raises ond3mf.FileError (an OSError) where the system refused, with\n"
                "the cause, what progress raised, or ond3mf.Error.");
     module.def("info", &Info, py::arg("path"),
-               "The figures ond3mf-info prints, as a dict per mesh: name, vertices, triangles, box_min,\n"
-               "box_max (millimetres), coloured_triangles, textured_triangles, textures, beams.");
+               "The figures ond3mf-info prints, as a dict per mesh with the keys of its --json: name,\n"
+               "vertices, triangles, box (min and max, millimetres), coloured_triangles,\n"
+               "textured_triangles, textures, beams.");
 }

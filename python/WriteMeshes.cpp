@@ -15,7 +15,7 @@
 
 namespace py = pybind11;
 
-namespace ond3mf
+namespace format3mf::python
 {
 namespace
 {
@@ -197,4 +197,4 @@ BuiltMesh ToMesh(CheckedMesh const& checked)
     }
     return built;
 }
-} // namespace ond3mf
+} // namespace format3mf::python

@@ -1,6 +1,6 @@
 # Type stubs of the ond3mf extension module: 3MF files as numpy arrays.
 from os import PathLike
-from typing import Any, Callable, Iterable, List, Optional, Tuple, Union
+from typing import Any, Callable, Dict, Iterable, List, Optional, Tuple, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -61,5 +61,8 @@ def write(
     """Writes meshes as objects of a 3MF file; checks every field first. A
     write that fails or is cancelled leaves the target as it was."""
 
-def info(path: _Path) -> List[dict]:
-    """The figures ond3mf-info prints, as a dict per mesh."""
+def info(path: _Path) -> List[Dict[str, Any]]:
+    """The figures ond3mf-info prints, as a dict per mesh with the keys of its
+    --json: name, vertices, triangles, box ({"min": [x, y, z], "max": [x, y,
+    z]}, millimetres), coloured_triangles, textured_triangles, textures,
+    beams."""

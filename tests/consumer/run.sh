@@ -25,6 +25,12 @@ soname=$(readelf -d "$library" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')
 for tool in ond3mf-info ond3mf-convert ond3mf-torus; do
   [[ -x "$prefix/bin/$tool" ]] || { echo "tool $tool not installed"; exit 1; }
 done
+# The installed tools find the installed library by their RUNPATH alone.
+version=$(env -u LD_LIBRARY_PATH "$prefix/bin/ond3mf-info" --version) ||
+  { echo "the installed ond3mf-info does not run without LD_LIBRARY_PATH"; exit 1; }
+[[ "$version" == "ond3mf-info (OndSDK.AM.3mf) "* ]] || { echo "ond3mf-info --version says '$version'"; exit 1; }
+env -u LD_LIBRARY_PATH ldd "$prefix/bin/ond3mf-info" | grep "$prefix" >/dev/null ||
+  { echo "the installed ond3mf-info does not use the installed library"; exit 1; }
 # Internal folders of the source tree must not show up in the installed tree.
 include=$prefix/include/OndSDK.AM.3mf
 if [[ -e "$include/foundation" || -e "$include/host" || -e "$include/src" ]]; then

@@ -120,10 +120,17 @@ def test_every_shared_file_reads_as_its_xml_says(as_one):
 
 def test_info_counts_what_the_xml_holds():
     for path in shared_files():
+        records = quietly(ond3mf.info, path)
         counted = [(m["vertices"], m["triangles"], m["coloured_triangles"], m["textured_triangles"], m["beams"])
-                   for m in quietly(ond3mf.info, path)]
+                   for m in records]
         assert counted == [(len(m.points), m.triangles, len(m.colours), len(m.textured), len(m.beams))
                            for m in oracle_meshes(path)], path
+        # The box as ond3mf-info --json gives it: min and max x y z in mm.
+        for record, want in zip(records, oracle_meshes(path)):
+            vertices = oracle_vertices(want)
+            low, high = (vertices.min(axis=0), vertices.max(axis=0)) if len(vertices) else ([0] * 3, [0] * 3)
+            assert sorted(record["box"]) == ["max", "min"], path
+            assert np.allclose([record["box"]["min"], record["box"]["max"]], [low, high], rtol=0, atol=1e-9), path
 
 
 def same_meshes(before, after):

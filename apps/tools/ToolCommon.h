@@ -4,14 +4,12 @@
 
 #include "format3mf/Version.h"
 
-#include "common/StringConversion.h"
-
 #include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
 
-namespace tools
+namespace format3mf::apps
 {
 // Answers --help or -h with the usage on standard output and --version with
 // the library's version, wherever they stand before "--". True when one was
@@ -41,27 +39,13 @@ inline int BadUsage(char const* program, std::string const& message, char const*
     return 2;
 }
 
-// The library's text for standard error and JSON: UTF-8, with the bytes of
-// a file name that is not UTF-8 given back as they were on the command line.
-inline std::string Narrow(std::wstring const& text)
+// Each message of the library (UTF-8) on its own line of standard error,
+// after the file it concerns.
+inline void PrintMessages(std::string const& file, char const* kind, std::vector<std::string> const& messages)
 {
-    return StringConversion::ConvertNativeToFileName(text);
-}
-
-// A file name from the command line for the library. Linux file names are
-// bytes: every one of them comes through, UTF-8 or not.
-inline std::wstring FileName(std::string const& path)
-{
-    return StringConversion::ConvertFileNameToNative(path);
-}
-
-// Each message on its own line of standard error, after the file it concerns.
-inline void PrintMessages(std::string const& file, char const* kind,
-                          std::vector<std::wstring> const& messages)
-{
-    for (std::wstring const& message : messages)
+    for (std::string const& message : messages)
     {
-        std::fprintf(stderr, "%s: %s: %s\n", file.c_str(), kind, Narrow(message).c_str());
+        std::fprintf(stderr, "%s: %s: %s\n", file.c_str(), kind, message.c_str());
     }
 }
-} // namespace tools
+} // namespace format3mf::apps

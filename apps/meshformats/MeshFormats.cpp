@@ -1,11 +1,15 @@
 // Names of the mesh formats and of units, as the converter's options take them.
 #include "MeshFormats.h"
 
+#include "format3mf/Units.h"
+
+#include "common/StringConversion.h"
+
 #include <algorithm>
 #include <cctype>
 #include <utility>
 
-namespace meshformats
+namespace format3mf::meshformats
 {
 namespace
 {
@@ -66,19 +70,25 @@ char const* NameOfFormat(Format format)
 
 bool MillimetresPerUnit(std::string const& unit, double& millimetres)
 {
-    static std::pair<char const*, double> const kUnits[] = {
-        {"micron", 0.001}, {"um", 0.001},        {"mm", 1.0},   {"millimeter", 1.0},
-        {"cm", 10.0},      {"centimeter", 10.0}, {"m", 1000.0}, {"meter", 1000.0},
-        {"inch", 25.4},    {"in", 25.4},         {"ft", 304.8}, {"foot", 304.8}};
-    std::string const lower = Lower(unit);
-    for (auto const& [name, value] : kUnits)
+    // The scales are the library's, by the unit names of 3MF; people type the
+    // short words too, which name the same units.
+    static std::pair<char const*, char const*> const kShortWords[] = {
+        {"um", "micron"}, {"mm", "millimeter"}, {"cm", "centimeter"},
+        {"m", "meter"},   {"in", "inch"},       {"ft", "foot"}};
+    std::string name = Lower(unit);
+    for (auto const& [word, full] : kShortWords)
     {
-        if (lower == name)
+        if (name == word)
         {
-            millimetres = value;
-            return true;
+            name = full;
         }
     }
-    return false;
+    Format_3MF::tUnits units;
+    if (!units.Init(StringConversion::ConvertUTF8ToNative(name.data(), name.size())))
+    {
+        return false;
+    }
+    millimetres = units.m_factor;
+    return true;
 }
-} // namespace meshformats
+} // namespace format3mf::meshformats

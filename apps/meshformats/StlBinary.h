@@ -8,7 +8,7 @@
 
 #include <cstdint>
 
-namespace meshformats
+namespace format3mf::meshformats
 {
 // Reads `count` records block by block straight into the welder; throws
 // std::runtime_error naming the file and the triangle when a coordinate is
@@ -17,4 +17,4 @@ format3mf::WeldedSoup ReadBinaryStl(std::string const& path, std::uint32_t count
 // Throws as the sink does, and its Failure when the triangles are more than
 // the format's 32-bit count.
 void WriteBinaryStl(FileSink& sink, std::vector<MStlBase const*> const& meshes);
-} // namespace meshformats
+} // namespace format3mf::meshformats

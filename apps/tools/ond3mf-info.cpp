@@ -9,19 +9,21 @@
 #include "ToolCommon.h"
 
 #include "format3mf/ImportFile.h"
-
-#include "common/StringConversion.h"
-#include "triangles/MStlBase.h"
+#include "format3mf/Version.h"
 
 #include <nlohmann/json.hpp>
 
 #include <cstdio>
-#include <memory>
 #include <string>
 #include <vector>
 
+namespace format3mf::apps
+{
 namespace
 {
+using import::ImportedPart;
+using import::ImportResult;
+
 char const kUsage[] = "usage: ond3mf-info [--tsv | --json] [--project] [--quiet] file.3mf...\n"
                       "Imports each 3MF file and prints per mesh its vertices, triangles, bounding box in\n"
                       "millimetres, coloured and textured triangles, textures and beams.\n"
@@ -35,32 +37,14 @@ char const kUsage[] = "usage: ond3mf-info [--tsv | --json] [--project] [--quiet]
                       "  --version   the library's version\n"
                       "Exit codes: 0 every file imported, 1 a file failed, 2 bad argument.\n";
 
-// A part's role, and its filament's colour as #RRGGBB when it is printed.
-std::string Role(format3mf::import::ImportResult const& result, std::size_t index)
+void PrintReadable(std::string const& file, ImportResult const& result, bool project)
 {
-    return Format_3MF::PartRoleName(result.roles[index]);
-}
-
-std::string Colour(format3mf::import::ImportResult const& result, std::size_t index)
-{
-    if (result.roles[index] != Format_3MF::PartRole::Printable)
+    std::vector<ImportedPart> const& parts = result.parts;
+    std::printf("%s: %zu mesh%s\n", file.c_str(), parts.size(), parts.size() == 1 ? "" : "es");
+    for (std::size_t i = 0; i < parts.size(); ++i)
     {
-        return "none";
-    }
-    std::uint32_t const rgb = result.meshes[index]->GetMaterial().GetRGB();
-    char text[8];
-    std::snprintf(text, sizeof text, "#%02X%02X%02X", rgb & 0xff, (rgb >> 8) & 0xff, (rgb >> 16) & 0xff);
-    return text;
-}
-
-void PrintReadable(std::string const& file, format3mf::import::ImportResult const& result, bool project)
-{
-    std::vector<std::unique_ptr<MStlBase>> const& meshes = result.meshes;
-    std::printf("%s: %zu mesh%s\n", file.c_str(), meshes.size(), meshes.size() == 1 ? "" : "es");
-    for (std::size_t i = 0; i < meshes.size(); ++i)
-    {
-        tools::Summary const s = tools::Summarise(*meshes[i]);
-        std::string const name = StringConversion::ConvertNativeToUTF8(meshes[i]->GetName());
+        Summary const s = Summarise(*parts[i].mesh);
+        std::string const& name = parts[i].name;
         std::printf("  mesh %zu%s%s\n", i, name.empty() ? "" : ": ", name.c_str());
         std::printf("    vertices %zu, triangles %zu\n", s.vertices, s.triangles);
         std::printf("    box (%.3f, %.3f, %.3f) to (%.3f, %.3f, %.3f) mm\n", s.min[0], s.min[1], s.min[2],
@@ -70,41 +54,43 @@ void PrintReadable(std::string const& file, format3mf::import::ImportResult cons
         std::printf("    beams %zu\n", s.beams);
         if (project)
         {
-            std::printf("    %s, filament colour %s\n", Role(result, i).c_str(), Colour(result, i).c_str());
+            std::printf("    %s, filament colour %s\n", Format_3MF::PartRoleName(parts[i].role),
+                        FilamentColour(parts[i]).c_str());
         }
     }
 }
 
-void PrintTabbed(std::string const& file, format3mf::import::ImportResult const& result, bool project)
+void PrintTabbed(std::string const& file, ImportResult const& result, bool project)
 {
-    std::vector<std::unique_ptr<MStlBase>> const& meshes = result.meshes;
-    if (meshes.empty())
+    std::vector<ImportedPart> const& parts = result.parts;
+    if (parts.empty())
     {
         std::printf("%s\tnone\n", file.c_str());
     }
-    for (std::size_t i = 0; i < meshes.size(); ++i)
+    for (std::size_t i = 0; i < parts.size(); ++i)
     {
-        tools::Summary const s = tools::Summarise(*meshes[i]);
+        Summary const s = Summarise(*parts[i].mesh);
         std::printf("%s\t%zu\t%zu\t%zu\t%.3f\t%.3f\t%.3f\t%.3f\t%.3f\t%.3f\t%zu\t%zu\t%zu", file.c_str(), i,
                     s.vertices, s.triangles, s.min[0], s.min[1], s.min[2], s.max[0], s.max[1], s.max[2],
                     s.coloured, s.textured, s.beams);
         if (project)
         {
-            std::printf("\t%s\t%s", Role(result, i).c_str(), Colour(result, i).c_str());
+            std::printf("\t%s\t%s", Format_3MF::PartRoleName(parts[i].role),
+                        FilamentColour(parts[i]).c_str());
         }
         std::printf("\n");
     }
 }
 
-void PrintFailure(std::string const& file, bool tabbed, int result, std::vector<std::wstring> const& errors)
+void PrintFailure(std::string const& file, bool tabbed, int result, std::vector<std::string> const& errors)
 {
-    std::string first = errors.empty() ? std::string("no message") : tools::Narrow(errors.front());
+    std::string first = errors.empty() ? std::string("no message") : errors.front();
     if (tabbed)
     {
         // One line per file: the causes after the first follow it.
         for (std::size_t i = 1; i < errors.size(); ++i)
         {
-            first += "; " + tools::Narrow(errors[i]);
+            first += "; " + errors[i];
         }
         std::printf("%s\terror\t%d\t%s\n", file.c_str(), result, first.c_str());
         return;
@@ -112,42 +98,19 @@ void PrintFailure(std::string const& file, bool tabbed, int result, std::vector<
     std::printf("%s: import failed with result %d: %s\n", file.c_str(), result, first.c_str());
     for (std::size_t i = 1; i < errors.size(); ++i)
     {
-        std::printf("%s: and: %s\n", file.c_str(), tools::Narrow(errors[i]).c_str());
+        std::printf("%s: and: %s\n", file.c_str(), errors[i].c_str());
     }
 }
 
 // Why a file that read without error gave no mesh, for a person.
-std::string WhyNoMesh(std::vector<std::wstring> const& warnings)
+std::string WhyNoMesh(std::vector<std::string> const& warnings)
 {
     if (warnings.empty())
     {
         return "no build item places an object that holds geometry";
     }
-    return "no build item yields geometry; the read warned: " + tools::Narrow(warnings.front()) +
+    return "no build item yields geometry; the read warned: " + warnings.front() +
            (warnings.size() > 1 ? " (and " + std::to_string(warnings.size() - 1) + " more)" : "");
-}
-
-nlohmann::json MeshJson(MStlBase const& mesh)
-{
-    tools::Summary const s = tools::Summarise(mesh);
-    return {{"name", tools::Narrow(mesh.GetName())},
-            {"vertices", s.vertices},
-            {"triangles", s.triangles},
-            {"box", {{"min", {s.min[0], s.min[1], s.min[2]}}, {"max", {s.max[0], s.max[1], s.max[2]}}}},
-            {"coloured_triangles", s.coloured},
-            {"textured_triangles", s.textured},
-            {"textures", s.textures},
-            {"beams", s.beams}};
-}
-
-nlohmann::json Strings(std::vector<std::wstring> const& messages)
-{
-    nlohmann::json list = nlohmann::json::array();
-    for (std::wstring const& message : messages)
-    {
-        list.push_back(tools::Narrow(message));
-    }
-    return list;
 }
 
 enum class Output
@@ -161,15 +124,14 @@ enum class Output
 // when it failed.
 bool Inspect(std::string const& file, Output output, bool quiet, bool project, nlohmann::json& document)
 {
-    format3mf::import::ImportSettings settings;
+    import::ImportSettings settings;
     settings.projectParts = project;
     settings.nonPrintableParts = project;
-    format3mf::import::ImportResult const result =
-        format3mf::import::ImportFile(tools::FileName(file), settings);
-    bool const ok = result.status == format3mf::import::Importer::Success;
+    ImportResult const result = import::ImportFile(file, settings);
+    bool const ok = result.status == import::Importer::Success;
     if (!quiet)
     {
-        tools::PrintMessages(file, "warning", result.warnings);
+        PrintMessages(file, "warning", result.warnings);
     }
     if (output == Output::Json)
     {
@@ -177,19 +139,13 @@ bool Inspect(std::string const& file, Output output, bool quiet, bool project, n
                                 {"status", static_cast<int>(result.status)},
                                 {"ok", ok},
                                 {"meshes", nlohmann::json::array()},
-                                {"errors", Strings(result.errors)},
-                                {"warnings", Strings(result.warnings)}};
-        for (std::size_t i = 0; i < result.meshes.size(); ++i)
+                                {"errors", result.errors},
+                                {"warnings", result.warnings}};
+        for (ImportedPart const& part : result.parts)
         {
-            nlohmann::json mesh = MeshJson(*result.meshes[i]);
-            if (project)
-            {
-                mesh["role"] = Role(result, i);
-                mesh["colour"] = Colour(result, i);
-            }
-            entry["meshes"].push_back(std::move(mesh));
+            entry["meshes"].push_back(Record(part, project));
         }
-        if (ok && result.meshes.empty())
+        if (ok && result.parts.empty())
         {
             entry["no_mesh_because"] = WhyNoMesh(result.warnings);
         }
@@ -206,7 +162,7 @@ bool Inspect(std::string const& file, Output output, bool quiet, bool project, n
     else
     {
         PrintReadable(file, result, project);
-        if (result.meshes.empty())
+        if (result.parts.empty())
         {
             std::printf("  %s\n", WhyNoMesh(result.warnings).c_str());
         }
@@ -214,10 +170,12 @@ bool Inspect(std::string const& file, Output output, bool quiet, bool project, n
     return ok;
 }
 } // namespace
+} // namespace format3mf::apps
 
 int main(int argc, char** argv)
 {
-    if (tools::AnswerStandardOption(argc, argv, "ond3mf-info", kUsage))
+    using namespace format3mf::apps;
+    if (AnswerStandardOption(argc, argv, "ond3mf-info", kUsage))
     {
         return 0;
     }
@@ -251,7 +209,7 @@ int main(int argc, char** argv)
         }
         else if (options && argument.size() > 1 && argument[0] == '-')
         {
-            return tools::BadUsage("ond3mf-info", "unknown option '" + argument + "'", kUsage);
+            return BadUsage("ond3mf-info", "unknown option '" + argument + "'", kUsage);
         }
         else
         {
@@ -260,7 +218,7 @@ int main(int argc, char** argv)
     }
     if (files.empty())
     {
-        return tools::BadUsage("ond3mf-info", "no file given", kUsage);
+        return BadUsage("ond3mf-info", "no file given", kUsage);
     }
     nlohmann::json document = {{"version", format3mf::Version()}, {"files", nlohmann::json::array()}};
     bool all = true;

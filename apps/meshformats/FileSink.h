@@ -8,7 +8,7 @@
 
 #include <string>
 
-namespace meshformats
+namespace format3mf::meshformats
 {
 class FileSink
 {
@@ -33,4 +33,4 @@ private:
     OndSDK::Common::IProgressDelegate const* m_progress;
     std::string m_buffer;
 };
-} // namespace meshformats
+} // namespace format3mf::meshformats

@@ -20,7 +20,7 @@
 #include <cstdio>
 #include <memory>
 
-namespace meshformats
+namespace format3mf::meshformats
 {
 namespace
 {
@@ -259,4 +259,4 @@ std::vector<std::string> WriteMeshFile(std::string const& path, Format format,
     target.Commit();
     return notes;
 }
-} // namespace meshformats
+} // namespace format3mf::meshformats

@@ -6,6 +6,7 @@
 // Exits 0 on success, 1 when reading or writing failed, 2 on a bad argument,
 // 130 when cancelled.
 
+#include "TerminalProgress.h"
 #include "ToolCommon.h"
 
 #ifdef OND3MF_MESH_FORMATS
@@ -14,22 +15,16 @@
 #include "common/SafeFileWrite.h"
 #endif
 
-#include "format3mf/FormatIdentifiers.h"
 #include "format3mf/ImportFile.h"
-#include "format3mf/ModelFileStlBase.h"
-#include "format3mf/Package.h"
-#include "format3mf/PackageWrite.h"
+#include "format3mf/WriteFile.h"
 
 #include "common/BranchingProgressReporter.h"
 #include "common/IProgressDelegate.h"
 #include "triangles/MStlBase.h"
-#include "zip/MZipArchiveError.h"
 
 #include <unistd.h>
 
-#include <atomic>
 #include <cmath>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -38,6 +33,8 @@
 #include <string>
 #include <vector>
 
+namespace format3mf::apps
+{
 namespace
 {
 // The other mesh formats and their options are there where assimp was found.
@@ -84,66 +81,6 @@ char const kUsage[] =
 
 constexpr int kCancelled = 130;
 
-// A bar on standard error, redrawn when the shown percentage changes.
-class ProgressBar : public OndSDK::Common::IProgressDelegate
-{
-public:
-    ~ProgressBar() override
-    {
-        if (m_shown >= 0)
-        {
-            std::fputs("\n", stderr);
-        }
-    }
-
-protected:
-    void OnProgress(double fraction) override
-    {
-        int const percent = static_cast<int>(fraction * 100.0);
-        if (percent == m_shown)
-        {
-            return;
-        }
-        m_shown = percent;
-        char bar[41];
-        int const filled = percent * 40 / 100;
-        std::memset(bar, '#', static_cast<std::size_t>(filled));
-        std::memset(bar + filled, ' ', static_cast<std::size_t>(40 - filled));
-        bar[40] = '\0';
-        std::fprintf(stderr, "\r[%s] %3d%%", bar, percent);
-        std::fflush(stderr);
-    }
-
-private:
-    int m_shown = -1;
-};
-
-// Every Ctrl-C (or SIGTERM) asks the running operation to stop at its next
-// poll, and nothing more: ending the process from here would skip the
-// destructors that remove the temporary file of the write.
-std::atomic<OndSDK::Common::IProgressDelegate*> g_cancelTarget{nullptr};
-
-extern "C" void OnInterrupt(int)
-{
-    if (OndSDK::Common::IProgressDelegate* const target = g_cancelTarget.load())
-    {
-        target->Cancel();
-    }
-}
-
-void CatchSignals()
-{
-    struct sigaction action = {};
-    action.sa_handler = OnInterrupt;
-    action.sa_flags = SA_RESTART;
-    sigemptyset(&action.sa_mask);
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
-    // Past a file-size limit (ulimit -f) a write then fails with EFBIG, which
-    // is reported and cleaned up, instead of ending the process.
-    std::signal(SIGXFSZ, SIG_IGN);
-}
-
 struct Arguments
 {
     bool binary = false;
@@ -164,8 +101,7 @@ struct Arguments
     bool weldGiven = false;
 #endif
     bool zip64 = false;
-    // Empty: no lattice is written.
-    std::wstring beamNamespace = Format_3MF::NamespaceBeamLattice;
+    LatticeDialect lattice = LatticeDialect::Published;
     std::string input;
     std::string output;
 };
@@ -315,15 +251,15 @@ bool Parse(int argc, char** argv, Arguments& arguments, std::string& message)
             std::string const dialect = argument.substr(8);
             if (dialect == "published")
             {
-                arguments.beamNamespace = Format_3MF::NamespaceBeamLattice;
+                arguments.lattice = LatticeDialect::Published;
             }
             else if (dialect == "vendor")
             {
-                arguments.beamNamespace = Format_3MF::NamespaceBeamLatticeOndl;
+                arguments.lattice = LatticeDialect::Vendor;
             }
             else if (dialect == "none")
             {
-                arguments.beamNamespace.clear();
+                arguments.lattice = LatticeDialect::None;
             }
             else
             {
@@ -367,11 +303,11 @@ bool Parse(int argc, char** argv, Arguments& arguments, std::string& message)
 // format with its colours.
 struct Loaded
 {
-    std::vector<std::unique_ptr<MStlBase>> meshes;
+    std::vector<import::ImportedPart> parts;
 #ifdef OND3MF_MESH_FORMATS
-    std::vector<format3mf::WeldedSoup> soups;
+    std::vector<WeldedSoup> soups;
 #endif
-    std::vector<MStlBase*> all;
+    std::vector<MStlBase const*> all;
 };
 
 // 0 when read, else the exit code, the reason printed.
@@ -406,90 +342,71 @@ int Load(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgressDe
         }
     }
 #endif
-    format3mf::import::ImportSettings settings;
+    import::ImportSettings settings;
     settings.progress = std::move(progress);
     settings.projectParts = arguments.project;
-    format3mf::import::ImportResult read =
-        format3mf::import::ImportFile(tools::FileName(arguments.input), settings);
+    import::ImportResult read = import::ImportFile(arguments.input, settings);
     if (!arguments.quiet)
     {
-        tools::PrintMessages(arguments.input, "warning", read.warnings);
+        PrintMessages(arguments.input, "warning", read.warnings);
     }
-    if (read.status == format3mf::import::Importer::Canceled)
+    if (read.status == import::Importer::Canceled)
     {
         return kCancelled;
     }
-    if (read.status != format3mf::import::Importer::Success)
+    if (read.status != import::Importer::Success)
     {
         std::fprintf(stderr, "ond3mf-convert: cannot read %s\n", arguments.input.c_str());
-        tools::PrintMessages(arguments.input, "error", read.errors);
+        PrintMessages(arguments.input, "error", read.errors);
         return 1;
     }
-    loaded.meshes = std::move(read.meshes);
-    for (auto const& mesh : loaded.meshes)
+    loaded.parts = std::move(read.parts);
+    for (import::ImportedPart const& part : loaded.parts)
     {
-        loaded.all.push_back(mesh.get());
+        loaded.all.push_back(part.mesh.get());
     }
     return 0;
 }
 
-// PackageWrite writes beside the target itself and renames the whole file
-// over it, so the target is never seen half written.
-int Save3MF(Arguments const& arguments, std::vector<MStlBase*> const& meshes,
+// WriteFile writes beside the target and renames the whole file over it, so
+// the target is never seen half written.
+int Save3MF(Arguments const& arguments, std::vector<MStlBase const*> const& meshes,
             std::shared_ptr<OndSDK::Common::IProgressDelegate> progress)
 {
-    Format_3MF::ModelFileStlBase model;
-    for (MStlBase* mesh : meshes)
-    {
-        model.AddStl(mesh);
-    }
-    Format_3MF::Package package(&model);
-    Format_3MF::PackageWriteOptions options;
-    options.IsBinary = arguments.binary;
-    options.Package.m_useZip64 = arguments.zip64;
-    options.Objects.m_separateFiles = arguments.separateObjects;
-    options.Graphs.BeamNamespace = arguments.beamNamespace;
-    try
-    {
-        Format_3MF::PackageWrite writer(&package, options);
-        writer.Write(tools::FileName(arguments.output), std::move(progress));
-        if (!arguments.quiet)
-        {
-            tools::PrintMessages(arguments.output, "warning", writer.GetContext().m_warnings);
-        }
-    }
-    catch (Format_3MF::PackageWrite::Canceled const&)
+    WriteSettings settings;
+    settings.binary = arguments.binary;
+    settings.zip64 = arguments.zip64;
+    settings.separateObjects = arguments.separateObjects;
+    settings.lattice = arguments.lattice;
+    settings.progress = std::move(progress);
+    WriteResult const written = WriteFile(arguments.output, meshes, settings);
+    if (written.cancelled)
     {
         return kCancelled;
     }
-    catch (MZipArchiveError::MGeneric const& error)
+    if (!written.ok)
     {
-        // "Could not write OUT" and the cause, as the writer says; a
-        // failure deeper in the archive may not name the file.
-        std::string message = tools::Narrow(error.GetMessage());
-        if (message.rfind("Could not write ", 0) != 0)
-        {
-            message = "Could not write " + arguments.output + ": " + message;
-        }
-        std::wstring const detail = error.GetDetail();
-        std::fprintf(stderr, "ond3mf-convert: %s%s%s\n", message.c_str(), detail.empty() ? "" : ": ",
-                     tools::Narrow(detail).c_str());
+        // "Could not write OUT" and the cause.
+        std::fprintf(stderr, "ond3mf-convert: %s\n", written.error.c_str());
         return 1;
+    }
+    if (!arguments.quiet)
+    {
+        PrintMessages(arguments.output, "warning", written.warnings);
     }
     return 0;
 }
 
 #ifdef OND3MF_MESH_FORMATS
-int SaveMeshFile(Arguments const& arguments, std::vector<MStlBase*> const& meshes,
+int SaveMeshFile(Arguments const& arguments, std::vector<MStlBase const*> const& meshes,
                  OndSDK::Common::IProgressDelegate const* progress)
 {
     meshformats::WriteOptions options;
     options.ascii = arguments.ascii;
     try
     {
-        std::vector<MStlBase const*> const constant(meshes.begin(), meshes.end());
         for (std::string const& note :
-             meshformats::WriteMeshFile(arguments.output, arguments.to, constant, options, progress))
+             meshformats::WriteMeshFile(arguments.output, arguments.to, meshes, options, progress))
         {
             if (!arguments.quiet)
             {
@@ -532,40 +449,20 @@ int Convert(Arguments const& arguments, std::shared_ptr<OndSDK::Common::IProgres
 #endif
     return Save3MF(arguments, loaded.all, reporter.CreateNestedDelegate(0.6));
 }
-} // namespace
 
-int main(int argc, char** argv)
+// Converts with a progress bar on a terminal and Ctrl-C as a cancel; the
+// exit code.
+int Run(Arguments const& arguments)
 {
-    if (tools::AnswerStandardOption(argc, argv, "ond3mf-convert", kUsage))
-    {
-        return 0;
-    }
-    Arguments arguments;
-    std::string message;
-    if (!Parse(argc, argv, arguments, message))
-    {
-        return tools::BadUsage("ond3mf-convert", message, kUsage);
-    }
-    std::shared_ptr<OndSDK::Common::IProgressDelegate> progress;
-    if (isatty(STDERR_FILENO))
-    {
-        progress = std::make_shared<ProgressBar>();
-    }
-    else
-    {
-        progress = std::make_shared<OndSDK::Common::IProgressDelegate>();
-    }
-    g_cancelTarget = progress.get();
-    CatchSignals();
-    int status = 1;
+    std::shared_ptr<OndSDK::Common::IProgressDelegate> const progress = TerminalProgress();
+    CancelOnInterrupt const interrupt(*progress);
     try
     {
-        status = Convert(arguments, progress);
+        return Convert(arguments, progress);
     }
     catch (std::exception const& error)
     {
         std::fprintf(stderr, "%sond3mf-convert: %s\n", isatty(STDERR_FILENO) ? "\n" : "", error.what());
-        status = 1;
     }
     catch (...)
     {
@@ -573,10 +470,27 @@ int main(int argc, char** argv)
         // files must go, and the user must learn that the write failed.
         std::fprintf(stderr, "%sond3mf-convert: cannot write %s: the write stopped with an unknown error\n",
                      isatty(STDERR_FILENO) ? "\n" : "", arguments.output.c_str());
-        status = 1;
     }
-    g_cancelTarget = nullptr;
-    progress.reset();
+    return 1;
+}
+} // namespace
+} // namespace format3mf::apps
+
+int main(int argc, char** argv)
+{
+    using namespace format3mf::apps;
+    if (AnswerStandardOption(argc, argv, "ond3mf-convert", kUsage))
+    {
+        return 0;
+    }
+    Arguments arguments;
+    std::string message;
+    if (!Parse(argc, argv, arguments, message))
+    {
+        return BadUsage("ond3mf-convert", message, kUsage);
+    }
+    // The progress bar has ended its line by now.
+    int const status = Run(arguments);
     if (status == kCancelled)
     {
         std::fputs("ond3mf-convert: cancelled; nothing was written\n", stderr);

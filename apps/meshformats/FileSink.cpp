@@ -8,7 +8,7 @@
 
 #include <unistd.h>
 
-namespace meshformats
+namespace format3mf::meshformats
 {
 namespace
 {
@@ -63,4 +63,4 @@ void FileSink::_Send(char const* data, std::size_t size)
         size -= static_cast<std::size_t>(written);
     }
 }
-} // namespace meshformats
+} // namespace format3mf::meshformats

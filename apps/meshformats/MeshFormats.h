@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace meshformats
+namespace format3mf::meshformats
 {
 enum class Format
 {
@@ -27,7 +27,8 @@ bool FormatOfName(std::string const& name, Format& format);
 bool FormatOfPath(std::string const& path, Format& format);
 char const* NameOfFormat(Format format);
 
-// Millimetres per unit of a unit name ("mm", "inch", ...); false if unknown.
+// Millimetres per unit of a unit's name in 3MF ("millimeter", "inch", ...)
+// or its short word ("mm", "in", ...), in any letter case; false if unknown.
 bool MillimetresPerUnit(std::string const& unit, double& millimetres);
 
 struct ReadOptions
@@ -71,4 +72,4 @@ std::vector<std::string> WriteMeshFile(std::string const& path, Format format,
                                        std::vector<MStlBase const*> const& meshes,
                                        WriteOptions const& options,
                                        OndSDK::Common::IProgressDelegate const* progress = nullptr);
-} // namespace meshformats
+} // namespace format3mf::meshformats

@@ -13,7 +13,7 @@
 #include <limits>
 #include <stdexcept>
 
-namespace meshformats
+namespace format3mf::meshformats
 {
 namespace
 {
@@ -109,4 +109,4 @@ void WriteBinaryStl(FileSink& sink, std::vector<MStlBase const*> const& meshes)
         }
     }
 }
-} // namespace meshformats
+} // namespace format3mf::meshformats

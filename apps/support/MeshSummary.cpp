@@ -1,10 +1,10 @@
-// The figures by which a person or a script recognises a mesh: counts, box in
-// millimetres, colours, textures and beams. ond3mf-info prints them, and the
-// Python package's info() gives the same.
-#pragma once
+// The summary of a mesh, worked out in one pass over its points and one over
+// its triangles.
+#include "MeshSummary.h"
 
 #include "common/MInternalUnits.h"
 #include "triangles/MStlBase.h"
+#include "triangles/MStlFeature.h"
 #include "triangles/MStlIterators.h"
 #include "triangles/MStlPoint.h"
 #include "triangles/MStlTexture.h"
@@ -12,24 +12,13 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <limits>
 #include <unordered_set>
 
-namespace tools
+namespace format3mf::apps
 {
-struct Summary
-{
-    std::size_t vertices = 0;
-    std::size_t triangles = 0;
-    double min[3] = {0, 0, 0};
-    double max[3] = {0, 0, 0};
-    std::size_t coloured = 0;
-    std::size_t textured = 0;
-    std::size_t textures = 0;
-    std::size_t beams = 0;
-};
-
-inline Summary Summarise(MStlBase const& mesh)
+Summary Summarise(MStlBase const& mesh)
 {
     Summary summary;
     summary.vertices = mesh.GetNumberOfPoints();
@@ -71,4 +60,35 @@ inline Summary Summarise(MStlBase const& mesh)
     return summary;
 }
 
-} // namespace tools
+std::string FilamentColour(format3mf::import::ImportedPart const& part)
+{
+    if (part.role != Format_3MF::PartRole::Printable)
+    {
+        return "none";
+    }
+    std::uint32_t const rgb = part.mesh->GetMaterial().GetRGB();
+    char text[8];
+    std::snprintf(text, sizeof text, "#%02X%02X%02X", rgb & 0xff, (rgb >> 8) & 0xff, (rgb >> 16) & 0xff);
+    return text;
+}
+
+nlohmann::json Record(format3mf::import::ImportedPart const& part, bool roles)
+{
+    Summary const s = Summarise(*part.mesh);
+    nlohmann::json record = {
+        {"name", part.name},
+        {"vertices", s.vertices},
+        {"triangles", s.triangles},
+        {"box", {{"min", {s.min[0], s.min[1], s.min[2]}}, {"max", {s.max[0], s.max[1], s.max[2]}}}},
+        {"coloured_triangles", s.coloured},
+        {"textured_triangles", s.textured},
+        {"textures", s.textures},
+        {"beams", s.beams}};
+    if (roles)
+    {
+        record["role"] = Format_3MF::PartRoleName(part.role);
+        record["colour"] = FilamentColour(part);
+    }
+    return record;
+}
+} // namespace format3mf::apps

@@ -15,7 +15,7 @@
 #include <sstream>
 #include <stdexcept>
 
-namespace meshformats
+namespace format3mf::meshformats
 {
 namespace
 {
@@ -308,4 +308,4 @@ ReadResult ReadMeshFile(std::string const& path, Format format, ReadOptions cons
     Noted(path, result);
     return result;
 }
-} // namespace meshformats
+} // namespace format3mf::meshformats
