@@ -15,7 +15,7 @@ namespace
 constexpr std::size_t kBlock = 1 << 20;
 } // namespace
 
-FileSink::FileSink(OndSDK::Common::SafeFileWrite& target, OndSDK::Common::IProgressDelegate const* progress)
+FileSink::FileSink(format3mf::SafeFileWrite& target, OndSDK::Common::IProgressDelegate const* progress)
     : m_target(target), m_progress(progress)
 {
     m_buffer.reserve(kBlock);

@@ -15,7 +15,7 @@ class FileSink
 public:
     // Writes into the target's descriptor; polls `progress` (may be null)
     // for a cancel each time a block goes out.
-    FileSink(OndSDK::Common::SafeFileWrite& target, OndSDK::Common::IProgressDelegate const* progress);
+    FileSink(format3mf::SafeFileWrite& target, OndSDK::Common::IProgressDelegate const* progress);
 
     // Throws the target's FileWriteError with the system's cause when a
     // write fails, and Canceled when the progress was cancelled.
@@ -24,12 +24,12 @@ public:
     // Writes what is buffered, then as Write. Call before the commit.
     void Flush();
     // A failure of the write in words, naming the target.
-    OndSDK::Common::FileWriteError Failure(std::string const& cause) const { return m_target.Failure(cause); }
+    format3mf::FileWriteError Failure(std::string const& cause) const { return m_target.Failure(cause); }
 
 private:
     void _Send(char const* data, std::size_t size);
 
-    OndSDK::Common::SafeFileWrite& m_target;
+    format3mf::SafeFileWrite& m_target;
     OndSDK::Common::IProgressDelegate const* m_progress;
     std::string m_buffer;
 };

@@ -64,7 +64,7 @@ struct Canceled
 // Writes the meshes, in millimetres, into one file, through a SafeFileWrite:
 // the target keeps every byte it had until the new file is whole on the disk.
 // Gives the notes of what the format could not hold (colours, textures, beam
-// lattices, several objects). Throws OndSDK::Common::FileWriteError naming
+// lattices, several objects). Throws format3mf::FileWriteError naming
 // the target and the cause when it can't be written or the meshes hold no
 // triangle to write, and Canceled once `progress` (may be null) is
 // cancelled; the temporary file is gone either way.

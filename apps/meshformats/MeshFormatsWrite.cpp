@@ -227,13 +227,13 @@ std::vector<std::string> WriteMeshFile(std::string const& path, Format format,
     if (triangles == 0)
     {
         // An empty file would pass for a conversion that worked.
-        throw OndSDK::Common::FileWriteError(
+        throw format3mf::FileWriteError(
             path, 0,
             std::string(NameOfFormat(format)) + " holds triangles alone, and the meshes have none" +
                 (beams != 0 ? " (only a beam lattice of " + std::to_string(beams) + " beams)" : ""));
     }
     std::vector<std::string> notes = Dropped(format, meshes, coloured);
-    OndSDK::Common::SafeFileWrite target(path);
+    format3mf::SafeFileWrite target(path);
     FileSink sink(target, progress);
     if (format == Format::Off)
     {

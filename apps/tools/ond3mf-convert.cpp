@@ -418,7 +418,7 @@ int SaveMeshFile(Arguments const& arguments, std::vector<MStlBase const*> const&
     {
         return kCancelled;
     }
-    catch (OndSDK::Common::FileWriteError const& error)
+    catch (format3mf::FileWriteError const& error)
     {
         std::fprintf(stderr, "ond3mf-convert: %s\n", error.what());
         return 1;
