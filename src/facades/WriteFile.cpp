@@ -72,7 +72,9 @@ WriteResult WriteFile(std::filesystem::path const& path, std::vector<MStlBase co
     }
     catch (MZipArchiveError::MGeneric const& error)
     {
-        result.error = Narrow(error.GetMessage() + L": " + error.GetDetail());
+        // The writer's message names the target; the detail is the cause.
+        result.error = Narrow(error.GetDetail().empty() ? error.GetMessage()
+                                                        : error.GetMessage() + L": " + error.GetDetail());
     }
     catch (std::bad_alloc const&)
     {
