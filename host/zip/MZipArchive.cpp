@@ -91,7 +91,7 @@ bool MZipArchive::OpenArchiveWrite(wchar_t const* path)
     {
         return false;
     }
-    m_writer = FileIO::Zip::ZipWriter::Create(path, false);
+    m_writer = format3mf::archive::ZipWriter::Create(path, false);
     m_path = path;
     return m_writer != nullptr;
 }
@@ -121,7 +121,7 @@ bool MZipArchive::GetFileInfo(char const* name, MZipFileInfo& info)
     return true;
 }
 
-std::unique_ptr<FileIO::Zip::ZipEntryReader> MZipArchive::OpenEntry(std::string const& name)
+std::unique_ptr<format3mf::archive::ZipEntryReader> MZipArchive::OpenEntry(std::string const& name)
 {
     if (m_reader == nullptr)
     {
@@ -137,8 +137,8 @@ std::unique_ptr<FileIO::Zip::ZipEntryReader> MZipArchive::OpenEntry(std::string 
         throw MZipArchiveError::MGeneric(L"Another entry of the archive is still open",
                                          StringConversion::ConvertMultiByteStringToOndString(name));
     }
-    return std::make_unique<FileIO::Zip::ZipEntryReader>(m_reader, found->second.m_index,
-                                                         found->second.m_info, m_entryOpen);
+    return std::make_unique<format3mf::archive::ZipEntryReader>(m_reader, found->second.m_index,
+                                                                found->second.m_info, m_entryOpen);
 }
 
 bool MZipArchive::ExtractFile(char const* name, wchar_t const* target, char const* password)
@@ -152,7 +152,7 @@ bool MZipArchive::ExtractFile(char const* name, wchar_t const* target, char cons
         throw MZipArchiveError::MGeneric(L"Encrypted entries are not supported",
                                          StringConversion::ConvertMultiByteStringToOndString(name));
     }
-    std::unique_ptr<FileIO::Zip::ZipEntryReader> entry = OpenEntry(name);
+    std::unique_ptr<format3mf::archive::ZipEntryReader> entry = OpenEntry(name);
     std::string const targetPath = StringConversion::ConvertNativeToFileName(target);
     std::unique_ptr<std::FILE, FileCloser> file(std::fopen(targetPath.c_str(), "wb"));
     if (!file)
@@ -183,12 +183,12 @@ bool MZipArchive::ExtractFile(char const* name, wchar_t const* target, char cons
     return true;
 }
 
-void MZipArchive::AddPreparedEntry(char const* name, FileIO::Zip::PreparedEntry& entry)
+void MZipArchive::AddPreparedEntry(char const* name, format3mf::archive::PreparedEntry& entry)
 {
     Writer().AddPreparedEntry(name != nullptr ? name : "", entry);
 }
 
-FileIO::Zip::ZipWriter& MZipArchive::Writer()
+format3mf::archive::ZipWriter& MZipArchive::Writer()
 {
     if (!m_writer)
     {

@@ -10,12 +10,12 @@
 
 struct zip;
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 class PreparedEntry;
 class ZipWriter;
 class ZipEntryReader;
-} // namespace FileIO::Zip
+} // namespace format3mf::archive
 
 class ReadBufferFromZip;
 class WriteBufferToZip32;
@@ -67,7 +67,7 @@ public:
     bool AddFile(wchar_t const* diskPath, wchar_t const* nameInArchive, int level, char const* password);
     // An entry compressed before its turn (see PreparedEntry), finished;
     // its data is taken over without a copy. Throws MZipArchiveError::MGeneric.
-    void AddPreparedEntry(char const* name, FileIO::Zip::PreparedEntry& entry);
+    void AddPreparedEntry(char const* name, format3mf::archive::PreparedEntry& entry);
     // Unpacks one entry into target and nothing else. Throws
     // MZipArchiveError::MGeneric on failure (MFileNotFound for a missing
     // entry) and then leaves no file at target.
@@ -94,8 +94,8 @@ private:
         std::uint64_t m_index = 0;
     };
 
-    std::unique_ptr<FileIO::Zip::ZipEntryReader> OpenEntry(std::string const& name);
-    FileIO::Zip::ZipWriter& Writer();
+    std::unique_ptr<format3mf::archive::ZipEntryReader> OpenEntry(std::string const& name);
+    format3mf::archive::ZipWriter& Writer();
 
     std::wstring m_path;
     std::wstring m_openError;
@@ -103,5 +103,5 @@ private:
     zip* m_reader = nullptr;
     std::unordered_map<std::string, IndexedEntry> m_entries;
     bool m_entryOpen = false;
-    std::unique_ptr<FileIO::Zip::ZipWriter> m_writer;
+    std::unique_ptr<format3mf::archive::ZipWriter> m_writer;
 };

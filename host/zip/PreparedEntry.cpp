@@ -16,7 +16,7 @@
 #include <thread>
 #include <utility>
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 namespace
 {
@@ -159,4 +159,4 @@ void PreparedEntry::_Fail() const
     }
     throw MZipArchiveError::MGeneric(L"Failed to compress an entry", m_name);
 }
-} // namespace FileIO::Zip
+} // namespace format3mf::archive

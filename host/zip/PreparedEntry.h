@@ -9,7 +9,7 @@
 #include <ostream>
 #include <string>
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 class ZipSpool;
 
@@ -62,4 +62,4 @@ private:
     std::uint64_t m_size = 0;
     bool m_finished = false;
 };
-} // namespace FileIO::Zip
+} // namespace format3mf::archive

@@ -16,8 +16,8 @@ namespace
 constexpr std::uint64_t kReadAheadSize = std::uint64_t(8) << 20;
 } // namespace
 
-std::unique_ptr<FileIO::Zip::ZipEntryReader> ReadBufferFromZip::Open(MZipArchive* archive,
-                                                                     wchar_t const* name)
+std::unique_ptr<format3mf::archive::ZipEntryReader> ReadBufferFromZip::Open(MZipArchive* archive,
+                                                                            wchar_t const* name)
 {
     if (archive == nullptr || name == nullptr)
     {
@@ -30,7 +30,7 @@ ReadBufferFromZip::ReadBufferFromZip(MZipArchive* archive, wchar_t const* name) 
 {
     if (m_entry->GetSize() >= kReadAheadSize && std::thread::hardware_concurrency() > 1)
     {
-        m_ahead = std::make_unique<FileIO::Zip::ZipReadAhead>(*m_entry);
+        m_ahead = std::make_unique<format3mf::archive::ZipReadAhead>(*m_entry);
     }
 }
 

@@ -7,11 +7,11 @@
 #include <memory>
 
 class MZipArchive;
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 class ZipEntryReader;
 class ZipReadAhead;
-} // namespace FileIO::Zip
+} // namespace format3mf::archive
 
 // The bytes of one entry of an archive open for reading. Damaged data throws
 // MZipArchiveError::MGeneric from Read. A big entry is inflated ahead on a
@@ -27,9 +27,10 @@ public:
     std::size_t Read(char* data, std::size_t size) override;
 
 private:
-    static std::unique_ptr<FileIO::Zip::ZipEntryReader> Open(MZipArchive* archive, wchar_t const* name);
+    static std::unique_ptr<format3mf::archive::ZipEntryReader> Open(MZipArchive* archive,
+                                                                    wchar_t const* name);
 
-    std::unique_ptr<FileIO::Zip::ZipEntryReader> m_entry;
+    std::unique_ptr<format3mf::archive::ZipEntryReader> m_entry;
     // Declared after the entry: it stops before the entry goes.
-    std::unique_ptr<FileIO::Zip::ZipReadAhead> m_ahead;
+    std::unique_ptr<format3mf::archive::ZipReadAhead> m_ahead;
 };

@@ -18,7 +18,7 @@ bool Zip64Writer::OpenArchive(wchar_t const* path)
         return false;
     }
     m_path = path;
-    m_writer = ZipWriter::Create(path, true);
+    m_writer = format3mf::archive::ZipWriter::Create(path, true);
     return m_writer != nullptr;
 }
 
@@ -52,12 +52,12 @@ void Zip64Writer::DiscardArchive() noexcept
     }
 }
 
-void Zip64Writer::AddPreparedEntry(char const* name, PreparedEntry& entry)
+void Zip64Writer::AddPreparedEntry(char const* name, format3mf::archive::PreparedEntry& entry)
 {
     Writer().AddPreparedEntry(name != nullptr ? name : "", entry);
 }
 
-ZipWriter& Zip64Writer::Writer()
+format3mf::archive::ZipWriter& Zip64Writer::Writer()
 {
     if (!m_writer)
     {

@@ -7,10 +7,14 @@
 
 class WriteBufferToZip64;
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 class PreparedEntry;
 class ZipWriter;
+} // namespace format3mf::archive
+
+namespace FileIO::Zip
+{
 
 // Writes an archive that may pass the limits of 32-bit archives (entries and
 // archives of 4 GiB and more, more than 65534 entries): libzip gives it zip64
@@ -32,7 +36,7 @@ public:
     bool AddFile(wchar_t const* diskPath, char const* nameInArchive, int level, char const* password);
     // An entry compressed before its turn (see PreparedEntry), finished;
     // its data is taken over without a copy. Throws MZipArchiveError::MGeneric.
-    void AddPreparedEntry(char const* name, PreparedEntry& entry);
+    void AddPreparedEntry(char const* name, format3mf::archive::PreparedEntry& entry);
     // Finishes the archive: libzip writes it only now. False if anything
     // written failed; the file is then removed, never left broken.
     bool CloseArchive();
@@ -43,10 +47,10 @@ public:
 
 private:
     friend class ::WriteBufferToZip64;
-    ZipWriter& Writer();
+    format3mf::archive::ZipWriter& Writer();
 
     std::wstring m_path;
     std::string m_writeError;
-    std::unique_ptr<ZipWriter> m_writer;
+    std::unique_ptr<format3mf::archive::ZipWriter> m_writer;
 };
 } // namespace FileIO::Zip

@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <memory>
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 namespace
 {
@@ -126,4 +126,4 @@ zip_source* CreateArchiveSink(std::string const& path)
     }
     return source;
 }
-} // namespace FileIO::Zip
+} // namespace format3mf::archive

@@ -8,10 +8,10 @@
 
 struct zip_source;
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 // Creates (replaces) the file at path at once; null if it can't. The source
 // tells libzip that the archive is new. libzip owns it once an archive is
 // opened on it; before that, zip_source_free frees it.
 zip_source* CreateArchiveSink(std::string const& path);
-} // namespace FileIO::Zip
+} // namespace format3mf::archive

@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 namespace
 {
@@ -94,4 +94,4 @@ void ZipDeflater::Run(bool last)
         }
     } while (m_stream->avail_out == 0);
 }
-} // namespace FileIO::Zip
+} // namespace format3mf::archive

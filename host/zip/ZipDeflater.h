@@ -11,7 +11,7 @@
 
 struct isal_zstream;
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 class ZipDeflater
 {
@@ -44,4 +44,4 @@ private:
     std::uint64_t m_size = 0;
     std::uint32_t m_crc = 0;
 };
-} // namespace FileIO::Zip
+} // namespace format3mf::archive

@@ -12,7 +12,7 @@
 #include <algorithm>
 #include <limits>
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 namespace
 {
@@ -171,4 +171,4 @@ std::size_t ZipEntryReader::ReadDeflated(char* data, std::size_t size)
         }
     }
 }
-} // namespace FileIO::Zip
+} // namespace format3mf::archive

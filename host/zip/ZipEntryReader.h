@@ -12,7 +12,7 @@ struct inflate_state;
 struct zip;
 struct zip_file;
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 // Gives the bytes of one entry of an archive open in libzip: stored entries as
 // they are, deflated ones inflated by ISA-L from the raw entry data that
@@ -52,4 +52,4 @@ private:
     std::uint32_t m_crc = 0;
     bool m_finished = false;
 };
-} // namespace FileIO::Zip
+} // namespace format3mf::archive

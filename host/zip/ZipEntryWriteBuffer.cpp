@@ -6,7 +6,7 @@
 #include "zip/ZipDeflater.h"
 #include "zip/ZipWriter.h"
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 namespace
 {
@@ -64,4 +64,4 @@ void ZipEntryWriteBuffer::Write(char const* data, std::size_t size)
         throw;
     }
 }
-} // namespace FileIO::Zip
+} // namespace format3mf::archive

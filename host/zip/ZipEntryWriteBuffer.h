@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 class ZipWriter;
 class ZipDeflater;
@@ -33,4 +33,4 @@ private:
     std::unique_ptr<ZipDeflater> m_deflater;
     bool m_failed = false;
 };
-} // namespace FileIO::Zip
+} // namespace format3mf::archive

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 namespace
 {
@@ -121,4 +121,4 @@ std::size_t ZipReadAhead::Read(char* data, std::size_t size)
     }
     return copied;
 }
-} // namespace FileIO::Zip
+} // namespace format3mf::archive

@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 class ZipEntryReader;
 
@@ -53,4 +53,4 @@ private:
     std::size_t m_position = 0;
     std::thread m_worker;
 };
-} // namespace FileIO::Zip
+} // namespace format3mf::archive

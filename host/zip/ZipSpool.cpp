@@ -12,7 +12,7 @@
 #include <cstring>
 #include <vector>
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 namespace
 {
@@ -187,4 +187,4 @@ zip_source* ZipSpool::CreateSource(zip* archive, SpooledEntry const& entry) cons
     }
     return source;
 }
-} // namespace FileIO::Zip
+} // namespace format3mf::archive

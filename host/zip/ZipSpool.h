@@ -14,7 +14,7 @@
 struct zip;
 struct zip_source;
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 // What libzip is told about an entry whose data lies in the spool.
 struct SpooledEntry
@@ -57,4 +57,4 @@ private:
     std::unique_ptr<char[]> m_buffer;
     std::uint64_t m_size = 0;
 };
-} // namespace FileIO::Zip
+} // namespace format3mf::archive

@@ -21,7 +21,7 @@
 #include <system_error>
 #include <vector>
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 namespace
 {
@@ -417,4 +417,4 @@ bool ZipWriter::Close()
     }
     return written;
 }
-} // namespace FileIO::Zip
+} // namespace format3mf::archive

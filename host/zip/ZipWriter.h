@@ -12,7 +12,7 @@
 
 struct zip;
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 class PreparedEntry;
 class ZipSpool;
@@ -97,4 +97,4 @@ private:
     std::uint64_t m_localBytes = 0;
     std::uint64_t m_directoryBytes = 0;
 };
-} // namespace FileIO::Zip
+} // namespace format3mf::archive

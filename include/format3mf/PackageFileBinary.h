@@ -10,7 +10,7 @@
 #include <memory>
 #include <string>
 
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 class PreparedEntry;
 }
@@ -62,7 +62,7 @@ protected:
     bool _OnCanStreamWrite() const override { return true; }
 
 private:
-    std::unique_ptr<FileIO::Zip::PreparedEntry> m_records;
+    std::unique_ptr<format3mf::archive::PreparedEntry> m_records;
 };
 
 // The binary side part of one model part.

@@ -12,11 +12,14 @@
 #include <vector>
 
 class MZipArchive;
-namespace FileIO::Zip
+namespace format3mf::archive
 {
 class PreparedEntry;
+}
+namespace FileIO::Zip
+{
 class Zip64Writer;
-} // namespace FileIO::Zip
+}
 namespace OndSDK::Common
 {
 class IProgressDelegate;
@@ -68,7 +71,7 @@ public:
     // The part's entry from data compressed before its turn (a model's
     // binary part, deflated while the model was written), taken over
     // without a copy. Throws MZipArchiveError::MGeneric.
-    void AddPreparedPart(PackageFile const& file, FileIO::Zip::PreparedEntry& entry);
+    void AddPreparedPart(PackageFile const& file, format3mf::archive::PreparedEntry& entry);
 
     PackageWriteContext& GetContext() { return m_context; }
     // The target of the write under way.

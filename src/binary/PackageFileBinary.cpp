@@ -79,8 +79,8 @@ void PackageFileBinary::StartWriting()
 
 void PackageFileBinary::StartWriting(std::string const& folder)
 {
-    m_records =
-        std::make_unique<FileIO::Zip::PreparedEntry>(folder.empty() ? "." : folder, GetFileNameInPackage());
+    m_records = std::make_unique<format3mf::archive::PreparedEntry>(folder.empty() ? "." : folder,
+                                                                    GetFileNameInPackage());
 }
 
 void PackageFileBinary::WriteRecords(void const* data, std::size_t size)

@@ -267,7 +267,7 @@ std::ostream* PackageWrite::CreatePartOutputStream(PackageFile const& file)
     return CreateAsyncWriteBufferStream(std::move(buffer)).release();
 }
 
-void PackageWrite::AddPreparedPart(PackageFile const& file, FileIO::Zip::PreparedEntry& entry)
+void PackageWrite::AddPreparedPart(PackageFile const& file, format3mf::archive::PreparedEntry& entry)
 {
     std::string const name = StringConversion::ConvertNativeToUTF8(
         WithForwardSlashes(file.GetFileNameInPackageWithoutLeadingSlash()));
