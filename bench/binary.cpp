@@ -109,14 +109,14 @@ int main()
                                     ("ond_bench_binary_" + std::to_string(getpid())));
         std::filesystem::path const xmlPackage = scratch.m_path / "torus-xml.3mf";
         std::filesystem::path const binaryPackage = scratch.m_path / "torus-binary.3mf";
-        torus::TorusShape const shape;
+        format3mf::torus::TorusShape const shape;
 
         double exportXml = 0.0;
         double exportBinary = 0.0;
         std::uint64_t vertices = 0;
         std::uint64_t triangles = 0;
         {
-            std::unique_ptr<MStlBase> const torus = torus::MakeTorus(shape);
+            std::unique_ptr<MStlBase> const torus = format3mf::torus::MakeTorus(shape);
             vertices = torus->GetNumberOfPoints();
             triangles = torus->GetNumberOfTriangles();
             exportXml = BestTime([&] { Write(*torus, xmlPackage, false); });

@@ -100,8 +100,8 @@ int main()
         std::filesystem::path const stl = folder / "torus.stl";
         std::filesystem::path const package = folder / "torus.3mf";
         std::filesystem::path const floorPackage = folder / "floor.3mf";
-        torus::TorusShape const shape;
-        std::unique_ptr<MStlBase> const torus = torus::MakeTorus(shape);
+        format3mf::torus::TorusShape const shape;
+        std::unique_ptr<MStlBase> const torus = format3mf::torus::MakeTorus(shape);
         WriteBinaryStl(*torus, stl);
         double const stlBytes = double(std::filesystem::file_size(stl));
 

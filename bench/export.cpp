@@ -147,7 +147,7 @@ int main()
         ScratchFolder const scratch(std::filesystem::temp_directory_path() /
                                     ("ond_bench_export_" + std::to_string(getpid())));
         std::filesystem::path const package = scratch.m_path / "torus.3mf";
-        torus::TorusShape const shape;
+        format3mf::torus::TorusShape const shape;
 
         // The children go first, while this process has allocated nothing
         // big that they would inherit.
@@ -156,7 +156,7 @@ int main()
             [&](double& meshBytes)
             {
                 double const before = ResidentBytes();
-                std::unique_ptr<MStlBase> const torus = torus::MakeTorus(shape);
+                std::unique_ptr<MStlBase> const torus = format3mf::torus::MakeTorus(shape);
                 meshBytes = ResidentBytes() - before;
                 format3mf::Export exporter;
                 exporter.SetStl(torus.get(), MMTransformMatrix(), nullptr);
@@ -176,7 +176,7 @@ int main()
         Cost format;
         Cost deflate;
         {
-            std::unique_ptr<MStlBase> const torus = torus::MakeTorus(shape);
+            std::unique_ptr<MStlBase> const torus = format3mf::torus::MakeTorus(shape);
             std::string xml;
             FormatModel(*torus, xml);
             xmlBytes = double(xml.size());
@@ -191,7 +191,7 @@ int main()
         }
         Cost exportCost;
         {
-            std::unique_ptr<MStlBase> const torus = torus::MakeTorus(shape);
+            std::unique_ptr<MStlBase> const torus = format3mf::torus::MakeTorus(shape);
             format3mf::Export exporter;
             exporter.SetStl(torus.get(), MMTransformMatrix(), nullptr);
             exporter.SetFilePath(package.wstring());

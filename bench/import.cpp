@@ -108,11 +108,11 @@ int main()
         ScratchFolder const scratch(std::filesystem::temp_directory_path() /
                                     ("ond_bench_import_" + std::to_string(getpid())));
         std::filesystem::path const package = scratch.m_path / "torus.3mf";
-        torus::TorusShape const shape;
+        format3mf::torus::TorusShape const shape;
 
         Figures generate;
         {
-            std::unique_ptr<MStlBase> const torus = torus::MakeTorus(shape);
+            std::unique_ptr<MStlBase> const torus = format3mf::torus::MakeTorus(shape);
             format3mf::Export exporter;
             exporter.SetStl(torus.get(), MMTransformMatrix(), nullptr);
             exporter.SetFilePath(package.wstring());

@@ -142,9 +142,9 @@ int main()
                                              ("ond_bench_project_" + std::to_string(getpid())));
         std::filesystem::path const painted = scratch.m_path / "painted.3mf";
         std::filesystem::path const bare = scratch.m_path / "bare.3mf";
-        torus::TorusShape const shape;
+        format3mf::torus::TorusShape const shape;
         {
-            std::unique_ptr<MStlBase> const torus = torus::MakeTorus(shape);
+            std::unique_ptr<MStlBase> const torus = format3mf::torus::MakeTorus(shape);
             WritePackage(painted, *torus, true);
             WritePackage(bare, *torus, false);
         }

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <memory>
 
-namespace torus
+namespace format3mf::torus
 {
 struct TorusShape
 {
@@ -56,4 +56,4 @@ inline std::unique_ptr<MStlBase> MakeTorus(TorusShape const& shape = {})
     }
     return mesh;
 }
-} // namespace torus
+} // namespace format3mf::torus

@@ -54,7 +54,7 @@ int main(int argc, char** argv)
     {
         return BadUsage("ond3mf-torus", "expected a file name and optionally ring and tube", kUsage);
     }
-    torus::TorusShape shape;
+    format3mf::torus::TorusShape shape;
     if (argc == 4 && !(ParseCount(argv[2], shape.m_ring) && ParseCount(argv[3], shape.m_tube)))
     {
         return BadUsage("ond3mf-torus", "ring and tube must be whole numbers from 3 to 4000", kUsage);
@@ -62,7 +62,7 @@ int main(int argc, char** argv)
     std::unique_ptr<MStlBase> mesh;
     try
     {
-        mesh = torus::MakeTorus(shape);
+        mesh = format3mf::torus::MakeTorus(shape);
     }
     catch (std::exception const& error)
     {

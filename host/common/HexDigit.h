@@ -2,7 +2,7 @@
 // and paint codes read their digits.
 #pragma once
 
-namespace OndSDK::Common
+namespace format3mf
 {
 // The value of a hexadecimal digit in either case, or -1 for any other
 // character; for narrow and wide text alike.
@@ -23,4 +23,4 @@ int HexDigitValue(Char c)
     }
     return -1;
 }
-} // namespace OndSDK::Common
+} // namespace format3mf

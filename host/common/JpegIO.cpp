@@ -153,7 +153,7 @@ bool DecodeJpeg(std::FILE* file, JpegReadState* state)
 // alone.
 bool ReadJpeg(std::wstring const& path, JpegReadState* state)
 {
-    StdioFile const file = OpenStdioFile(path, "rb");
+    format3mf::StdioFile const file = format3mf::OpenStdioFile(path, "rb");
     unsigned char signature[3];
     if (!file || std::fread(signature, 1, 3, file.get()) != 3 || signature[0] != 0xFF ||
         signature[1] != 0xD8 || signature[2] != 0xFF)

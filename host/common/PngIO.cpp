@@ -79,7 +79,7 @@ bool DecodePng(png_structp png, png_infop info, std::FILE* file, PngReadState* s
 // alone.
 bool ReadPng(std::wstring const& path, PngReadState* state)
 {
-    StdioFile const file = OpenStdioFile(path, "rb");
+    format3mf::StdioFile const file = format3mf::OpenStdioFile(path, "rb");
     png_byte signature[kSignatureSize];
     if (!file || std::fread(signature, 1, kSignatureSize, file.get()) != kSignatureSize ||
         png_sig_cmp(signature, 0, kSignatureSize) != 0)
@@ -149,8 +149,9 @@ bool SavePng(ImageBitmap const& bitmap, std::wstring const& path)
     }
     // The simplified API sets its own error handling up and removes a
     // partly written file on failure.
-    bool const written = png_image_write_to_file(&image, StringConversion::ConvertNativeToFileName(path).c_str(),
-                                                 0, bitmap.GetData(), 0, nullptr) != 0;
+    bool const written =
+        png_image_write_to_file(&image, StringConversion::ConvertNativeToFileName(path).c_str(), 0,
+                                bitmap.GetData(), 0, nullptr) != 0;
     png_image_free(&image);
     return written;
 }

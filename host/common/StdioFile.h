@@ -9,7 +9,7 @@
 #include <string>
 
 // A C stream for the C libraries that read from one, closed by its owner.
-namespace OndSDK::Common
+namespace format3mf
 {
 struct StdioFileCloser
 {
@@ -21,4 +21,4 @@ inline StdioFile OpenStdioFile(std::wstring const& path, char const* mode)
 {
     return StdioFile(std::fopen(StringConversion::ConvertNativeToFileName(path).c_str(), mode));
 }
-} // namespace OndSDK::Common
+} // namespace format3mf

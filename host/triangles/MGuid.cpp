@@ -76,7 +76,7 @@ bool MGuid::SetString(std::wstring const& text)
             }
             continue;
         }
-        int const value = OndSDK::Common::HexDigitValue(c);
+        int const value = format3mf::HexDigitValue(c);
         if (value < 0)
         {
             return false;

@@ -14,12 +14,12 @@ namespace
 // character that isn't a digit.
 unsigned int DecodePair(wchar_t first, wchar_t second)
 {
-    int const high = OndSDK::Common::HexDigitValue(first);
+    int const high = format3mf::HexDigitValue(first);
     if (high < 0)
     {
         return 0;
     }
-    int const low = OndSDK::Common::HexDigitValue(second);
+    int const low = format3mf::HexDigitValue(second);
     if (low < 0)
     {
         return static_cast<unsigned int>(high);
@@ -66,8 +66,8 @@ std::uint32_t ParseColorText(std::string_view text)
     bool good = (text.size() == 7 || text.size() == 9) && text[0] == '#';
     for (std::size_t pair = 0; good && 1 + 2 * pair < text.size(); ++pair)
     {
-        int const high = OndSDK::Common::HexDigitValue(text[1 + 2 * pair]);
-        int const low = OndSDK::Common::HexDigitValue(text[2 + 2 * pair]);
+        int const high = format3mf::HexDigitValue(text[1 + 2 * pair]);
+        int const low = format3mf::HexDigitValue(text[2 + 2 * pair]);
         good = high >= 0 && low >= 0;
         packed |= std::uint32_t(high * 16 + low) << (8 * pair);
     }

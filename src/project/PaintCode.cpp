@@ -73,7 +73,7 @@ std::string PaintDecoder::Decode(std::string_view code, PaintSubdivision& out)
             error = "it ends before its subdivision is complete";
             return -1;
         }
-        int const value = OndSDK::Common::HexDigitValue(code[--left]);
+        int const value = format3mf::HexDigitValue(code[--left]);
         if (value < 0)
         {
             error = std::string("it holds '") + code[left] + "', which is not a hexadecimal digit";
