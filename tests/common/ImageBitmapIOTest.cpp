@@ -62,7 +62,7 @@ void WriteJpeg(std::wstring const& path, std::uint32_t size, std::vector<std::ui
     {
         samples.push_back(samples[i - components]);
     }
-    StdioFile const file = OpenStdioFile(path, "wb");
+    format3mf::StdioFile const file = format3mf::OpenStdioFile(path, "wb");
     jpeg_compress_struct info{};
     jpeg_error_mgr error{};
     info.err = jpeg_std_error(&error);
