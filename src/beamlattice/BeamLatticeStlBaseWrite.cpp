@@ -19,16 +19,6 @@ namespace
 {
 // What a mesh without element information shows: no diameter and no cap.
 MStlBaseElementInfo const kNoElementInfo;
-
-std::string_view Narrow(char (&buffer)[64], std::wstring const& text)
-{
-    std::size_t const length = std::min(text.size(), sizeof buffer);
-    for (std::size_t i = 0; i < length; ++i)
-    {
-        buffer[i] = static_cast<char>(text[i]);
-    }
-    return std::string_view(buffer, length);
-}
 } // namespace
 
 BeamLatticeStlBaseWrite::BeamLatticeStlBaseWrite(PackageWriteContext* context,
@@ -66,8 +56,10 @@ void BeamLatticeStlBaseWrite::_WriteEnds(MSAXWriter& writer, MStlGraphEdge const
     char text[64];
     int const first = m_vertexIndices->GetInfo(stl.PointAt(edge.GetFirst()));
     int const second = m_vertexIndices->GetInfo(stl.PointAt(edge.GetSecond()));
-    writer.WriteAttribute("v1", first == -1 ? std::string_view("-1") : Narrow(text, FormatID(first)));
-    writer.WriteAttribute("v2", second == -1 ? std::string_view("-1") : Narrow(text, FormatID(second)));
+    writer.WriteAttribute("v1",
+                          first == -1 ? std::string_view("-1") : NarrowFormatted(text, FormatID(first)));
+    writer.WriteAttribute("v2",
+                          second == -1 ? std::string_view("-1") : NarrowFormatted(text, FormatID(second)));
 }
 
 std::string_view BeamLatticeStlBaseWrite::_Text(char (&buffer)[64], double value)
@@ -123,15 +115,17 @@ void BeamLatticeStlBaseWriteOfficial::_WriteLatticeAttributes(MSAXWriter& writer
     tUnits const& units = m_lattice->m_modelFile->GetUnits();
     char text[64];
     writer.WriteAttribute(L"clippingmode", m_lattice->GetStringClipMode());
-    writer.WriteAttribute("minlength", Narrow(text, std::to_wstring(std::max(m_lattice->m_minLength, 1))));
+    writer.WriteAttribute("minlength",
+                          NarrowFormatted(text, std::to_wstring(std::max(m_lattice->m_minLength, 1))));
     if (m_lattice->m_clippingMesh.IsDefined())
     {
-        writer.WriteAttribute("clippingmesh", Narrow(text, FormatID(m_lattice->m_clippingMesh)));
+        writer.WriteAttribute("clippingmesh", NarrowFormatted(text, FormatID(m_lattice->m_clippingMesh)));
     }
-    writer.WriteAttribute("precision", Narrow(text, FormatValueFileUnits(0.001 / units.m_factor, 4)));
+    writer.WriteAttribute("precision",
+                          NarrowFormatted(text, FormatValueFileUnits(0.001 / units.m_factor, 4)));
     // Four decimals of the file's unit: the smallest radius they show.
     double const radius = std::max(_ToFile(_DefaultRadius()), 0.0001);
-    writer.WriteAttribute("radius", Narrow(text, FormatValueFileUnits(radius, 4)));
+    writer.WriteAttribute("radius", NarrowFormatted(text, FormatValueFileUnits(radius, 4)));
     writer.WriteAttribute(L"cap", TextOfCap(info.GetDefaultEdgeCap()));
 }
 

@@ -17,21 +17,6 @@
 
 namespace Format_3MF
 {
-namespace
-{
-// The formatters' text is ASCII: narrowed onto the stack, it takes the
-// writer's path for UTF-8 values.
-std::string_view Narrow(char (&buffer)[64], std::wstring const& text)
-{
-    std::size_t const length = std::min(text.size(), sizeof buffer);
-    for (std::size_t i = 0; i < length; ++i)
-    {
-        buffer[i] = static_cast<char>(text[i]);
-    }
-    return std::string_view(buffer, length);
-}
-} // namespace
-
 // FormatID refuses the undefined -1, which an index may be here: a point
 // added after the vertices were written has none, and it is printed as it
 // stands.
@@ -41,7 +26,7 @@ std::string_view MeshStlBaseWrite::_Index(char (&buffer)[64], int index) const
     {
         return "-1";
     }
-    return Narrow(buffer, FormatID(index));
+    return NarrowFormatted(buffer, FormatID(index));
 }
 
 MeshStlBaseWrite::MeshStlBaseWrite(PackageWriteContext* context, MeshStlBase* mesh,
@@ -85,9 +70,9 @@ void MeshStlBaseWrite::_WriteVertex(MSAXWriter& writer, double x, double y, doub
 {
     char text[64];
     MSAXTagWriter vertex(writer, "vertex");
-    writer.WriteAttribute("x", Narrow(text, FormatValueFileUnits(x, 4)));
-    writer.WriteAttribute("y", Narrow(text, FormatValueFileUnits(y, 4)));
-    writer.WriteAttribute("z", Narrow(text, FormatValueFileUnits(z, 4)));
+    writer.WriteAttribute("x", NarrowFormatted(text, FormatValueFileUnits(x, 4)));
+    writer.WriteAttribute("y", NarrowFormatted(text, FormatValueFileUnits(y, 4)));
+    writer.WriteAttribute("z", NarrowFormatted(text, FormatValueFileUnits(z, 4)));
 }
 
 void MeshStlBaseWrite::_WriteVertices(MSAXWriter& writer, Delegate const& progress) const

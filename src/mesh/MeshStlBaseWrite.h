@@ -10,6 +10,7 @@
 #include "triangles/MStlPoint.h"
 
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace OndSDK::Common
@@ -19,6 +20,19 @@ class IProgressDelegate;
 
 namespace Format_3MF
 {
+// The formatters' text is ASCII: narrowed onto the stack, it takes the
+// writer's path for UTF-8 values. The mesh and lattice writers print their
+// numbers through it.
+inline std::string_view NarrowFormatted(char (&buffer)[64], std::wstring const& text)
+{
+    std::size_t const length = text.size() < sizeof buffer ? text.size() : sizeof buffer;
+    for (std::size_t i = 0; i < length; ++i)
+    {
+        buffer[i] = static_cast<char>(text[i]);
+    }
+    return std::string_view(buffer, length);
+}
+
 // Prints "vertices", "triangles", the displacement maps, the beam lattice,
 // then what the tetrahedra item adds.
 // It creates no property groups: AddContentForWriting made them. A cancel
