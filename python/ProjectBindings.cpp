@@ -41,6 +41,21 @@ auto Reading(SharedProject const& shared, Function function)
     return function(static_cast<Project const&>(*shared.project));
 }
 
+// A look at a plate or an object that isn't there is the caller's mistake,
+// a ValueError with the library's message.
+template <typename Function>
+auto Looking(SharedProject const& shared, Function function)
+{
+    try
+    {
+        return Reading(shared, function);
+    }
+    catch (ProjectError const& error)
+    {
+        throw py::value_error(error.what());
+    }
+}
+
 // An edit that can't apply names what the caller got wrong (a filament, an
 // object, a setting): a ValueError with the library's message.
 template <typename Function>
@@ -106,6 +121,25 @@ void Save(SharedProject const& shared, py::object const& path)
         PyErr_SetString(g_fileError.ptr(), error.what());
         throw py::error_already_set();
     }
+}
+
+py::bytes ReadEntry(SharedProject const& shared, std::string const& name)
+{
+    std::optional<std::string> data;
+    try
+    {
+        data = Reading(shared, [&](Project const& p)
+                       { return p.HasEntry(name) ? std::optional(p.ReadEntry(name)) : std::nullopt; });
+    }
+    catch (ProjectError const& error)
+    {
+        RaiseError(error.what());
+    }
+    if (!data)
+    {
+        throw py::value_error("read_entry: the project has no entry " + name);
+    }
+    return py::bytes(*data);
 }
 
 char const* RoleName(Format_3MF::PartRole role)
@@ -246,27 +280,17 @@ int AddObject(SharedProject& shared, py::handle vertices, py::handle triangles, 
 std::vector<Mesh> Meshes(SharedProject const& shared, std::optional<int> plate, std::optional<int> object,
                          bool nonPrintable)
 {
-    import::ImportResult const result = [&]
-    {
-        try
-        {
-            return Reading(shared, [&](Project const& project)
-                           { return project.Meshes(plate.value_or(0), object.value_or(0), nonPrintable);
+    import::ImportResult const result =
+        Looking(shared, [&](Project const& project)
+                { return project.Meshes(plate.value_or(0), object.value_or(0), nonPrintable);
 });
-} // namespace
-catch (ProjectError const& error)
-{
-    throw py::value_error(error.what());
-}
-} // namespace format3mf::python
-();
 Warn(result.warnings);
 if (result.status != import::Importer::Success)
 {
     RaiseError(Joined(result.errors));
 }
 return ToPython(result.parts);
-}
+} // namespace
 
 py::str Repr(char const* format, py::tuple const& values)
 {
@@ -338,7 +362,7 @@ void AddModelClasses(py::class_<SharedProject>& owner)
                              py::make_tuple(p.id, p.name, p.items.size()));
              });
 }
-} // namespace
+} // namespace format3mf::python
 
 void AddProjectBindings(py::module_& module)
 {
@@ -412,12 +436,12 @@ void AddProjectBindings(py::module_& module)
             [](SharedProject const& shared, std::optional<int> plate) -> py::object
             {
                 std::optional<std::string> const png =
-                    Reading(shared, [&](Project const& p) { return p.Thumbnail(plate.value_or(0)); });
+                    Looking(shared, [&](Project const& p) { return p.Thumbnail(plate.value_or(0)); });
                 return png ? py::bytes(*png) : py::object(py::none());
             },
             py::arg("plate") = py::none(),
             "The PNG bytes of the plate's thumbnail, or of the package's own without a plate; None\n"
-            "where there is none.")
+            "where there is none. ValueError for a plate that isn't there.")
         .def("meshes", &Meshes, py::arg("plate") = py::none(), py::arg("object") = py::none(),
              py::arg("non_printable") = false,
              "The meshes of the project as it stands, edits included, as a list of Mesh: one per\n"
@@ -442,32 +466,9 @@ void AddProjectBindings(py::module_& module)
                                });
             },
             "The names of the package's entries, in its order, added ones last.")
-        .def(
-            "read_entry",
-            [](SharedProject const& shared, std::string const& name)
-            {
-                std::optional<std::string> const data = [&]
-                {
-                    try
-                    {
-                        return Reading(
-                            shared, [&](Project const& p)
-                            { return p.HasEntry(name) ? std::optional(p.ReadEntry(name)) : std::nullopt; });
-                    }
-                    catch (ProjectError const& error)
-                    {
-                        RaiseError(error.what());
-                    }
-                }();
-                if (!data)
-                {
-                    throw py::value_error("read_entry: the project has no entry " + name);
-                }
-                return py::bytes(*data);
-            },
-            py::arg("name"),
-            "The bytes of the entry, as the project stands. ValueError for an entry that isn't\n"
-            "there, ond3mf.Error for one that can't be read.")
+        .def("read_entry", &ReadEntry, py::arg("name"),
+             "The bytes of the entry, as the project stands. ValueError for an entry that isn't\n"
+             "there, ond3mf.Error for one that can't be read.")
         .def(
             "write_entry",
             [](SharedProject& shared, std::string const& name, py::handle data)
