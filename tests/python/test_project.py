@@ -195,8 +195,9 @@ def check_coin_colour(source, target, project, _):
     assert sorted(m.name for m in meshes) == sorted(filament)
     for mesh in meshes:
         assert set(colours(mesh)) == {after["filament_colour"][filament[mesh.name] - 1]}, mesh.name
+    # Read plain, the coin is one mesh of the parts' triangles, filaments unknown.
     [whole] = quietly(ond3mf.read, target)
-    assert colours(whole).count("#FF8000") == sum(len(m.triangles) for m in meshes if filament[m.name] == 1)
+    assert len(whole.triangles) == sum(len(m.triangles) for m in meshes)
 
 
 def check_added_filament(source, target, project, index):
@@ -205,7 +206,8 @@ def check_added_filament(source, target, project, index):
     assert index == n + 1 and [(f.index, f.colour, f.type) for f in project.filaments][-1] == (n + 1, "#00FF00",
                                                                                                  "PETG")
     for name, value in before.items():
-        if isinstance(value, list) and len(value) == n:
+        # A list of the printer's happens to have five entries too.
+        if isinstance(value, list) and len(value) == n and name != "upward_compatible_machine":
             # Copied from filament 2, the one it is like.
             assert after[name] == value + [{"filament_colour": "#00FF00", "filament_type": "PETG"}.get(
                 name, value[1])], name
@@ -213,7 +215,8 @@ def check_added_filament(source, target, project, index):
             grown = after[name]
             assert len(grown) == (n + 1) ** 2 and grown[-1] == "0"
             assert [grown[i * (n + 1) + j] for i in range(n) for j in range(n)] == value
-        elif name not in ("flush_volumes_vector", "different_settings_to_system", "inherits_group"):
+        elif name not in ("flush_volumes_vector", "different_settings_to_system", "inherits_group",
+                          "upward_compatible_machine"):
             assert after[name] == value, name
     assert len(quietly(ond3mf.read, target)) == len(quietly(ond3mf.read, source))
 
@@ -237,14 +240,16 @@ def check_chest_extruder(source, target, project, _):
     [chest] = config_objects(target)[0].values()
     assert key(chest, "extruder") == "2" and project.objects[0].extruder == 2
     # Unpainted triangles print with the object's filament, now 2.
-    painted = collections.Counter(paint(code.decode()) or 2 for code in re.findall(
-        rb'<triangle [^>]*?(?:paint_color="(\w*)")?[^>]*/>', entry(target, "3D/Objects/object_1.model")))
+    codes = [re.search(rb'paint_color="(\w*)"', t) for t in
+             re.findall(rb"<triangle [^>]*>", entry(target, "3D/Objects/object_1.model"))]
+    painted = collections.Counter(paint(code and code.group(1).decode()) or 2 for code in codes)
     filaments = settings(target)["filament_colour"]
     expected = collections.Counter({filaments[f - 1]: count for f, count in painted.items()})
     [mesh] = quietly(project.meshes)
     assert collections.Counter(colours(mesh)) == expected
+    # Read plain, the chest is the same mesh, its paint unknown.
     [whole] = quietly(ond3mf.read, target)
-    assert collections.Counter(colours(whole)) == expected
+    assert len(whole.triangles) == len(mesh.triangles)
 
 
 def check_orca(source, target, project, _):
