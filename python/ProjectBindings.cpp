@@ -137,7 +137,7 @@ py::bytes ReadEntry(SharedProject const& shared, std::string const& name)
     }
     if (!data)
     {
-        throw py::value_error("read_entry: the project has no entry " + name);
+        throw py::value_error("The project has no entry " + name);
     }
     return py::bytes(*data);
 }
