@@ -191,7 +191,7 @@ std::string BytesOf(py::handle data, char const* what)
     return py::reinterpret_steal<py::bytes>(PyBytes_FromObject(data.ptr())).cast<std::string>();
 }
 
-void SetSetting(SharedProject& shared, std::string const& key, py::handle value)
+void SetSetting(SharedProject& shared, std::string const& key, py::object const& value)
 {
     if (py::isinstance<py::str>(value))
     {
@@ -245,8 +245,8 @@ std::vector<int> TriangleFilaments(py::handle given, py::ssize_t triangles)
     return filaments;
 }
 
-int AddObject(SharedProject& shared, py::handle vertices, py::handle triangles, std::string const& name,
-              int extruder, py::handle triangleFilaments, int plate,
+int AddObject(SharedProject& shared, py::object const& vertices, py::object const& triangles,
+              std::string const& name, int extruder, py::object const& triangleFilaments, int plate,
               std::optional<std::array<double, 2>> const& position)
 {
     // The module's check of a mesh to write, of coordinates as float64.
@@ -256,8 +256,7 @@ int AddObject(SharedProject& shared, py::handle vertices, py::handle triangles, 
         points = points.attr("astype")("float64");
     }
     py::object const arrays = py::module_::import("types").attr("SimpleNamespace")(
-        py::arg("vertices") = points ? points : py::reinterpret_borrow<py::object>(vertices),
-        py::arg("triangles") = triangles);
+        py::arg("vertices") = points ? points : vertices, py::arg("triangles") = triangles);
     CheckedMesh const checked = CheckMesh(arrays, "add_object");
     ProjectMeshInput mesh;
     mesh.vertices.assign(checked.vertices.data(), checked.vertices.data() + checked.vertices.size());
@@ -471,7 +470,7 @@ void AddProjectBindings(py::module_& module)
              "there, ond3mf.Error for one that can't be read.")
         .def(
             "write_entry",
-            [](SharedProject& shared, std::string const& name, py::handle data)
+            [](SharedProject& shared, std::string const& name, py::object const& data)
             {
                 std::string bytes = BytesOf(data, "write_entry: data");
                 Editing(shared, [&](Project& p) { p.WriteEntry(name, std::move(bytes)); });
@@ -521,7 +520,7 @@ void AddProjectBindings(py::module_& module)
              "holds a list (PrusaSlicer's lists are joined by ';'). ValueError for the wrong kind.")
         .def(
             "set_thumbnail",
-            [](SharedProject& shared, py::handle png, std::optional<int> plate)
+            [](SharedProject& shared, py::object const& png, std::optional<int> plate)
             {
                 std::string bytes = BytesOf(png, "set_thumbnail: png");
                 Editing(shared, [&](Project& p) { p.SetThumbnail(std::move(bytes), plate.value_or(0)); });
