@@ -33,8 +33,8 @@ std::string const kUnknownFlush = "280";
 bool PerFilament(std::string_view key)
 {
     static constexpr std::string_view kPrefixes[] = {
-        "filament_",     "nozzle_temperature", "fan_",           "slow_down_",  "adaptive_pressure_advance",
-        "counter_coef_", "counter_limit_",     "hole_coef_",     "hole_limit_",
+        "filament_",     "nozzle_temperature", "fan_",       "slow_down_",  "adaptive_pressure_advance",
+        "counter_coef_", "counter_limit_",     "hole_coef_", "hole_limit_",
     };
     // Bed temperatures of each plate type, fan speeds of each feature.
     static constexpr std::string_view kInfixes[] = {"_plate_temp", "_fan_speed"};
@@ -191,8 +191,8 @@ void SetFilamentValues(Json& settings, int index, std::optional<std::string> con
     {
         std::string const checked = FilamentColour(*colour);
         auto const multi = settings.find("filament_multi_colour");
-        if (multi != settings.end() && multi->is_array() && multi->size() == count && (*multi)[at].is_string() &&
-            colours[at].is_string() &&
+        if (multi != settings.end() && multi->is_array() && multi->size() == count &&
+            (*multi)[at].is_string() && colours[at].is_string() &&
             SameColour((*multi)[at].get<std::string>(), colours[at].get<std::string>()))
         {
             (*multi)[at] = checked;
