@@ -171,7 +171,7 @@ void SetFilamentValues(Json& settings, int index, std::optional<std::string> con
 {
     Json& colours = Colours(settings);
     std::size_t const count = colours.size();
-    CheckFilament(index, count, "Filament");
+    CheckFilament(index, count);
     std::size_t const at = std::size_t(index) - 1;
     if (type.has_value())
     {
@@ -222,7 +222,7 @@ std::string AddBambuFilament(std::string const& json, std::string const& colour,
 {
     Json settings = Parse(json);
     std::size_t const count = Colours(settings).size();
-    CheckFilament(like, count, "The filament to copy,");
+    CheckFilament(like, count, "the one to copy");
     FilamentColour(colour);
     std::size_t const from = std::size_t(like) - 1;
     for (auto entry = settings.begin(); entry != settings.end(); ++entry)

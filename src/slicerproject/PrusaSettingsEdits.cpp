@@ -280,7 +280,7 @@ void SetFilamentValues(std::vector<Line>& lines, int index, std::optional<std::s
     Line& colours = ColourLine(lines);
     std::vector<std::string> colourItems = Split(colours.Value(), ';');
     std::size_t const count = colourItems.size();
-    CheckFilament(index, count, "Filament");
+    CheckFilament(index, count);
     std::size_t const at = std::size_t(index) - 1;
     if (type.has_value())
     {
@@ -336,7 +336,7 @@ std::string AddPrusaFilament(std::string const& text, std::string const& colour,
 {
     std::vector<Line> lines = Lines(text);
     std::size_t const count = FilamentCount(lines);
-    CheckFilament(like, count, "The filament to copy,");
+    CheckFilament(like, count, "the one to copy");
     FilamentColour(colour);
     std::size_t const from = std::size_t(like) - 1;
     for (Line& line : lines)
