@@ -202,12 +202,14 @@ public:
     void SetFilament(int index, std::optional<std::string> colour, std::optional<std::string> type);
     // Adds a filament like filament `like`, returns its index.
     int AddFilament(std::string const& colour, std::optional<std::string> type = std::nullopt, int like = 1);
-    // With a part, the part's extruder; else the object's.
+    // With a part, the part's extruder (0: its object's); else the object's.
     void SetExtruder(int objectId, int extruder, std::optional<int> partId = std::nullopt);
     void Rename(int objectId, std::string const& name);
     void SetMetadata(std::string const& key, std::string const& value);
     // A setting: a value for a setting that holds one, a list for one that
-    // holds a list (PrusaSlicer's lists are joined by ';').
+    // holds a list (PrusaSlicer's lists joined as the file joins that
+    // setting: texts in quotes by ';', numbers by ','). Braces of string
+    // literals convert to both: name the list's type.
     void SetSetting(std::string const& key, std::string const& value);
     void SetSetting(std::string const& key, std::vector<std::string> const& values);
     // Plate 0: the package's thumbnail. The bytes must be a PNG image.

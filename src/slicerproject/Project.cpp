@@ -11,7 +11,10 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <sstream>
 
 namespace format3mf
 {
@@ -54,6 +57,74 @@ std::string const& RequireSettings(Project::State const& state)
                            kPrusaSettings + ")");
     }
     return state.view.settingsEntry;
+}
+
+// PrusaSlicer writes lists of text joined by ';', each in quotes, and lists
+// of numbers, switches and points joined by ','. A list takes the form the
+// setting has in the file; a new one the form its values call for.
+std::string JoinPrusaList(Project::State const& state, std::string const& key,
+                          std::vector<std::string> const& values)
+{
+    bool texts = std::any_of(values.begin(), values.end(),
+                             [](std::string const& value)
+                             {
+                                 char* end = nullptr;
+                                 std::strtod(value.c_str(), &end);
+                                 return value.empty() || *end != '\0';
+                             });
+    bool quoted = texts;
+    for (auto const& [name, value] : state.view.prusaSettings)
+    {
+        if (name == key)
+        {
+            quoted = value.find('"') != std::string::npos;
+            texts = quoted || value.find(';') != std::string::npos;
+        }
+    }
+    std::string joined;
+    for (std::string const& value : values)
+    {
+        joined += joined.empty() ? "" : texts ? ";" : ",";
+        joined += quoted ? "\"" + value + "\"" : value;
+    }
+    return joined;
+}
+
+// Bambu Studio's plates map each filament to a nozzle ("filament_maps"): a
+// new filament goes where the filament it copies goes.
+void MapNewFilament(Project::State& state, int like)
+{
+    if (state.view.modelSettingsEntry != kBambuModelSettings)
+    {
+        return;
+    }
+    project::ConfigElement settings = ModelSettings(state, "map filaments");
+    bool mapped = false;
+    for (project::ConfigElement& plate : settings.children)
+    {
+        for (project::ConfigElement& metadata : plate.children)
+        {
+            std::string const* const key = metadata.Attribute("key");
+            if (plate.name != "plate" || key == nullptr || *key != "filament_maps")
+            {
+                continue;
+            }
+            for (auto& [name, value] : metadata.attributes)
+            {
+                std::istringstream words(value);
+                std::vector<std::string> const maps{std::istream_iterator<std::string>(words), {}};
+                if (name == "value" && like >= 1 && std::size_t(like) <= maps.size())
+                {
+                    value += " " + maps[std::size_t(like - 1)];
+                    mapped = true;
+                }
+            }
+        }
+    }
+    if (mapped)
+    {
+        state.store.Write(kBambuModelSettings, WriteConfigXml(settings));
+    }
 }
 
 bool IsPng(std::string const& data)
@@ -236,6 +307,7 @@ int Project::AddFilament(std::string const& colour, std::optional<std::string> t
                  m_state->store.Write(entry, entry == kBambuSettings
                                                  ? AddBambuFilament(text, colour, type, like)
                                                  : AddPrusaFilament(text, colour, type, like));
+                 MapNewFilament(*m_state, like);
              });
     return int(m_state->view.filaments.size());
 }
@@ -243,7 +315,11 @@ int Project::AddFilament(std::string const& colour, std::optional<std::string> t
 void Project::SetExtruder(int objectId, int extruder, std::optional<int> partId)
 {
     RequireObject(m_state->view, objectId);
-    RequireFilament(m_state->view, extruder, "Extruder");
+    // A part's 0 hands it back to its object's filament.
+    if (!(partId && extruder == 0))
+    {
+        RequireFilament(m_state->view, extruder, "Extruder");
+    }
     project::ConfigElement settings = ModelSettings(*m_state, "hold extruders");
     SetObjectExtruder(settings, objectId, extruder, partId);
     Transact(*m_state,
@@ -369,12 +445,8 @@ void Project::SetSetting(std::string const& key, std::vector<std::string> const&
                      m_state->store.Write(entry, SetBambuSetting(text, key, values));
                      return;
                  }
-                 std::string joined;
-                 for (std::string const& value : values)
-                 {
-                     joined += (joined.empty() ? "" : ";") + value;
-                 }
-                 m_state->store.Write(entry, SetPrusaSetting(text, key, joined));
+                 m_state->store.Write(entry,
+                                      SetPrusaSetting(text, key, JoinPrusaList(*m_state, key, values)));
              });
 }
 
