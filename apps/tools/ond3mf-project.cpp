@@ -95,7 +95,8 @@ struct Arguments
     std::vector<std::pair<std::string, Edit>> edits;
 };
 
-// A whole decimal number from `least` up, or false.
+// A whole decimal number from `least` up, or false. Ids, extruders and
+// plates stay far below a million; the bound keeps the number an int.
 bool ParseNumber(std::string const& text, int least, int& number)
 {
     char* end = nullptr;
