@@ -64,6 +64,7 @@ bool MZipArchive::OpenArchiveRead(wchar_t const* path)
                           L"): " + path;
             zip_discard(archive);
             m_entries.clear();
+            m_order.clear();
             return false;
         }
         IndexedEntry entry;
@@ -77,7 +78,10 @@ bool MZipArchive::OpenArchiveRead(wchar_t const* path)
         entry.m_index = static_cast<std::uint64_t>(i);
         // Like other readers, take the first of two entries with one name.
         std::string key = entry.m_info.m_name;
-        m_entries.emplace(std::move(key), std::move(entry));
+        if (m_entries.emplace(key, std::move(entry)).second)
+        {
+            m_order.push_back(std::move(key));
+        }
     }
     m_reader = archive;
     m_path = path;
@@ -104,6 +108,11 @@ bool MZipArchive::AddFile(wchar_t const* diskPath, wchar_t const* nameInArchive,
         return false;
     }
     return m_writer->AddFile(diskPath, StringConversion::ConvertNativeToUTF8(nameInArchive), level);
+}
+
+std::vector<std::string> MZipArchive::GetEntryNames() const
+{
+    return m_order;
 }
 
 bool MZipArchive::GetFileInfo(char const* name, MZipFileInfo& info)
@@ -207,6 +216,7 @@ bool MZipArchive::CloseArchive()
         closed = true;
         m_reader = nullptr;
         m_entries.clear();
+        m_order.clear();
     }
     if (m_writer)
     {

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 struct zip;
 
@@ -74,6 +75,9 @@ public:
     bool ExtractFile(char const* name, wchar_t const* target, char const* password);
     // False if the entry is not in the archive.
     bool GetFileInfo(char const* name, MZipFileInfo& info);
+    // The names of the entries in the order of the central directory; a name
+    // that two entries share comes once, where its first stands.
+    std::vector<std::string> GetEntryNames() const;
     // Finishes a written archive: libzip writes it only now. False if
     // anything written failed; the file is then removed, never left broken.
     bool CloseArchive();
@@ -86,6 +90,8 @@ public:
 private:
     friend class ReadBufferFromZip;
     friend class WriteBufferToZip32;
+    // Copies entries from a read archive as they are stored.
+    friend class format3mf::archive::ZipWriter;
 
     struct IndexedEntry
     {
@@ -102,6 +108,7 @@ private:
     std::string m_writeError;
     zip* m_reader = nullptr;
     std::unordered_map<std::string, IndexedEntry> m_entries;
+    std::vector<std::string> m_order;
     bool m_entryOpen = false;
     std::unique_ptr<format3mf::archive::ZipWriter> m_writer;
 };

@@ -3,6 +3,7 @@
 #include "zip/ZipWriter.h"
 
 #include "common/StringConversion.h"
+#include "zip/MZipArchive.h"
 #include "zip/MZipArchiveError.h"
 #include "zip/PreparedEntry.h"
 #include "zip/ZipArchiveSink.h"
@@ -265,6 +266,47 @@ void ZipWriter::AddPreparedEntry(std::string const& name, PreparedEntry& entry)
     m_preparedSpools.push_back(std::move(spool));
     EndEntryFrom(*m_preparedSpools.back(), 0, compressedSize, entry.GetSize(), entry.GetCrc(),
                  std::time(nullptr));
+}
+
+void ZipWriter::AddCopiedEntry(MZipArchive& source, std::string const& name)
+{
+    auto const found = source.m_entries.find(name);
+    if (source.m_reader == nullptr || found == source.m_entries.end())
+    {
+        throw MZipArchiveError::MGeneric(L"The entry to copy is not in the archive read",
+                                         StringConversion::ConvertMultiByteStringToOndString(name));
+    }
+    MZipArchive::MZipFileInfo const& info = found->second.m_info;
+    BeginEntry(name, info.m_method == ZIP_CM_STORE);
+    if (!m_zip64 && (info.m_uncompressedSize > kZip32Limit || Zip32Need(info.m_compressedSize) > kZip32Limit))
+    {
+        Fail(L"The archive is too large for a 32-bit archive");
+    }
+    // With ZIP_FL_COMPRESSED libzip hands the stored bytes on, and zip_close
+    // writes them as they are when the entry keeps its method.
+    zip_source_t* const copied =
+        zip_source_zip(m_archive, source.m_reader, found->second.m_index, ZIP_FL_COMPRESSED, 0, -1);
+    zip_int64_t const index =
+        copied != nullptr ? zip_file_add(m_archive, m_entryName.c_str(), copied, ZIP_FL_ENC_UTF_8) : -1;
+    if (index < 0)
+    {
+        if (copied != nullptr)
+        {
+            zip_source_free(copied);
+        }
+        Fail(L"Failed to copy an entry into the archive");
+    }
+    m_entryOpen = false;
+    auto const at = static_cast<zip_uint64_t>(index);
+    zip_uint8_t system = ZIP_OPSYS_UNIX;
+    zip_uint32_t attributes = kRegularFileMode << 16;
+    zip_file_get_external_attributes(source.m_reader, found->second.m_index, 0, &system, &attributes);
+    zip_file_set_external_attributes(m_archive, at, 0, system, attributes);
+    zip_set_file_compression(m_archive, at, info.m_method, 0);
+    std::uint64_t const nameBytes = 2 * m_entryName.size();
+    m_localBytes += kLocalHeader + nameBytes + info.m_compressedSize;
+    m_directoryBytes += kDirectoryHeader + nameBytes;
+    ++m_entries;
 }
 
 void ZipWriter::AbandonRawEntry() noexcept

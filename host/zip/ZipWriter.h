@@ -11,6 +11,7 @@
 #include <vector>
 
 struct zip;
+class MZipArchive;
 
 namespace format3mf::archive
 {
@@ -51,6 +52,11 @@ public:
     // An entry whose deflate data was made before its turn, finished; the
     // archive takes its spool over. Failures throw MZipArchiveError::MGeneric.
     void AddPreparedEntry(std::string const& name, PreparedEntry& entry);
+    // The entry `name` of `source` as it is stored there: its compressed
+    // bytes, CRC, sizes and time, never inflated. libzip reads them at Close,
+    // so `source` stays open until then. Failures throw
+    // MZipArchiveError::MGeneric.
+    void AddCopiedEntry(MZipArchive& source, std::string const& name);
     // Closes an entry that can't be finished and marks the archive damaged.
     void AbandonRawEntry() noexcept;
 

@@ -29,6 +29,9 @@ struct ImportSettings
     // and with them the parts that are not printed.
     bool projectParts = false;
     bool nonPrintableParts = false;
+    // The build items to read and where (see ModelFileStlBase::SetItemSelection);
+    // every item as the file places it when empty.
+    Format_3MF::ModelFileStlBase::ItemSelection selectItems;
     // May be empty.
     std::shared_ptr<OndSDK::Common::IProgressDelegate> progress;
 };

@@ -4,11 +4,13 @@
 // meshes with transformations applied.
 
 #include "common/OndExport.h"
+#include "format3mf/ModelFileStlBase.h"
 #include "format3mf/PartRole.h"
 
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 class MStlBase;
@@ -54,6 +56,11 @@ public:
     // (negative volumes, modifiers, support blockers and enforcers).
     void SetReadProjectParts(bool value) { m_readProjectParts = value; }
     void SetImportNonPrintableParts(bool value) { m_importNonPrintableParts = value; }
+    // The build items to read, as ModelFileStlBase::SetItemSelection takes them.
+    void SetItemSelection(Format_3MF::ModelFileStlBase::ItemSelection selection)
+    {
+        m_selectItems = std::move(selection);
+    }
 
     // The progress delegate may be empty. Exceptions other than those of a
     // bad file (file system errors, a malformed colour as a bare int, a part
@@ -84,6 +91,7 @@ private:
     bool m_importTextures = true;
     bool m_readProjectParts = false;
     bool m_importNonPrintableParts = false;
+    Format_3MF::ModelFileStlBase::ItemSelection m_selectItems;
     std::vector<std::wstring> m_errors;
     std::vector<std::wstring> m_warnings;
     std::vector<Format_3MF::PartRole> m_roles;

@@ -8,8 +8,11 @@
 #include "format3mf/ModelFile.h"
 #include "format3mf/PartRole.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 class MStlBase;
@@ -55,6 +58,11 @@ public:
     // paint can't be used is read as without the option, with a warning.
     void SetReadProjectParts(bool value) { m_readProjectParts = value; }
     bool GetReadProjectParts() const { return m_readProjectParts; }
+    // Decides, for each build item of the root model before its meshes are
+    // made, whether it is read (by its place in the build, from 0); it may
+    // move the item. Every item is read when none is set.
+    using ItemSelection = std::function<bool(std::size_t index, Build::Item& item)>;
+    void SetItemSelection(ItemSelection selection) { m_selectItems = std::move(selection); }
     // The role of a mesh that reading made; Printable for any other index.
     PartRole GetStlRole(std::uint64_t index) const
     {
@@ -80,6 +88,7 @@ private:
     std::vector<MStlBase*> m_stls;
     std::vector<PartRole> m_roles;
     bool m_readProjectParts = false;
+    ItemSelection m_selectItems;
     // The project's settings, read by the root model with the option; the
     // meshes it reads refer to its filament colours.
     std::unique_ptr<format3mf::project::ProjectConfig> m_project;

@@ -221,8 +221,10 @@ public:
     // as it was.
     void Save(std::filesystem::path const& path) const;
 
-private:
+    // What an open project holds; known inside the library alone.
     struct State;
+
+private:
     explicit Project(std::unique_ptr<State> state);
     std::unique_ptr<State> m_state;
 };

@@ -80,6 +80,7 @@ ImportResult ImportFile(std::filesystem::path const& path, ImportSettings const&
         importer.SetImportTextures(settings.textures);
         importer.SetReadProjectParts(settings.projectParts);
         importer.SetImportNonPrintableParts(settings.nonPrintableParts);
+        importer.SetItemSelection(settings.selectItems);
         try
         {
             result.status = importer.Operate(settings.progress);

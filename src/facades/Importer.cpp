@@ -40,6 +40,7 @@ Importer::ErrorStatus Importer::Operate(std::shared_ptr<OndSDK::Common::IProgres
 {
     Format_3MF::ModelFileStlBase model;
     model.SetReadProjectParts(m_readProjectParts);
+    model.SetItemSelection(m_selectItems);
     Format_3MF::PackageReadOptions options;
     options.IsSkipTextures = !m_importTextures;
     Format_3MF::Package package(&model);

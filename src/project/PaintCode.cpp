@@ -157,4 +157,18 @@ std::string PaintDecoder::Decode(std::string_view code, PaintSubdivision& out)
     }
     return {};
 }
+
+std::string WholeTrianglePaint(unsigned state)
+{
+    static char const kDigits[] = "0123456789ABCDEF";
+    if (state == 0 || state > 18)
+    {
+        return {};
+    }
+    if (state < 3)
+    {
+        return std::string(1, kDigits[state << 2]);
+    }
+    return std::string{kDigits[state - 3], 'C'};
+}
 } // namespace format3mf::project

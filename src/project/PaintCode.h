@@ -39,6 +39,11 @@ constexpr std::size_t kMaxPaintDepth = 20;
 // thousand digits; a string far longer is not paint.
 constexpr std::size_t kMaxPaintDigits = std::size_t(1) << 16;
 
+// The paint code of a whole triangle in one state (from 1, a filament), as
+// the slicers write it: "4" and "8" for states 1 and 2, then the state less 3
+// and "C". Empty for states beyond what a code can hold (above 18).
+std::string WholeTrianglePaint(unsigned state);
+
 // Decodes paint strings, keeping its buffers from one string to the next.
 class PaintDecoder
 {

@@ -30,6 +30,10 @@ struct PartConfig
     PartRole role = PartRole::Printable;
     // 0: the object's.
     int extruder = 0;
+    // Where the part sits in its object, as the settings give it: sixteen
+    // numbers, row by row, the translation in the last column. Empty where
+    // they give none.
+    std::string matrix;
 };
 
 struct ObjectConfig

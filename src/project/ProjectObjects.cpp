@@ -169,6 +169,10 @@ std::string ReadObjects(std::string const& text, ProjectConfig& config, std::str
             PartConfig part;
             std::wstring const what = readPart(child, object, part);
             part.name = Name(child);
+            if (std::string const* const matrix = child.Metadata("matrix"))
+            {
+                part.matrix = *matrix;
+            }
             part.extruder = Extruder(child, what, object.problem);
             object.parts.push_back(std::move(part));
         }

@@ -112,6 +112,19 @@ void ModelFileStlBase::_OnStopReading(PackageReadContext* context)
     {
         return;
     }
+    if (m_selectItems)
+    {
+        std::vector<Build::Item>& items = GetBuild().m_items;
+        std::vector<Build::Item> kept;
+        for (std::size_t i = 0; i < items.size(); ++i)
+        {
+            if (m_selectItems(i, items[i]))
+            {
+                kept.push_back(std::move(items[i]));
+            }
+        }
+        items = std::move(kept);
+    }
     // The meshes come whole or not at all, so that a failure leaves nothing
     // behind.
     format3mf::project::ProjectMeshes made;
