@@ -256,10 +256,10 @@ Edit ParseEdit(std::string const& option, std::string const& value, bool quiet, 
             return [key, rest](Project& project) { project.SetMetadata(key, rest); };
         }
         // A JSON list of strings is a list setting's values.
-        nlohmann::json const list = nlohmann::json::parse(rest, nullptr, false);
+        nlohmann::ordered_json const list = nlohmann::ordered_json::parse(rest, nullptr, false);
         if (list.is_array() && !list.empty() &&
             std::all_of(list.begin(), list.end(),
-                        [](nlohmann::json const& item) { return item.is_string(); }))
+                        [](nlohmann::ordered_json const& item) { return item.is_string(); }))
         {
             std::vector<std::string> const values = list.get<std::vector<std::string>>();
             return [key, values](Project& project) { project.SetSetting(key, values); };
@@ -317,17 +317,17 @@ std::string ColourOf(Project const& project, int extruder)
 // from it, so that both say the same. Extruders are those the parts print
 // with: a part without its own takes its object's, an object without one
 // the first.
-nlohmann::json Describe(std::string const& file, Project const& project)
+nlohmann::ordered_json Describe(std::string const& file, Project const& project)
 {
-    nlohmann::json metadata = nlohmann::json::object();
+    nlohmann::ordered_json metadata = nlohmann::ordered_json::object();
     for (auto const& [key, value] : project.Metadata())
     {
         metadata[key] = value;
     }
-    nlohmann::json plates = nlohmann::json::array();
+    nlohmann::ordered_json plates = nlohmann::ordered_json::array();
     for (ProjectPlate const& plate : project.Plates())
     {
-        nlohmann::json items = nlohmann::json::array();
+        nlohmann::ordered_json items = nlohmann::ordered_json::array();
         for (ProjectPlacement const& item : plate.items)
         {
             items.push_back({{"object", item.objectId}, {"transform", item.transform}});
@@ -338,7 +338,7 @@ nlohmann::json Describe(std::string const& file, Project const& project)
                           {"thumbnail", plate.thumbnail},
                           {"gcode", plate.gcode}});
     }
-    nlohmann::json filaments = nlohmann::json::array();
+    nlohmann::ordered_json filaments = nlohmann::ordered_json::array();
     for (ProjectFilament const& filament : project.Filaments())
     {
         filaments.push_back({{"index", filament.index},
@@ -346,11 +346,11 @@ nlohmann::json Describe(std::string const& file, Project const& project)
                              {"type", filament.type},
                              {"preset", filament.preset}});
     }
-    nlohmann::json objects = nlohmann::json::array();
+    nlohmann::ordered_json objects = nlohmann::ordered_json::array();
     for (ProjectObject const& object : project.Objects())
     {
         int const extruder = object.extruder > 0 ? object.extruder : 1;
-        nlohmann::json parts = nlohmann::json::array();
+        nlohmann::ordered_json parts = nlohmann::ordered_json::array();
         for (ProjectPart const& part : object.parts)
         {
             int const partExtruder = part.extruder > 0 ? part.extruder : extruder;
@@ -367,7 +367,7 @@ nlohmann::json Describe(std::string const& file, Project const& project)
                            {"colour", ColourOf(project, extruder)},
                            {"parts", parts}});
     }
-    nlohmann::json entries = nlohmann::json::array();
+    nlohmann::ordered_json entries = nlohmann::ordered_json::array();
     for (ProjectEntry const& entry : project.Entries())
     {
         entries.push_back({{"name", entry.name},
@@ -387,12 +387,12 @@ nlohmann::json Describe(std::string const& file, Project const& project)
             {"warnings", project.Warnings()}};
 }
 
-std::string Text(nlohmann::json const& value)
+std::string Text(nlohmann::ordered_json const& value)
 {
     return value.get<std::string>();
 }
 
-void PrintReadable(nlohmann::json const& d)
+void PrintReadable(nlohmann::ordered_json const& d)
 {
     std::printf("%s: %s project, application \"%s\"\n", Text(d["file"]).c_str(), Text(d["dialect"]).c_str(),
                 Text(d["application"]).c_str());
@@ -400,10 +400,10 @@ void PrintReadable(nlohmann::json const& d)
     {
         std::printf("  metadata %s: %s\n", key.c_str(), Text(value).c_str());
     }
-    for (nlohmann::json const& plate : d["plates"])
+    for (nlohmann::ordered_json const& plate : d["plates"])
     {
         std::string objects;
-        for (nlohmann::json const& item : plate["items"])
+        for (nlohmann::ordered_json const& item : plate["items"])
         {
             objects += (objects.empty() ? " " : ", ") + item["object"].dump();
         }
@@ -418,29 +418,29 @@ void PrintReadable(nlohmann::json const& d)
         }
         std::printf("\n");
     }
-    for (nlohmann::json const& filament : d["filaments"])
+    for (nlohmann::ordered_json const& filament : d["filaments"])
     {
         std::printf("  filament %d: %s %s, preset \"%s\"\n", filament["index"].get<int>(),
                     Text(filament["colour"]).c_str(), Text(filament["type"]).c_str(),
                     Text(filament["preset"]).c_str());
     }
-    for (nlohmann::json const& object : d["objects"])
+    for (nlohmann::ordered_json const& object : d["objects"])
     {
         std::printf("  object %d \"%s\": extruder %d, %s\n", object["id"].get<int>(),
                     Text(object["name"]).c_str(), object["extruder"].get<int>(),
                     Text(object["colour"]).c_str());
-        for (nlohmann::json const& part : object["parts"])
+        for (nlohmann::ordered_json const& part : object["parts"])
         {
             std::printf("    part %d \"%s\": %s, extruder %d, %s\n", part["id"].get<int>(),
                         Text(part["name"]).c_str(), Text(part["role"]).c_str(), part["extruder"].get<int>(),
                         Text(part["colour"]).c_str());
         }
     }
-    for (nlohmann::json const& thumbnail : d["thumbnails"])
+    for (nlohmann::ordered_json const& thumbnail : d["thumbnails"])
     {
         std::printf("  thumbnail %s\n", Text(thumbnail).c_str());
     }
-    for (nlohmann::json const& entry : d["entries"])
+    for (nlohmann::ordered_json const& entry : d["entries"])
     {
         std::printf("  entry %s: %s bytes, %s stored\n", Text(entry["name"]).c_str(),
                     entry["size"].dump().c_str(), entry["compressed_size"].dump().c_str());
@@ -460,13 +460,14 @@ std::unique_ptr<Project> OpenProject(std::string const& file, bool quiet)
 int Show(Arguments const& arguments)
 {
     std::string const& file = arguments.files[0];
-    nlohmann::json const description = Describe(file, *OpenProject(file, arguments.quiet));
+    nlohmann::ordered_json const description = Describe(file, *OpenProject(file, arguments.quiet));
     if (arguments.json)
     {
         // Names and values need not be UTF-8, and JSON must be: such bytes
         // become U+FFFD.
-        std::printf("%s\n",
-                    description.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+        std::printf(
+            "%s\n",
+            description.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
     }
     else
     {
@@ -514,14 +515,21 @@ int Thumbnail(Arguments const& arguments)
 {
     std::string const& file = arguments.files[0];
     std::unique_ptr<Project> const project = OpenProject(file, arguments.quiet);
+    std::vector<ProjectPlate> const& plates = project->Plates();
+    if (arguments.plate > 0 &&
+        std::none_of(plates.begin(), plates.end(),
+                     [&arguments](ProjectPlate const& plate) { return plate.id == arguments.plate; }))
+    {
+        std::fprintf(stderr, "%s: %s has no plate %d; its plates count from 1 to %zu\n", kProgram,
+                     file.c_str(), arguments.plate, plates.size());
+        return 1;
+    }
     std::optional<std::string> const png = project->Thumbnail(arguments.plate);
     if (!png)
     {
-        std::string const which = arguments.plate == 0
-                                      ? std::string("no thumbnail")
-                                      : "no image of plate " + std::to_string(arguments.plate);
-        std::fprintf(stderr, "%s: %s has %s (plates: %zu)\n", kProgram, file.c_str(), which.c_str(),
-                     project->Plates().size());
+        std::fprintf(stderr, "%s: %s has no %s\n", kProgram, file.c_str(),
+                     arguments.plate == 0 ? "thumbnail"
+                                          : ("image of plate " + std::to_string(arguments.plate)).c_str());
         return 1;
     }
     WriteBytes(arguments.files[1], *png);
