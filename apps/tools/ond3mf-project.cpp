@@ -2,18 +2,13 @@
 // ond3mf-project show, edit and thumbnail, through format3mf::Project. Exits
 // 0 when done, 1 when reading, editing or writing failed, 2 on a bad argument.
 
+#include "MeshFileObjects.h"
+#include "ProjectDescription.h"
 #include "ToolCommon.h"
 
-#ifdef OND3MF_MESH_FORMATS
-#include "MeshFormats.h"
-#endif
-
-#include "format3mf/ImportFile.h"
 #include "format3mf/Project.h"
 
-#include "common/MInternalUnits.h"
 #include "common/SafeFileWrite.h"
-#include "triangles/MStlBase.h"
 
 #include <nlohmann/json.hpp>
 
@@ -24,11 +19,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -74,12 +67,6 @@ char const kUsage[] =
 // clang-format on
 
 char const kProgram[] = "ond3mf-project";
-
-// Something the edits or the save could not do; the message names it.
-struct Failure : std::runtime_error
-{
-    using std::runtime_error::runtime_error;
-};
 
 using Edit = std::function<void(Project&)>;
 
@@ -127,80 +114,6 @@ bool IsColour(std::string const& text)
 {
     return text.size() == 7 && text[0] == '#' &&
            text.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string::npos;
-}
-
-// The meshes of a file in millimetres, each with its name: those of a 3MF
-// file's build items, or the one mesh of another format.
-struct MeshesOfFile
-{
-    std::vector<std::unique_ptr<MStlBase>> meshes;
-    std::vector<std::string> names;
-};
-
-MeshesOfFile ReadMeshes(std::string const& path, bool quiet)
-{
-    MeshesOfFile read;
-    std::string const stem = std::filesystem::path(path).stem().string();
-#ifdef OND3MF_MESH_FORMATS
-    meshformats::Format format = meshformats::Format::ThreeMF;
-    meshformats::FormatOfPath(path, format);
-    if (format != meshformats::Format::ThreeMF)
-    {
-        meshformats::ReadResult result = meshformats::ReadMeshFile(path, format, meshformats::ReadOptions{});
-        for (std::string const& note : result.notes)
-        {
-            if (!quiet)
-            {
-                std::fprintf(stderr, "%s: %s\n", kProgram, note.c_str());
-            }
-        }
-        read.meshes.push_back(std::move(result.mesh.mesh));
-        read.names.push_back(stem);
-        return read;
-    }
-#endif
-    import::ImportResult result = import::ImportFile(path);
-    if (!quiet)
-    {
-        PrintMessages(path, "warning", result.warnings);
-    }
-    if (result.status != import::Importer::Success)
-    {
-        throw Failure("cannot read " + path + (result.errors.empty() ? "" : ": " + result.errors.front()));
-    }
-    for (std::size_t i = 0; i < result.parts.size(); ++i)
-    {
-        read.names.push_back(!result.parts[i].name.empty() ? result.parts[i].name
-                             : result.parts.size() == 1    ? stem
-                                                           : stem + " " + std::to_string(i + 1));
-        read.meshes.push_back(std::move(result.parts[i].mesh));
-    }
-    if (read.meshes.empty())
-    {
-        throw Failure(path + " holds no mesh to add");
-    }
-    return read;
-}
-
-ProjectMeshInput MeshInput(MStlBase const& mesh, std::string const& name, int extruder)
-{
-    ProjectMeshInput input;
-    input.name = name;
-    input.extruder = extruder;
-    double const unit = OndSDK::Common::MInternalUnits::Get();
-    input.vertices.reserve(3 * mesh.GetNumberOfPoints());
-    for (auto point = mesh.BeginPoint(), end = mesh.EndPoint(); point != end; ++point)
-    {
-        input.vertices.insert(input.vertices.end(),
-                              {point->GetX() / unit, point->GetY() / unit, point->GetZ() / unit});
-    }
-    input.triangles.reserve(3 * mesh.GetNumberOfTriangles());
-    for (auto triangle = mesh.BeginTriangle(), end = mesh.EndTriangle(); triangle != end; ++triangle)
-    {
-        input.triangles.insert(input.triangles.end(), {triangle->GetPointIndex(0), triangle->GetPointIndex(1),
-                                                       triangle->GetPointIndex(2)});
-    }
-    return input;
 }
 
 // The edit an option asks for, or an empty one with `message` saying why the
@@ -292,159 +205,17 @@ Edit ParseEdit(std::string const& option, std::string const& value, bool quiet, 
     }
     return [path, extruder, quiet](Project& project)
     {
-        MeshesOfFile const read = ReadMeshes(path, quiet);
-        for (std::size_t i = 0; i < read.meshes.size(); ++i)
+        std::vector<std::string> notes;
+        std::vector<ProjectMeshInput> const objects = ObjectsOfMeshFile(path, extruder, notes);
+        if (!quiet)
         {
-            project.AddObject(MeshInput(*read.meshes[i], read.names[i], extruder));
+            PrintMessages(path, "note", notes);
+        }
+        for (ProjectMeshInput const& object : objects)
+        {
+            project.AddObject(object);
         }
     };
-}
-
-// The colour of the filament an extruder prints with: the first filament's
-// for one beyond the list, as the slicers print it; "none" without a list.
-std::string ColourOf(Project const& project, int extruder)
-{
-    std::vector<ProjectFilament> const& filaments = project.Filaments();
-    if (filaments.empty())
-    {
-        return "none";
-    }
-    bool const listed = extruder >= 1 && static_cast<std::size_t>(extruder) <= filaments.size();
-    return filaments[listed ? extruder - 1 : 0].colour;
-}
-
-// Everything show tells, as one JSON object; the readable form is printed
-// from it, so that both say the same. Extruders are those the parts print
-// with: a part without its own takes its object's, an object without one
-// the first.
-nlohmann::ordered_json Describe(std::string const& file, Project const& project)
-{
-    nlohmann::ordered_json metadata = nlohmann::ordered_json::object();
-    for (auto const& [key, value] : project.Metadata())
-    {
-        metadata[key] = value;
-    }
-    nlohmann::ordered_json plates = nlohmann::ordered_json::array();
-    for (ProjectPlate const& plate : project.Plates())
-    {
-        nlohmann::ordered_json items = nlohmann::ordered_json::array();
-        for (ProjectPlacement const& item : plate.items)
-        {
-            items.push_back({{"object", item.objectId}, {"transform", item.transform}});
-        }
-        plates.push_back({{"id", plate.id},
-                          {"name", plate.name},
-                          {"items", items},
-                          {"thumbnail", plate.thumbnail},
-                          {"gcode", plate.gcode}});
-    }
-    nlohmann::ordered_json filaments = nlohmann::ordered_json::array();
-    for (ProjectFilament const& filament : project.Filaments())
-    {
-        filaments.push_back({{"index", filament.index},
-                             {"colour", filament.colour},
-                             {"type", filament.type},
-                             {"preset", filament.preset}});
-    }
-    nlohmann::ordered_json objects = nlohmann::ordered_json::array();
-    for (ProjectObject const& object : project.Objects())
-    {
-        int const extruder = object.extruder > 0 ? object.extruder : 1;
-        nlohmann::ordered_json parts = nlohmann::ordered_json::array();
-        for (ProjectPart const& part : object.parts)
-        {
-            int const partExtruder = part.extruder > 0 ? part.extruder : extruder;
-            parts.push_back({{"id", part.id},
-                             {"name", part.name},
-                             {"role", Format_3MF::PartRoleName(part.role)},
-                             {"extruder", partExtruder},
-                             {"colour", ColourOf(project, partExtruder)},
-                             {"matrix", part.matrix}});
-        }
-        objects.push_back({{"id", object.id},
-                           {"name", object.name},
-                           {"extruder", extruder},
-                           {"colour", ColourOf(project, extruder)},
-                           {"parts", parts}});
-    }
-    nlohmann::ordered_json entries = nlohmann::ordered_json::array();
-    for (ProjectEntry const& entry : project.Entries())
-    {
-        entries.push_back({{"name", entry.name},
-                           {"size", entry.size},
-                           {"compressed_size", entry.compressedSize},
-                           {"crc", entry.crc}});
-    }
-    return {{"file", file},
-            {"dialect", DialectName(project.Dialect())},
-            {"application", project.Application()},
-            {"metadata", metadata},
-            {"plates", plates},
-            {"filaments", filaments},
-            {"objects", objects},
-            {"thumbnails", project.ThumbnailEntries()},
-            {"entries", entries},
-            {"warnings", project.Warnings()}};
-}
-
-std::string Text(nlohmann::ordered_json const& value)
-{
-    return value.get<std::string>();
-}
-
-void PrintReadable(nlohmann::ordered_json const& d)
-{
-    std::printf("%s: %s project, application \"%s\"\n", Text(d["file"]).c_str(), Text(d["dialect"]).c_str(),
-                Text(d["application"]).c_str());
-    for (auto const& [key, value] : d["metadata"].items())
-    {
-        std::printf("  metadata %s: %s\n", key.c_str(), Text(value).c_str());
-    }
-    for (nlohmann::ordered_json const& plate : d["plates"])
-    {
-        std::string objects;
-        for (nlohmann::ordered_json const& item : plate["items"])
-        {
-            objects += (objects.empty() ? " " : ", ") + item["object"].dump();
-        }
-        std::printf("  plate %d \"%s\": objects%s", plate["id"].get<int>(), Text(plate["name"]).c_str(),
-                    objects.empty() ? " none" : objects.c_str());
-        for (char const* entry : {"thumbnail", "gcode"})
-        {
-            if (!plate[entry].get<std::string>().empty())
-            {
-                std::printf("; %s %s", entry, Text(plate[entry]).c_str());
-            }
-        }
-        std::printf("\n");
-    }
-    for (nlohmann::ordered_json const& filament : d["filaments"])
-    {
-        std::printf("  filament %d: %s %s, preset \"%s\"\n", filament["index"].get<int>(),
-                    Text(filament["colour"]).c_str(), Text(filament["type"]).c_str(),
-                    Text(filament["preset"]).c_str());
-    }
-    for (nlohmann::ordered_json const& object : d["objects"])
-    {
-        std::printf("  object %d \"%s\": extruder %d, %s\n", object["id"].get<int>(),
-                    Text(object["name"]).c_str(), object["extruder"].get<int>(),
-                    Text(object["colour"]).c_str());
-        for (nlohmann::ordered_json const& part : object["parts"])
-        {
-            std::printf("    part %d \"%s\": %s, extruder %d, %s\n", part["id"].get<int>(),
-                        Text(part["name"]).c_str(), Text(part["role"]).c_str(), part["extruder"].get<int>(),
-                        Text(part["colour"]).c_str());
-        }
-    }
-    for (nlohmann::ordered_json const& thumbnail : d["thumbnails"])
-    {
-        std::printf("  thumbnail %s\n", Text(thumbnail).c_str());
-    }
-    for (nlohmann::ordered_json const& entry : d["entries"])
-    {
-        std::printf("  entry %s: %s bytes, %s stored\n", Text(entry["name"]).c_str(),
-                    entry["size"].dump().c_str(), entry["compressed_size"].dump().c_str());
-    }
 }
 
 std::unique_ptr<Project> OpenProject(std::string const& file, bool quiet)
