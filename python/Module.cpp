@@ -3,6 +3,8 @@
 // here once; the GIL is released around the library's work.
 #include "MeshArrays.h"
 #include "MeshSummary.h"
+#include "ModuleErrors.h"
+#include "ProjectBindings.h"
 
 #include "format3mf/ImportFile.h"
 #include "format3mf/Version.h"
@@ -88,6 +90,7 @@ private:
     std::unique_ptr<py::error_already_set> m_error;
     double m_next = 0.0;
 };
+} // namespace
 
 // A path as the file system's bytes: os.fsencode takes str, bytes and
 // os.PathLike, and gives a name that is not UTF-8 as it is.
@@ -111,6 +114,8 @@ py::object FileNameOf(py::object const& path)
 py::object g_error;
 py::object g_fileError;
 py::object g_warning;
+namespace
+{
 // Each subclass of OSError paired with the subclass of FileError that is it
 // too; FileError holds those.
 std::vector<std::pair<py::handle, py::handle>> g_fileErrorKinds;
@@ -136,6 +141,7 @@ void AddFileErrorKinds()
         g_fileErrorKinds.emplace_back(base, type);
     }
 }
+} // namespace
 
 [[noreturn]] void RaiseError(std::string const& message)
 {
@@ -205,6 +211,8 @@ void CheckReadable(std::string const& name, py::object const& path)
     }
 }
 
+namespace
+{
 import::ImportResult Import(py::object const& path, bool textures, bool asOne,
                             py::object progress){std::string const name = PathOf(path);
 CheckReadable(name, path);
@@ -411,4 +419,5 @@ PYBIND11_MODULE(ond3mf, module)
                "The figures ond3mf-info prints, as a dict per mesh with the keys of its --json: name,\n"
                "vertices, triangles, box (min and max, millimetres), coloured_triangles,\n"
                "textured_triangles, textures, beams.");
+    AddProjectBindings(module);
 }

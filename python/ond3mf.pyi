@@ -66,3 +66,90 @@ def info(path: _Path) -> List[Dict[str, Any]]:
     --json: name, vertices, triangles, box ({"min": [x, y, z], "max": [x, y,
     z]}, millimetres), coloured_triangles, textured_triangles, textures,
     beams."""
+
+# Slicer projects: opened, looked at, edited and saved.
+
+class Project:
+    """A slicer's project open to be looked at and edited. Listing it reads
+    no mesh; an edit that can't apply raises ValueError naming what it names
+    and changes nothing; save() copies every entry no edit touched as it was
+    stored."""
+
+    class Filament:
+        index: int  # from 1
+        colour: str  # "#RRGGBB"
+        type: str  # "PLA", ...; "" where none is given
+        preset: str  # "" where none is given
+
+    class Part:
+        id: int
+        name: str
+        role: str  # "printable", "negative", "modifier", "support_blocker", "support_enforcer"
+        extruder: int  # 0: the object's
+
+    class Object:
+        id: int
+        name: str
+        extruder: int  # 0 where none is given
+        parts: List[Project.Part]
+
+    class Item:
+        object_id: int
+        # float64 4 x 4, M @ [x, y, z, 1] is the placed point, relative to
+        # the plate's corner: the 3MF transform's 4 x 3 matrix transposed.
+        transform: npt.NDArray[np.float64]
+
+    class Plate:
+        id: int  # from 1
+        name: str
+        items: List[Project.Item]
+
+    @staticmethod
+    def open(path: _Path) -> Project:
+        """Opens a project; broken settings are ond3mf.Warning."""
+    @property
+    def dialect(self) -> str:
+        """Who wrote it: "bambu", "orca", "qidi", "creality", "prusa" or "plain"."""
+    @property
+    def application(self) -> str: ...
+    @property
+    def metadata(self) -> Dict[str, str]: ...
+    @property
+    def filaments(self) -> List[Project.Filament]: ...
+    @property
+    def objects(self) -> List[Project.Object]: ...
+    @property
+    def plates(self) -> List[Project.Plate]: ...
+    @property
+    def settings(self) -> Dict[str, Any]: ...
+    @property
+    def entries(self) -> List[str]: ...
+    def thumbnail(self, plate: Optional[int] = None) -> Optional[bytes]:
+        """PNG bytes of the plate's thumbnail, or of the package's."""
+    def meshes(self, plate: Optional[int] = None, object: Optional[int] = None,
+               non_printable: bool = False) -> List[Mesh]:
+        """The parts' meshes as the project stands, plate-relative with a plate."""
+    def read_entry(self, name: str) -> bytes: ...
+    def write_entry(self, name: str, data: bytes) -> None: ...
+    def remove_entry(self, name: str) -> None: ...
+    def set_filament(self, index: int, colour: Optional[str] = None, type: Optional[str] = None) -> None: ...
+    def add_filament(self, colour: str, type: Optional[str] = None, like: int = 1) -> int: ...
+    def set_extruder(self, object_id: int, extruder: int, part_id: Optional[int] = None) -> None: ...
+    def rename(self, object_id: int, name: str) -> None: ...
+    def set_metadata(self, key: str, value: str) -> None: ...
+    def set_setting(self, key: str, value: Union[str, Iterable[str]]) -> None: ...
+    def set_thumbnail(self, png: bytes, plate: Optional[int] = None) -> None: ...
+    def remove_object(self, object_id: int) -> None: ...
+    def add_object(
+        self,
+        vertices: npt.ArrayLike,
+        triangles: npt.ArrayLike,
+        name: str,
+        extruder: int = 1,
+        triangle_filaments: Optional[npt.ArrayLike] = None,
+        plate: int = 1,
+        position: Optional[Tuple[float, float]] = None,
+    ) -> int:
+        """Adds a mesh as an object of its own; returns its id."""
+    def save(self, path: _Path) -> None:
+        """Writes the project; a failed save leaves the target as it was."""

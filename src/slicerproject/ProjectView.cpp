@@ -69,8 +69,9 @@ bool ParseInt(std::string const* text, int& value)
 std::string ColourText(std::uint32_t rgb)
 {
     char text[8];
-    std::snprintf(text, sizeof text, "#%02X%02X%02X", unsigned(rgb >> 16) & 0xFF, unsigned(rgb >> 8) & 0xFF,
-                  unsigned(rgb) & 0xFF);
+    // Packed as MStlColor packs it: red in the low byte.
+    std::snprintf(text, sizeof text, "#%02X%02X%02X", unsigned(rgb) & 0xFF, unsigned(rgb >> 8) & 0xFF,
+                  unsigned(rgb >> 16) & 0xFF);
     return text;
 }
 
