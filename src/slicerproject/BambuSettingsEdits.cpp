@@ -33,8 +33,8 @@ std::string const kUnknownFlush = "280";
 bool PerFilament(std::string_view key)
 {
     static constexpr std::string_view kPrefixes[] = {
-        "filament_",     "nozzle_temperature", "fan_",           "slow_down_",  "adaptive_pressure_advance",
-        "counter_coef_", "counter_limit_",     "hole_coef_",     "hole_limit_",
+        "filament_",     "nozzle_temperature", "fan_",       "slow_down_",  "adaptive_pressure_advance",
+        "counter_coef_", "counter_limit_",     "hole_coef_", "hole_limit_",
     };
     // Bed temperatures of each plate type, fan speeds of each feature.
     static constexpr std::string_view kInfixes[] = {"_plate_temp", "_fan_speed"};
@@ -171,7 +171,7 @@ void SetFilamentValues(Json& settings, int index, std::optional<std::string> con
 {
     Json& colours = Colours(settings);
     std::size_t const count = colours.size();
-    CheckFilament(index, count, "Filament");
+    CheckFilament(index, count);
     std::size_t const at = std::size_t(index) - 1;
     if (type.has_value())
     {
@@ -191,8 +191,8 @@ void SetFilamentValues(Json& settings, int index, std::optional<std::string> con
     {
         std::string const checked = FilamentColour(*colour);
         auto const multi = settings.find("filament_multi_colour");
-        if (multi != settings.end() && multi->is_array() && multi->size() == count && (*multi)[at].is_string() &&
-            colours[at].is_string() &&
+        if (multi != settings.end() && multi->is_array() && multi->size() == count &&
+            (*multi)[at].is_string() && colours[at].is_string() &&
             SameColour((*multi)[at].get<std::string>(), colours[at].get<std::string>()))
         {
             (*multi)[at] = checked;
@@ -222,7 +222,7 @@ std::string AddBambuFilament(std::string const& json, std::string const& colour,
 {
     Json settings = Parse(json);
     std::size_t const count = Colours(settings).size();
-    CheckFilament(like, count, "The filament to copy,");
+    CheckFilament(like, count, "the one to copy");
     FilamentColour(colour);
     std::size_t const from = std::size_t(like) - 1;
     for (auto entry = settings.begin(); entry != settings.end(); ++entry)

@@ -10,12 +10,13 @@
 
 namespace format3mf::slicerproject
 {
-void CheckFilament(int index, std::size_t count, char const* what)
+void CheckFilament(int index, std::size_t count, char const* role)
 {
     if (index < 1 || std::size_t(index) > count)
     {
-        throw ProjectError(std::string(what) + " " + std::to_string(index) + " is not one of the project's " +
-                           std::to_string(count) + " filaments (they count from 1)");
+        throw ProjectError(
+            "Filament " + std::to_string(index) + (role == nullptr ? "" : std::string(", ") + role + ",") +
+            " is not one of the project's " + std::to_string(count) + " filaments (they count from 1)");
     }
 }
 

@@ -10,9 +10,8 @@
 namespace format3mf::slicerproject
 {
 // Throws ProjectError unless `index` is one of `count` filaments, counted
-// from 1; `what` names the filament in the message ("Filament", "The
-// filament to copy").
-void CheckFilament(int index, std::size_t count, char const* what);
+// from 1; `role`, when given, says what the filament was named for.
+void CheckFilament(int index, std::size_t count, char const* role = nullptr);
 
 // "#RRGGBB" in upper case, as the slicers write it; throws ProjectError
 // naming `colour` for any other text.

@@ -56,9 +56,11 @@ ConfigElement& Object(ConfigElement& config, int objectId)
 // family's hold parts.
 bool PrusaObject(ConfigElement const& object)
 {
-    return std::any_of(object.children.begin(), object.children.end(), [](ConfigElement const& child) {
-        return child.name == "volume" || (child.name == "metadata" && child.Attribute("type") != nullptr);
-    });
+    return std::any_of(object.children.begin(), object.children.end(),
+                       [](ConfigElement const& child) {
+                           return child.name == "volume" ||
+                                  (child.name == "metadata" && child.Attribute("type") != nullptr);
+                       });
 }
 
 ConfigElement& Part(ConfigElement& object, int objectId, int partId)
@@ -220,7 +222,8 @@ void RemoveObjectSettings(ConfigElement& config, int objectId)
 {
     ConfigElement& object = Object(config, objectId);
     config.children.erase(config.children.begin() + (&object - config.children.data()));
-    auto const erase = [](ConfigElement& parent, auto const& names) {
+    auto const erase = [](ConfigElement& parent, auto const& names)
+    {
         parent.children.erase(std::remove_if(parent.children.begin(), parent.children.end(), names),
                               parent.children.end());
     };
@@ -228,15 +231,16 @@ void RemoveObjectSettings(ConfigElement& config, int objectId)
     {
         if (child.name == "plate")
         {
-            erase(child, [&](ConfigElement const& instance) {
-                return instance.name == "model_instance" && IsNumber(instance.Metadata("object_id"), objectId);
-            });
+            erase(child,
+                  [&](ConfigElement const& instance) {
+                      return instance.name == "model_instance" &&
+                             IsNumber(instance.Metadata("object_id"), objectId);
+                  });
         }
         else if (child.name == "assemble")
         {
-            erase(child, [&](ConfigElement const& item) {
-                return item.name == "assemble_item" && HasNumber(item, "object_id", objectId);
-            });
+            erase(child, [&](ConfigElement const& item)
+                  { return item.name == "assemble_item" && HasNumber(item, "object_id", objectId); });
         }
     }
 }

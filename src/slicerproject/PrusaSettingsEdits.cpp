@@ -267,7 +267,8 @@ std::size_t FilamentCount(std::vector<Line>& lines)
 
 std::string Unquoted(std::string const& item)
 {
-    return item.size() >= 2 && item.front() == '"' && item.back() == '"' ? item.substr(1, item.size() - 2) : item;
+    return item.size() >= 2 && item.front() == '"' && item.back() == '"' ? item.substr(1, item.size() - 2)
+                                                                         : item;
 }
 
 // Filament `index`'s colour (checked) and type. A set "extruder_colour"
@@ -279,12 +280,13 @@ void SetFilamentValues(std::vector<Line>& lines, int index, std::optional<std::s
     Line& colours = ColourLine(lines);
     std::vector<std::string> colourItems = Split(colours.Value(), ';');
     std::size_t const count = colourItems.size();
-    CheckFilament(index, count, "Filament");
+    CheckFilament(index, count);
     std::size_t const at = std::size_t(index) - 1;
     if (type.has_value())
     {
         Line* const types = Find(lines, "filament_type");
-        std::vector<std::string> typeItems = types == nullptr ? std::vector<std::string>() : Split(types->Value(), ';');
+        std::vector<std::string> typeItems =
+            types == nullptr ? std::vector<std::string>() : Split(types->Value(), ';');
         if (typeItems.size() != count)
         {
             throw ProjectError(kEntry + " has no setting \"filament_type\" of " + std::to_string(count) +
@@ -334,7 +336,7 @@ std::string AddPrusaFilament(std::string const& text, std::string const& colour,
 {
     std::vector<Line> lines = Lines(text);
     std::size_t const count = FilamentCount(lines);
-    CheckFilament(like, count, "The filament to copy,");
+    CheckFilament(like, count, "the one to copy");
     FilamentColour(colour);
     std::size_t const from = std::size_t(like) - 1;
     for (Line& line : lines)
@@ -381,7 +383,9 @@ std::string SetPrusaSetting(std::string const& text, std::string const& key, std
 {
     if (key.empty() || key.find_first_of("= \t\r\n") != std::string::npos)
     {
-        throw ProjectError("\"" + key + "\" can't name a setting: a name is not empty and holds no '=', space or line break");
+        throw ProjectError(
+            "\"" + key +
+            "\" can't name a setting: a name is not empty and holds no '=', space or line break");
     }
     if (value.find_first_of("\r\n") != std::string::npos)
     {
