@@ -13,7 +13,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${OND_INCLUDE_ROOT}
   COMPONENT Development FILES_MATCHING PATTERN "*.h")
 # The tools find the library by a path relative to their own folder, so that
 # they run from any prefix without LD_LIBRARY_PATH.
-set(OND_TOOLS ond3mf-info ond3mf-convert ond3mf-torus)
+set(OND_TOOLS ond3mf-info ond3mf-convert ond3mf-project ond3mf-torus)
 file(RELATIVE_PATH OND_BIN_TO_LIB /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
 set_target_properties(${OND_TOOLS} PROPERTIES INSTALL_RPATH "$ORIGIN/${OND_BIN_TO_LIB}")
 install(TARGETS ${OND_TOOLS} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

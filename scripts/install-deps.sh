@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, the tests and the fuzzers (clang) need,
-# and only those that are missing.
+# and only those that are missing. PrusaSlicer is there for the tests alone: it
+# loads and exports the projects the library edits, as a slicer's own judge.
 # Runs "apt-get update" only when something has to be installed.
 set -euo pipefail
 
@@ -14,6 +15,7 @@ packages=(
   nlohmann-json3-dev
   pybind11-dev python3-dev python3-numpy python3-pytest python3-dask
   libassimp-dev gcovr
+  prusa-slicer
 )
 
 missing=()

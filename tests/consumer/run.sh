@@ -22,7 +22,7 @@ cmake --install "$build_dir" --prefix "$prefix" >/dev/null
 library=$(find "$prefix" -name 'libOndSDK.AM.3mf.so.*.*.*')
 soname=$(readelf -d "$library" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')
 [[ "$soname" == libOndSDK.AM.3mf.so.0 ]] || { echo "SONAME is '$soname'"; exit 1; }
-for tool in ond3mf-info ond3mf-convert ond3mf-torus; do
+for tool in ond3mf-info ond3mf-convert ond3mf-project ond3mf-torus; do
   [[ -x "$prefix/bin/$tool" ]] || { echo "tool $tool not installed"; exit 1; }
 done
 # The installed tools find the installed library by their RUNPATH alone.

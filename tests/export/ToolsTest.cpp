@@ -472,6 +472,9 @@ TEST(ToolOptions, HelpVersionAndUnknownOptionsOfEveryTool)
         {OND3MF_CONVERT,
          {"--binary", "--zip64", "--separate-objects", "--beams=", "--project", "--from=", "--to=", "--ascii",
           "--unit=", "--weld=", "--quiet", "--help", "--version"}},
+        {OND3MF_PROJECT,
+         {"--json", "--filament", "--extruder", "--metadata", "--setting", "--remove-object", "--add",
+          "--plate", "--quiet", "--help", "--version"}},
         {OND3MF_TORUS, {"--version"}},
     };
     for (ToolUsage const& usage : tools)
