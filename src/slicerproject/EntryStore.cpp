@@ -22,6 +22,8 @@ namespace
 // are settings, images and models of tens of megabytes; an entry that
 // unpacks to more than this is either not one of them or a zip bomb.
 constexpr std::uint64_t kMaxWholeEntry = std::uint64_t(1) << 30;
+// The pieces in which an entry is streamed.
+constexpr std::size_t kStreamBlock = std::size_t(1) << 20;
 // ISA-L's level 2, which zlib's default level maps to.
 constexpr int kDeflateLevel = 2;
 
@@ -97,6 +99,35 @@ std::string EntryStore::Read(std::string const& name) const
         throw ProjectError("The entry " + name + " can't be read: " + Message(error));
     }
     return data;
+}
+
+void EntryStore::Stream(std::string const& name,
+                        std::function<void(char const*, std::size_t)> const& take) const
+{
+    if (auto const written = m_written.find(name); written != m_written.end())
+    {
+        take(written->second.data(), written->second.size());
+        return;
+    }
+    MZipArchive::MZipFileInfo info;
+    if (m_removed.count(name) != 0 || !m_archive->GetFileInfo(name.c_str(), info))
+    {
+        throw ProjectError("The project has no entry " + name);
+    }
+    try
+    {
+        ReadBufferFromZip buffer(m_archive.get(),
+                                 StringConversion::ConvertMultiByteStringToOndString(name).c_str());
+        std::vector<char> block(kStreamBlock);
+        while (std::size_t const got = buffer.Read(block.data(), block.size()))
+        {
+            take(block.data(), got);
+        }
+    }
+    catch (MZipArchiveError::MGeneric const& error)
+    {
+        throw ProjectError("The entry " + name + " can't be read: " + Message(error));
+    }
 }
 
 std::string EntryStore::ReadIfThere(std::string const& name) const

@@ -5,6 +5,7 @@
 #include "format3mf/Project.h"
 #include "zip/MZipArchive.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -24,6 +25,9 @@ public:
     // The entry's bytes as they stand. Throws ProjectError for an entry that
     // isn't there or can't be read.
     std::string Read(std::string const& name) const;
+    // The entry's bytes in pieces, handed to `take` in order, without the
+    // whole of it in memory. Throws as Read does.
+    void Stream(std::string const& name, std::function<void(char const*, std::size_t)> const& take) const;
     // The entry's bytes, or empty for one that isn't there.
     std::string ReadIfThere(std::string const& name) const;
     void Write(std::string const& name, std::string data);

@@ -207,8 +207,11 @@ void ReadRootModel(EntryStore const& store, ProjectView& view)
     {
         throw ProjectError("The package holds no model: its root model " + view.rootModel + " is missing");
     }
+    // Streamed: the meshes of a PrusaSlicer project lie in its root model.
     std::vector<OutlineElement> const outline =
-        OutlineXml(store.Read(view.rootModel), view.rootModel, 4, {"mesh", "slicestack", "beamlattice"});
+        OutlineXml([&](std::function<void(char const*, std::size_t)> const& take)
+                   { store.Stream(view.rootModel, take); },
+                   view.rootModel, 4, {"mesh", "slicestack", "beamlattice"});
     if (outline.empty() || outline.front().LocalName() != "model")
     {
         throw ProjectError("The root model " + view.rootModel + " has no \"model\" element");

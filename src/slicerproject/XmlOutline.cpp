@@ -150,6 +150,14 @@ std::string const* OutlineElement::Attribute(std::string_view localName) const
 std::vector<OutlineElement> OutlineXml(std::string_view text, std::string const& part, std::size_t maxDepth,
                                        std::vector<std::string> const& opaque)
 {
+    return OutlineXml([text](std::function<void(char const*, std::size_t)> const& take)
+                      { take(text.data(), text.size()); },
+                      part, maxDepth, opaque);
+}
+
+std::vector<OutlineElement> OutlineXml(XmlSource const& source, std::string const& part, std::size_t maxDepth,
+                                       std::vector<std::string> const& opaque)
+{
     std::unique_ptr<XML_ParserStruct, void (*)(XML_Parser)> parser(XML_ParserCreate(nullptr), XML_ParserFree);
     if (parser == nullptr)
     {
@@ -163,26 +171,35 @@ std::vector<OutlineElement> OutlineXml(std::string_view text, std::string const&
     XML_SetElementHandler(parser.get(), OnStart, OnEnd);
     XML_SetCharacterDataHandler(parser.get(), OnText);
     XML_SetStartDoctypeDeclHandler(parser.get(), OnDoctype);
-    // Parsed in pieces of at most INT_MAX bytes, as expat takes them.
-    std::size_t done = 0;
     bool ok = true;
-    do
+    auto const fail = [&]
     {
-        std::size_t const piece = std::min<std::size_t>(text.size() - done, INT_MAX / 2);
-        bool const last = done + piece == text.size();
-        ok = XML_Parse(parser.get(), text.data() + done, int(piece), last ? XML_TRUE : XML_FALSE) ==
-             XML_STATUS_OK;
-        done += piece;
-    } while (ok && done < text.size());
-    if (builder.doctype)
-    {
-        throw ProjectError("The part " + part + " is not read: it has a document type declaration");
-    }
-    if (!ok)
-    {
+        if (builder.doctype)
+        {
+            throw ProjectError("The part " + part + " is not read: it has a document type declaration");
+        }
         throw ProjectError("The part " + part +
                            " is not XML: " + XML_ErrorString(XML_GetErrorCode(parser.get())) + " (line " +
                            std::to_string(XML_GetCurrentLineNumber(parser.get())) + ")");
+    };
+    // Parsed in pieces of at most INT_MAX bytes, as expat takes them.
+    source(
+        [&](char const* data, std::size_t size)
+        {
+            for (std::size_t done = 0; ok && done < size;)
+            {
+                std::size_t const piece = std::min<std::size_t>(size - done, INT_MAX / 2);
+                ok = XML_Parse(parser.get(), data + done, int(piece), XML_FALSE) == XML_STATUS_OK;
+                done += piece;
+            }
+            if (!ok)
+            {
+                fail();
+            }
+        });
+    if (XML_Parse(parser.get(), nullptr, 0, XML_TRUE) != XML_STATUS_OK)
+    {
+        fail();
     }
     return std::move(builder.elements);
 }

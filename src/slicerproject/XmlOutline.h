@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -38,6 +39,12 @@ struct OutlineElement
 // not listed, however many there are. Throws ProjectError naming `part` when
 // the text is not well-formed XML or declares a document type.
 std::vector<OutlineElement> OutlineXml(std::string_view text, std::string const& part, std::size_t maxDepth,
+                                       std::vector<std::string> const& opaque = {});
+
+// The same of a part read in pieces: the source hands each piece to the
+// function it is given, in order, and returns at the end of the part.
+using XmlSource = std::function<void(std::function<void(char const*, std::size_t)> const&)>;
+std::vector<OutlineElement> OutlineXml(XmlSource const& source, std::string const& part, std::size_t maxDepth,
                                        std::vector<std::string> const& opaque = {});
 
 // The first element of that local name at that depth, or null.
