@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <map>
 #include <vector>
 
@@ -113,6 +114,7 @@ Destination Allocate(MeshSource const& source, bool coloured, ImageArrays& image
         to.beamRadii = NewArray<double>(result.beam_radii, {beams, 2});
     }
     result.name = source.name;
+    result.material = ColourText(mesh.GetMaterial().GetRGB());
     return to;
 }
 
@@ -229,6 +231,13 @@ void Fill(Destination const& to)
     }
 }
 } // namespace
+
+std::string ColourText(std::uint32_t rgb)
+{
+    char text[8];
+    std::snprintf(text, sizeof text, "#%02X%02X%02X", rgb & 0xFF, (rgb >> 8) & 0xFF, (rgb >> 16) & 0xFF);
+    return text;
+}
 
 std::vector<Mesh> ToPython(std::vector<MeshSource> const& meshes)
 {

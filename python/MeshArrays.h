@@ -28,6 +28,8 @@ struct Mesh
     pybind11::object beams = pybind11::none();           // uint32 K x 2
     pybind11::object beam_radii = pybind11::none();      // float64 K x 2, millimetres
     std::string name;
+    // "#RRGGBB": what a triangle without a colour of its own shows.
+    std::string material = "#C0C0C0";
     // Of the parts of a slicer project only: the part's role and the
     // "#RRGGBB" of its filament (None for a part that is not printed).
     pybind11::object role = pybind11::none();
@@ -61,6 +63,8 @@ struct CheckedMesh
     pybind11::object beams = pybind11::none();
     pybind11::object beam_radii = pybind11::none();
     std::string name;
+    // Packed as the library packs colours: red in the low byte.
+    std::uint32_t material = 0xC0C0C0;
     // Triangles on one vertex twice, left out under dropDegenerate.
     std::size_t dropped = 0;
 
@@ -104,6 +108,9 @@ struct BuiltMesh
 };
 // Needs no GIL: it only reads the arrays' memory.
 BuiltMesh ToMesh(CheckedMesh const& mesh);
+
+// "#RRGGBB" of a colour packed with red in the low byte.
+std::string ColourText(std::uint32_t rgb);
 
 // Vertices in millimetres as the library's internal units, rounded half away
 // from zero.

@@ -141,13 +141,20 @@ public:
             return nullptr;
         }
         Object const& top = root.cast<Object const&>();
+        // An item of components only starts from a new mesh, of the default
+        // material.
         std::string const name = top.mesh.is_none() ? top.name : pieces.front().mesh->name;
-        return std::make_unique<Mesh>(Join(pieces, target.get(), name));
+        std::uint32_t const material =
+            top.mesh.is_none() ? CheckedMesh().material : pieces.front().mesh->material;
+        return std::make_unique<Mesh>(Join(pieces, target.get(), name, material));
     }
 
     // The meshes one after another, as reading as one part merges them;
     // `target` holds the placed vertices, or null where they stay as they are.
-    static Mesh Join(std::vector<Piece> const& pieces, MStlBase const* target, std::string const& name)
+    // The triangles of a mesh whose material differs from the result's take
+    // that material as their colour, as the library's merge gives them.
+    static Mesh Join(std::vector<Piece> const& pieces, MStlBase const* target, std::string const& name,
+                     std::uint32_t material)
     {
         std::size_t vertices = 0;
         std::size_t triangles = 0;
@@ -159,7 +166,7 @@ public:
             vertices += piece.mesh->vertices.shape(0);
             triangles += piece.mesh->triangles.shape(0);
             beams += piece.mesh->beamCount;
-            colours = colours || piece.mesh->colourData != nullptr;
+            colours = colours || piece.mesh->colourData != nullptr || piece.mesh->material != material;
             textured = textured || piece.mesh->textureIdData != nullptr;
         }
         Mesh mesh;
@@ -200,11 +207,10 @@ public:
             }
             for (std::size_t i = 0; colours && i < 12 * m; ++i)
             {
-                // A triangle without a colour shows the light grey of a mesh
-                // that nobody coloured, as read() gives it.
+                // A triangle without a colour of its own shows its material.
                 rgba.mutable_data()[12 * t + i] = from.colourData != nullptr ? from.colourData[i]
                                                   : i % 4 == 3               ? 255
-                                                                             : 0xC0;
+                                                               : (from.material >> (8 * (i % 4))) & 0xFF;
             }
             if (textured)
             {
@@ -253,6 +259,7 @@ public:
         mesh.textures = textured ? py::object(std::move(images)) : py::none();
         mesh.beams = beams != 0 ? py::object(std::move(ends)) : py::none();
         mesh.beam_radii = beams != 0 ? py::object(std::move(radii)) : py::none();
+        mesh.material = ColourText(material);
         return mesh;
     }
 
@@ -344,7 +351,7 @@ py::list Flatten(Model const& model, bool asOne)
             pieces.push_back({&mesh, first});
             first += mesh.vertices.shape(0);
         }
-        result.append(Flattening::Join(pieces, nullptr, meshes.front()->name));
+        result.append(Flattening::Join(pieces, nullptr, meshes.front()->name, checked.front().material));
         return result;
     }
     for (auto& mesh : meshes)

@@ -183,14 +183,15 @@ void Write(py::object const& path, py::iterable const& meshes, bool binary, bool
 py::tuple StateOf(Mesh const& mesh)
 {
     return py::make_tuple(mesh.vertices, mesh.triangles, mesh.triangle_colors, mesh.uvs, mesh.texture_ids,
-                          mesh.textures, mesh.beams, mesh.beam_radii, mesh.name, mesh.role, mesh.colour);
+                          mesh.textures, mesh.beams, mesh.beam_radii, mesh.name, mesh.role, mesh.colour,
+                          mesh.material);
 }
 
 Mesh FromState(py::tuple const& state)
 {
-    if (state.size() != 11)
+    if (state.size() != 12)
     {
-        throw py::value_error("a pickled ond3mf.Mesh holds 11 fields, not " + std::to_string(state.size()));
+        throw py::value_error("a pickled ond3mf.Mesh holds 12 fields, not " + std::to_string(state.size()));
     }
     Mesh mesh;
     mesh.vertices = state[0];
@@ -204,6 +205,7 @@ Mesh FromState(py::tuple const& state)
     mesh.name = state[8].cast<std::string>();
     mesh.role = state[9];
     mesh.colour = state[10];
+    mesh.material = state[11].cast<std::string>();
     return mesh;
 }
 
@@ -330,6 +332,10 @@ void RegisterMesh(py::module_& module)
         .def_readwrite("beam_radii", &Mesh::beam_radii,
                        "float64 K x 2 or None: the radius at each end of each beam, mm; NaN where none.")
         .def_readwrite("name", &Mesh::name, "str: the object's or part's name.")
+        .def_readwrite(
+            "material", &Mesh::material,
+            "str: '#RRGGBB', the colour of the triangles that have none of their own (the object's\n"
+            "colour in the file; light grey where it has none).")
         .def_readwrite("role", &Mesh::role,
                        "str or None: with read(project_parts=True), what the part does: 'printable',\n"
                        "'negative', 'modifier', 'support_blocker' or 'support_enforcer'.")

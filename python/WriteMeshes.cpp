@@ -321,6 +321,29 @@ void CheckBeams(py::handle mesh, std::string const& label, CheckedMesh& checked)
     checked.beams = Converted<std::uint32_t>(ends);
     checked.beam_radii = Converted<double>(sizes);
 }
+// "#RRGGBB" packed with red in the low byte.
+std::uint32_t ParseColour(py::handle text, std::string const& label)
+{
+    std::string const colour = py::str(text).cast<std::string>();
+    std::uint32_t packed = 0;
+    bool good = colour.size() == 7 && colour[0] == '#';
+    for (std::size_t i = 1; good && i < 7; ++i)
+    {
+        char const c = colour[i];
+        int const digit = c >= '0' && c <= '9'   ? c - '0'
+                          : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                          : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                                 : -1;
+        good = digit >= 0;
+        packed |= std::uint32_t(digit) << (4 * ((i - 1) ^ 1));
+    }
+    if (!good)
+    {
+        Bad(label, "material", "is '" + colour + "', not a colour of the form #RRGGBB");
+    }
+    return packed;
+}
+
 template <typename T>
 T const* DataOf(py::object const& field)
 {
@@ -414,6 +437,11 @@ CheckedMesh CheckMesh(py::handle mesh, std::string const& label, bool dropDegene
     {
         checked.name = py::str(name).cast<std::string>();
     }
+    py::object const material = Attribute(mesh, "material");
+    if (!material.is_none())
+    {
+        checked.material = ParseColour(material, label);
+    }
     if (forWriting && !checked.triangle_colors.is_none())
     {
         // The file's colours carry no alpha in this library yet: refused
@@ -446,6 +474,7 @@ Mesh ToMeshObject(CheckedMesh checked)
     mesh.beams = std::move(checked.beams);
     mesh.beam_radii = std::move(checked.beam_radii);
     mesh.name = std::move(checked.name);
+    mesh.material = ColourText(checked.material);
     return mesh;
 }
 
@@ -509,6 +538,7 @@ BuiltMesh ToMesh(CheckedMesh const& checked)
     built.mesh = std::make_unique<MStlBase>();
     MStlBase& mesh = *built.mesh;
     mesh.SetName(StringConversion::ConvertUTF8ToNative(checked.name.data(), checked.name.size()).c_str());
+    mesh.GetMaterial().SetRGB(checked.material);
     // Into the mesh in bulk, a batch at a time: the arrays were checked, so
     // every index names a vertex and no triangle names one twice.
     constexpr std::size_t kBatch = 65536;

@@ -13,6 +13,7 @@ part, as placing the objects converts it.
 import importlib.util
 import pathlib
 import xml.etree.ElementTree
+import xml.parsers.expat
 import zipfile
 
 _spec = importlib.util.spec_from_file_location(
@@ -34,14 +35,44 @@ def matrix(rows, factor):
     return tuple(tuple(v * factor if c == 3 else v for c, v in enumerate(row)) for row in rows) + ((0, 0, 0, 1),)
 
 
-def described_objects(root):
-    """(name, type) of each object element of a model part, by id."""
-    found = {}
-    for resources in (e for e in root if local(e.tag) == "resources"):
-        for element in (e for e in resources if local(e.tag) == "object"):
-            kind = element.get("type", "model")
-            found[element.get("id")] = (element.get("name", ""), kind if kind in TYPES else "model")
-    return found
+class Described:
+    """The root's metadata and the (name, type) of each object by id, read
+    with expat without namespaces: some writers use prefixes they never bind."""
+
+    def __init__(self, data):
+        self.unit = "millimeter"
+        self.metadata = {}
+        self.objects = {}
+        self.path = []
+        self.text = None
+        parser = xml.parsers.expat.ParserCreate()
+        parser.StartElementHandler = self.start
+        parser.EndElementHandler = self.end
+        parser.CharacterDataHandler = self.characters
+        try:
+            parser.Parse(data, True)
+        except xml.parsers.expat.ExpatError:
+            pass  # what was read up to the fault stays, as in the library
+
+    def start(self, tag, attrs):
+        self.path.append(local(tag.rpartition(":")[2]))
+        if len(self.path) == 1:
+            self.unit = attrs.get("unit", "millimeter")
+        elif self.path[1:] == ["metadata"] and "name" in attrs:
+            self.text = (attrs["name"], [])
+        elif self.path[1:] == ["resources", "object"]:
+            kind = attrs.get("type", "model")
+            self.objects[attrs.get("id")] = (attrs.get("name", ""), kind if kind in TYPES else "model")
+
+    def characters(self, data):
+        if self.text is not None:
+            self.text[1].append(data)
+
+    def end(self, _tag):
+        if self.text is not None and len(self.path) == 2:
+            self.metadata[self.text[0]] = "".join(self.text[1])
+            self.text = None
+        self.path.pop()
 
 
 def thumbnail(archive):
@@ -63,20 +94,16 @@ def expected_model(path):
     root = package.root
     factor = root.factor
     with zipfile.ZipFile(path) as archive:
-        tree = xml.etree.ElementTree.fromstring(archive.read(meshes.archive_name(root.name)))
         picture = thumbnail(archive)
         names = {}
         for key, model in package.parts.items():
             entry = meshes.archive_name(model.name)
-            if entry in archive.namelist():
-                names[key] = described_objects(xml.etree.ElementTree.fromstring(archive.read(entry)))
-    metadata = {}
-    for element in (e for e in tree if local(e.tag) == "metadata" and e.get("name") is not None):
-        metadata[element.get("name")] = element.text or ""
+            names[key] = Described(archive.read(entry) if entry in archive.namelist() else b"")
+    top = names[meshes.part_key(root.name)]
     objects = {}
     for key, model in package.parts.items():
         for obj in model.objects:
-            name, kind = names.get(key, {}).get(str(obj.ident), ("", "model"))
+            name, kind = names[key].objects.get(str(obj.ident), ("", "model"))
             placed = []
             for target, part, ident, rows in obj.components:
                 if target is None and part is not None:
@@ -91,8 +118,8 @@ def expected_model(path):
         if found is not None:
             items.append((meshes.part_key(found.model.name), ident, matrix(rows, factor)))
     return {
-        "unit": tree.get("unit", "millimeter"),
-        "metadata": metadata,
+        "unit": top.unit,
+        "metadata": top.metadata,
         "objects": objects,
         "items": items,
         "thumbnail": picture,

@@ -190,7 +190,7 @@ GOOD = tetrahedron()
     ("out.3mf", [GOOD, Anything(GOOD.vertices, GOOD.triangles + 1)], "mesh 1: triangles refers to vertex 4"),
     ("out.3mf", [Anything(np.where(GOOD.vertices == 10, np.nan, GOOD.vertices), GOOD.triangles)], "finite"),
     ("out.3mf", [Anything(GOOD.vertices, GOOD.triangles, GOOD.triangle_colors.astype(np.int8))],
-     r"triangle_colors must be uint8 \(unsigned 8-bit\), not int8"),
+     "triangle_colors has -56: colour channels go from 0 to 255"),
     ("out.3mf", [object()], "vertices is missing"),
     ("o\0ut.3mf", [GOOD], "NUL"),
 ], ids=["shape", "dtype", "index", "NaN", "signed colours", "no vertices", "NUL in the path"])
