@@ -4,7 +4,9 @@ and loading again; the sources a read takes; what write takes as input; the
 parts of slicer projects against their settings' XML; and what a user of
 inspect, pickle and copy sees."""
 
+import ast
 import copy
+import importlib.metadata
 import importlib.util
 import inspect
 import io
@@ -295,6 +297,21 @@ def test_every_function_and_method_has_a_signature():
     assert "self" in inspect.signature(ond3mf.Model.save).parameters
     for name in ("vertices", "triangle_colors", "role", "colour"):
         assert getattr(ond3mf.Mesh, name).__doc__
+
+
+def test_the_stubs_and_the_metadata_describe_the_module():
+    stubs = pathlib.Path(ond3mf.__file__).parent / "ond3mf-stubs"
+    assert (stubs / "py.typed").is_file()
+    tree = ast.parse((stubs / "__init__.pyi").read_text())
+    stubbed = {node.name for node in tree.body if isinstance(node, (ast.ClassDef, ast.FunctionDef))}
+    assert stubbed == {name for name in dir(ond3mf) if not name.startswith("_")}
+    members = {node.name: {n.target.id if isinstance(n, ast.AnnAssign) else n.name for n in node.body
+                           if isinstance(n, (ast.AnnAssign, ast.FunctionDef))}
+               for node in tree.body if isinstance(node, ast.ClassDef)}
+    for name in ("Mesh", "Model", "Object", "Item", "Component"):
+        public = {m for m in dir(getattr(ond3mf, name)) if not m.startswith("_")}
+        assert public <= members[name], name
+    assert importlib.metadata.version("ond3mf") == ond3mf.__version__
 
 
 def test_a_file_without_meshes_says_why(tmp_path):

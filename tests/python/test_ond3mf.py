@@ -379,14 +379,16 @@ def test_the_dask_example_reports_every_file(tmp_path):
     files = shared_files()
     folder = tmp_path / "library"
     folder.mkdir()
-    for path in files[:6]:
-        (folder / path.name).symlink_to(path.resolve())
+    for index, path in enumerate(files[:6]):
+        name = path.name if index % 2 else path.stem + ".3MF"
+        (folder / name).symlink_to(path.resolve())
     (folder / "broken.3mf").write_bytes(b"not a zip")
     run = subprocess.run([sys.executable, str(SOURCE / "examples" / "batch_info.py"), str(folder)],
                          capture_output=True, text=True, env=dict(os.environ))
     assert run.returncode == 1, run.stderr
     rows = [line.split("\t") for line in run.stdout.splitlines()]
-    expected = [str(folder / p.name) for p in files[:6]] + [str(folder / "broken.3mf")]
+    expected = [str(folder / (p.name if i % 2 else p.stem + ".3MF")) for i, p in enumerate(files[:6])]
+    expected += [str(folder / "broken.3mf")]
     assert sorted(row[0] for row in rows) == sorted(expected)
     broken = [row for row in rows if row[0].endswith("broken.3mf")][0]
     assert broken[1] == "error" and broken[2]
