@@ -42,9 +42,12 @@ struct Model
     pybind11::dict metadata;
     std::string unit = "millimeter";
     pybind11::object thumbnail = pybind11::none(); // bytes or None
+    // The name of the file's root model part, whose objects object(id) finds
+    // without a part.
+    std::string rootPart = "/3D/3dmodel.model";
 };
 
-// The root model part's name, which Object.part gives for its objects.
+// The root model part's name in the files this library writes.
 inline constexpr char kRootPart[] = "/3D/3dmodel.model";
 
 // A transform as float64 4 x 4 (None is the identity); a ValueError naming

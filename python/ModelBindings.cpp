@@ -213,7 +213,7 @@ void RegisterModel(py::module_& module)
             "object",
             [](Model const& model, int id, py::object part)
             {
-                std::string const wanted = part.is_none() ? std::string(kRootPart) : part.cast<std::string>();
+                std::string const wanted = part.is_none() ? model.rootPart : part.cast<std::string>();
                 for (py::handle held : model.objects)
                 {
                     Object const& object = held.cast<Object const&>();
@@ -231,16 +231,17 @@ void RegisterModel(py::module_& module)
              OND3MF_DOC("flatten(self, as_one=False)",
                         "What ond3mf.read gives for the model's file: one Mesh per item with geometry, its\n"
                         "object and components placed (all in one Mesh with as_one), in millimetres."))
-        .def(
-            "save", &Save, py::arg("path"), py::arg("binary") = false, py::arg("zip64") = false,
-            py::arg("progress") = py::none(),
-            OND3MF_DOC("save(self, path, binary=False, zip64=False, progress=None)",
-                       "Writes the model as a 3MF file: each object once, with its mesh and components, the\n"
-                       "items with their transforms, the metadata and the thumbnail, in millimetres. binary\n"
-                       "puts vertices and triangles in the model's binary side part (faster and smaller;\n"
-                       "without colours and textures); zip64 allows an archive past 4 GiB. The file is\n"
-                       "written beside the target and renamed over it: a failure leaves the target as it\n"
-                       "was. Raises as ond3mf.write does."))
+        .def("save", &Save, py::arg("path"), py::arg("binary") = false, py::arg("zip64") = false,
+             py::arg("progress") = py::none(),
+             OND3MF_DOC(
+                 "save(self, path, binary=False, zip64=False, progress=None)",
+                 "Writes the model as a 3MF file: each object once, all in the root model part, with its\n"
+                 "mesh and components, the "
+                 "items with their transforms, the metadata and the thumbnail, in millimetres. binary\n"
+                 "puts vertices and triangles in the model's binary side part (faster and smaller;\n"
+                 "without colours and textures); zip64 allows an archive past 4 GiB. The file is\n"
+                 "written beside the target and renamed over it: a failure leaves the target as it\n"
+                 "was. Raises as ond3mf.write does."))
         .def("__repr__",
              [](Model const& model)
              {

@@ -195,6 +195,7 @@ Model Load(py::object const& source, bool textures, py::object progress)
 
     Model model;
     double const factor = root.GetUnits().m_factor;
+    model.rootPart = Narrow(root.GetFileNameInPackage());
     model.unit = root.GetUnits().m_name.empty() ? "millimeter" : Narrow(root.GetUnits().m_name);
     for (auto const& [name, item] : root.GetMetaData())
     {
