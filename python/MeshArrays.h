@@ -95,6 +95,10 @@ struct CheckedMesh
 // when `forWriting`.
 CheckedMesh CheckMesh(pybind11::handle mesh, std::string const& label, bool dropDegenerate, bool forWriting);
 
+// A ValueError naming the field when the mesh has colours or textures, which
+// the binary side part can't hold: refused rather than left out.
+void CheckBinary(CheckedMesh const& mesh, std::string const& label);
+
 // A Mesh holding the checked arrays.
 Mesh ToMeshObject(CheckedMesh checked);
 

@@ -135,7 +135,7 @@ private:
     Plan const& m_plan;
 };
 
-Plan MakePlan(Model const& model)
+Plan MakePlan(Model const& model, bool binary)
 {
     Plan plan;
     std::vector<py::object> const order = WriteOrder(model);
@@ -157,9 +157,13 @@ Plan MakePlan(Model const& model)
         entry.type = TypeNumber(node.type, node.id);
         if (!node.mesh.is_none())
         {
+            std::string const label = "the mesh of object " + std::to_string(node.id);
             entry.mesh = plan.checked.size();
-            plan.checked.push_back(
-                CheckMesh(node.mesh, "the mesh of object " + std::to_string(node.id), false, true));
+            plan.checked.push_back(CheckMesh(node.mesh, label, false, true));
+            if (binary)
+            {
+                CheckBinary(plan.checked.back(), label);
+            }
         }
         for (py::handle held : node.components)
         {
@@ -250,7 +254,7 @@ std::string Write(Plan const& plan, std::string const& target, bool binary, bool
 void Save(Model const& model, py::object const& path, bool binary, bool zip64, py::object progress)
 {
     std::string const target = PathOf(path);
-    Plan plan = MakePlan(model);
+    Plan plan = MakePlan(model, binary);
     Build(plan);
     // The thumbnail goes through a file of Python's temporary folder, removed
     // with everything in it whatever happens; named for its kind, which the

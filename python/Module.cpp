@@ -136,8 +136,13 @@ void Write(py::object const& path, py::iterable const& meshes, bool binary, bool
     std::size_t dropped = 0;
     for (py::handle mesh : meshes)
     {
-        checked.push_back(CheckMesh(mesh, "mesh " + std::to_string(checked.size()), dropDegenerate, true));
+        std::string const label = "mesh " + std::to_string(checked.size());
+        checked.push_back(CheckMesh(mesh, label, dropDegenerate, true));
         dropped += checked.back().dropped;
+        if (binary)
+        {
+            CheckBinary(checked.back(), label);
+        }
     }
     if (dropped != 0)
     {

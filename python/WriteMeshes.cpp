@@ -462,6 +462,20 @@ CheckedMesh CheckMesh(py::handle mesh, std::string const& label, bool dropDegene
     return checked;
 }
 
+void CheckBinary(CheckedMesh const& mesh, std::string const& label)
+{
+    char const* const field = !mesh.triangle_colors.is_none() ? "triangle_colors"
+                              : !mesh.textures.is_none()      ? "textures"
+                                                              : nullptr;
+    if (field != nullptr)
+    {
+        Bad(label, field,
+            "can't be written with binary=True: the binary part holds geometry only; write without binary, "
+            "or "
+            "set the field to None to leave it out");
+    }
+}
+
 Mesh ToMeshObject(CheckedMesh checked)
 {
     Mesh mesh;
