@@ -78,7 +78,12 @@ def test_every_shared_file_loads_as_its_xml_says():
             with pytest.raises(ond3mf.Error):
                 quietly(ond3mf.load, path)
             continue
-        assert_model_is(described(quietly(ond3mf.load, path)), want, path)
+        model = quietly(ond3mf.load, path)
+        assert_model_is(described(model), want, path)
+        # Items and components place the objects of the list themselves.
+        listed = {id(obj) for obj in model.objects}
+        placed = [item.object for item in model.items] + [c.object for o in model.objects for c in o.components]
+        assert all(id(obj) in listed for obj in placed), path
 
 
 def test_flattening_a_loaded_model_gives_what_read_gives():
