@@ -128,11 +128,13 @@ void RegisterModel(py::module_& module)
         .def_readwrite("object", &Component::object, "The Object placed.")
         .def_readwrite("transform", &Component::transform,
                        "float64 4 x 4: where the object stands in its owner, translation in millimetres.")
-        .def("__repr__",
-             [](Component const& c) {
-                 return "<ond3mf.Component of object " + std::to_string(c.object.cast<Object const&>().id) +
-                        ">";
-             });
+        .def(
+            "__repr__",
+            [](Component const& c) {
+                return "<ond3mf.Component of object " + std::to_string(c.object.cast<Object const&>().id) +
+                       ">";
+            },
+            OND3MF_DOC("__repr__(self)", "The object the component places."));
 
     py::class_<Object>(
         module, "Object",
@@ -166,7 +168,8 @@ void RegisterModel(py::module_& module)
         .def_readwrite("mesh", &Object::mesh, "Mesh or None: the object's mesh, in its own coordinates, mm.")
         .def_readwrite("components", &Object::components,
                        "list of Component: the objects placed in this one.")
-        .def("__repr__", &ReprOf);
+        .def("__repr__", &ReprOf,
+             OND3MF_DOC("__repr__(self)", "The object's id, name, part, mesh and components."));
 
     py::class_<Item>(module, "Item", "A build item: an object placed on the build plate.")
         .def(py::init(
@@ -190,11 +193,12 @@ void RegisterModel(py::module_& module)
         .def_readwrite("partnumber", &Item::partnumber,
                        "str or None: the item's part number. The library does not read it yet: None for\n"
                        "items read from a file.")
-        .def("__repr__",
-             [](Item const& item) {
-                 return "<ond3mf.Item of object " + std::to_string(item.object.cast<Object const&>().id) +
-                        ">";
-             });
+        .def(
+            "__repr__",
+            [](Item const& item) {
+                return "<ond3mf.Item of object " + std::to_string(item.object.cast<Object const&>().id) + ">";
+            },
+            OND3MF_DOC("__repr__(self)", "The object the item places."));
 
     py::class_<Model>(module, "Model",
                       "The model of a 3MF file as it holds it: build items placing objects, the objects\n"
@@ -242,12 +246,14 @@ void RegisterModel(py::module_& module)
                  "without colours and textures); zip64 allows an archive past 4 GiB. The file is\n"
                  "written beside the target and renamed over it: a failure leaves the target as it\n"
                  "was. Raises as ond3mf.write does."))
-        .def("__repr__",
-             [](Model const& model)
-             {
-                 return "<ond3mf.Model " + std::to_string(model.items.size()) + " items, " +
-                        std::to_string(model.objects.size()) + " objects, unit " + model.unit + ">";
-             });
+        .def(
+            "__repr__",
+            [](Model const& model)
+            {
+                return "<ond3mf.Model " + std::to_string(model.items.size()) + " items, " +
+                       std::to_string(model.objects.size()) + " objects, unit " + model.unit + ">";
+            },
+            OND3MF_DOC("__repr__(self)", "The counts of items and objects, and the unit."));
 
     module.def(
         "load", &Load, py::arg("source"), py::arg("textures") = true, py::arg("progress") = py::none(),

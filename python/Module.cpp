@@ -347,17 +347,27 @@ void RegisterMesh(py::module_& module)
         .def_readwrite("colour", &Mesh::colour,
                        "str or None: with read(project_parts=True), the '#RRGGBB' of a printed part's\n"
                        "filament; None for a part that is not printed.")
-        .def("__repr__", &ReprOf)
-        .def("__eq__",
-             [](Mesh const& a, py::object const& b)
-             {
-                 return py::isinstance<Mesh>(b) ? py::bool_(Equal(a, b.cast<Mesh const&>()))
-                                                : py::reinterpret_borrow<py::object>(Py_NotImplemented);
-             })
+        .def("__repr__", &ReprOf, OND3MF_DOC("__repr__(self)", "The mesh's name and counts."))
+        .def(
+            "__eq__",
+            [](Mesh const& a, py::object const& b)
+            {
+                return py::isinstance<Mesh>(b) ? py::bool_(Equal(a, b.cast<Mesh const&>()))
+                                               : py::reinterpret_borrow<py::object>(Py_NotImplemented);
+            },
+            OND3MF_DOC("__eq__(self, other)", "Whether every array and value of the two meshes is equal."))
         .def(py::pickle([](Mesh const& mesh) { return StateOf(mesh); },
-                        [](py::tuple const& state) { return FromState(state); }));
+                        [](py::tuple const& state) { return FromState(state); }),
+             OND3MF_DOC("__setstate__(self, state)", "The mesh that __getstate__ gave the state of."));
+    // The pickling above gives __getstate__ no documentation of its own.
+    py::object const mesh = py::type::of<Mesh>();
+    py::setattr(
+        mesh, "__getstate__",
+        py::cpp_function([](Mesh const& mesh) { return StateOf(mesh); }, py::name("__getstate__"),
+                         py::is_method(mesh),
+                         OND3MF_DOC("__getstate__(self)", "The mesh's fields, for pickle and copy.")));
     // Compared by value, a Mesh is no dict key.
-    py::type::of<Mesh>().attr("__hash__") = py::none();
+    mesh.attr("__hash__") = py::none();
 
     module.def(
         "read", &Read, py::arg("source"), py::arg("textures") = true, py::arg("as_one") = false,
