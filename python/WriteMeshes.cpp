@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <type_traits>
 #include <vector>
 
 namespace py = pybind11;
@@ -166,17 +167,33 @@ py::object ColoursOf(py::handle mesh, std::string const& label, std::size_t rows
     return py::none();
 }
 
-// Rows of the triangles kept: all, or those without a vertex twice.
-std::vector<std::size_t> KeptRows(std::int64_t const* t, std::size_t count, std::int64_t vertices,
-                                  std::string const& field, std::string const& label, bool drop, bool refuse)
+template <typename T>
+bool Outside(T index, std::int64_t vertices)
+{
+    if constexpr (std::is_signed_v<T>)
+    {
+        return index < 0 || std::int64_t(index) >= vertices;
+    }
+    else
+    {
+        return std::uint64_t(index) >= std::uint64_t(vertices);
+    }
+}
+
+// The rows of the triangles kept, where `all` is false: those without a
+// vertex twice. Checked in the array's own integer type, without a copy.
+template <typename T>
+std::vector<std::size_t> KeptRows(T const* t, std::size_t count, std::int64_t vertices,
+                                  std::string const& field, std::string const& label, bool drop, bool refuse,
+                                  bool& all)
 {
     std::vector<std::size_t> kept;
-    kept.reserve(count);
+    all = true;
     for (std::size_t i = 0; i < count; ++i, t += 3)
     {
         for (int corner = 0; corner < 3; ++corner)
         {
-            if (t[corner] < 0 || t[corner] >= vertices)
+            if (Outside(t[corner], vertices))
             {
                 Bad(label, field,
                     "refers to vertex " + std::to_string(t[corner]) + " in triangle " + std::to_string(i) +
@@ -184,29 +201,68 @@ std::vector<std::size_t> KeptRows(std::int64_t const* t, std::size_t count, std:
             }
         }
         // A triangle on a vertex twice has no area; a 3MF mesh may not hold it.
-        if (t[0] == t[1] || t[1] == t[2] || t[0] == t[2])
+        bool const degenerate = t[0] == t[1] || t[1] == t[2] || t[0] == t[2];
+        if (degenerate && !drop && refuse)
         {
-            if (drop)
+            Bad(label, field,
+                "has triangle " + std::to_string(i) +
+                    " on one vertex twice; drop_degenerate=True leaves such triangles out");
+        }
+        bool const goes = degenerate && drop;
+        if (goes && all)
+        {
+            // The first to go: every row before it stays.
+            all = false;
+            kept.reserve(count);
+            for (std::size_t before = 0; before < i; ++before)
             {
-                continue;
-            }
-            if (refuse)
-            {
-                Bad(label, field,
-                    "has triangle " + std::to_string(i) +
-                        " on one vertex twice; drop_degenerate=True leaves such triangles out");
+                kept.push_back(before);
             }
         }
-        kept.push_back(i);
+        if (!goes && !all)
+        {
+            kept.push_back(i);
+        }
     }
     return kept;
 }
 
+// The triangles as uint32, of the rows kept; an array that is already uint32
+// is taken as it is when all stay.
+template <typename T>
+py::array_t<std::uint32_t, py::array::c_style>
+Triangles(py::array const& corners, std::int64_t vertices, std::string const& field, std::string const& label,
+          bool drop, bool refuse, std::vector<std::size_t>& kept, bool& all)
+{
+    auto const typed = py::array_t<T, py::array::c_style | py::array::forcecast>::ensure(corners);
+    std::size_t const count = std::size_t(typed.shape(0));
+    kept = KeptRows(typed.data(), count, vertices, field, label, drop, refuse, all);
+    if constexpr (std::is_same_v<T, std::uint32_t>)
+    {
+        if (all)
+        {
+            return typed;
+        }
+    }
+    std::size_t const rows = all ? count : kept.size();
+    py::array_t<std::uint32_t, py::array::c_style> result({rows, std::size_t(3)});
+    std::uint32_t* out = result.mutable_data();
+    for (std::size_t i = 0; i < rows; ++i)
+    {
+        T const* row = typed.data() + 3 * (all ? i : kept[i]);
+        out[3 * i] = std::uint32_t(row[0]);
+        out[3 * i + 1] = std::uint32_t(row[1]);
+        out[3 * i + 2] = std::uint32_t(row[2]);
+    }
+    return result;
+}
+
 // The rows of a per-triangle array that are kept.
 template <typename T>
-py::object KeepRows(py::object const& field, std::vector<std::size_t> const& kept, std::size_t count)
+py::object KeepRows(py::object const& field, std::vector<std::size_t> const& kept, bool all,
+                    std::size_t count)
 {
-    if (field.is_none() || kept.size() == count)
+    if (field.is_none() || all)
     {
         return field;
     }
@@ -397,24 +453,26 @@ CheckedMesh CheckMesh(py::handle mesh, std::string const& label, bool dropDegene
             }
         }
     }
-    auto const wide = Converted<std::int64_t>(corners);
-    std::size_t const count = std::size_t(wide.shape(0));
-    std::vector<std::size_t> const kept =
-        KeptRows(wide.data(), count, checked.vertices.shape(0), field, label, dropDegenerate, forWriting);
-    checked.dropped = count - kept.size();
-    checked.triangles = py::array_t<std::uint32_t, py::array::c_style>({kept.size(), std::size_t(3)});
-    std::uint32_t* out = checked.triangles.mutable_data();
-    for (std::size_t row : kept)
-    {
-        for (int corner = 0; corner < 3; ++corner)
-        {
-            *out++ = std::uint32_t(wide.data()[3 * row + corner]);
-        }
-    }
-    checked.triangle_colors = KeepRows<std::uint8_t>(ColoursOf(mesh, label, count), kept, count);
+    std::size_t const count = std::size_t(corners.shape(0));
+    std::int64_t const vertexCount = checked.vertices.shape(0);
+    std::vector<std::size_t> kept;
+    bool all = true;
+    char const kind = corners.dtype().kind();
+    py::ssize_t const size = corners.itemsize();
+    checked.triangles =
+        kind == 'u' && size == 4   ? Triangles<std::uint32_t>(corners, vertexCount, field, label,
+                                                            dropDegenerate, forWriting, kept, all)
+        : kind == 'i' && size == 4 ? Triangles<std::int32_t>(corners, vertexCount, field, label,
+                                                             dropDegenerate, forWriting, kept, all)
+        : kind == 'u' && size == 8 ? Triangles<std::uint64_t>(corners, vertexCount, field, label,
+                                                              dropDegenerate, forWriting, kept, all)
+                                   : Triangles<std::int64_t>(corners, vertexCount, field, label,
+                                                             dropDegenerate, forWriting, kept, all);
+    checked.dropped = count - std::size_t(checked.triangles.shape(0));
+    checked.triangle_colors = KeepRows<std::uint8_t>(ColoursOf(mesh, label, count), kept, all, count);
     CheckTextures(mesh, label, checked, count);
-    checked.uvs = KeepRows<float>(checked.uvs, kept, count);
-    checked.texture_ids = KeepRows<std::int32_t>(checked.texture_ids, kept, count);
+    checked.uvs = KeepRows<float>(checked.uvs, kept, all, count);
+    checked.texture_ids = KeepRows<std::int32_t>(checked.texture_ids, kept, all, count);
     CheckBeams(mesh, label, checked);
     py::object const name = Attribute(mesh, "name");
     if (!name.is_none())

@@ -187,13 +187,15 @@ GOOD = tetrahedron()
     ("out.3mf", [Anything(GOOD.vertices[:, :2], GOOD.triangles)], "mesh 0: vertices must have shape"),
     ("out.3mf", [Anything(GOOD.vertices, GOOD.triangles.astype(np.float32))], "triangles must hold integer"),
     ("out.3mf", [GOOD, Anything(GOOD.vertices, GOOD.triangles + 1)], "mesh 1: triangles refers to vertex 4"),
+    ("out.3mf", [Anything(GOOD.vertices, np.array([[0, 1, 2**63]], dtype=np.uint64))],
+     "refers to vertex 9223372036854775808"),
     ("out.3mf", [Anything(np.where(GOOD.vertices == 10, np.nan, GOOD.vertices), GOOD.triangles)], "finite"),
     ("out.3mf", [Anything(GOOD.vertices, GOOD.triangles, GOOD.triangle_colors.astype(np.int8))],
      "triangle_colors has -56: colour channels go from 0 to 255"),
     ("out.3mf", [object()], "vertices is missing"),
     ("o\0ut.3mf", [GOOD], "NUL"),
     ("binary.3mf", [GOOD], "triangle_colors can't be written with binary=True"),
-], ids=["shape", "dtype", "index", "NaN", "signed colours", "no vertices", "NUL in the path", "colours in binary"])
+], ids=["shape", "dtype", "index", "uint64 index", "NaN", "signed colours", "no vertices", "NUL in the path", "colours in binary"])
 def test_bad_input_is_a_value_error_and_writes_nothing(tmp_path, target, meshes, message):
     with pytest.raises(ValueError, match=message):
         ond3mf.write(tmp_path / target, meshes, binary=target.startswith("binary"))
