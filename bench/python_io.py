@@ -5,11 +5,15 @@ Usage: python_io.py BUILD_DIR   (a Release build with the module, the tools
 and the benchmarks; run with Debian's python3)
 
 Measured in one run: bench_import and bench_export (the C++ figures), then
-ond3mf.read of the torus into numpy and ond3mf.write of those arrays, each
-the best of three in a fresh process, with the peak resident memory of the
-first read over a process that only imported numpy and the module. Targets: read at most 1.2 times the
-C++ import, write at most 1.2 times the C++ export, peak at most the C++
-import's peak plus the arrays.
+ond3mf.read of the torus into numpy, ond3mf.write of those arrays and
+Model.save of the torus loaded, each the best of five in a fresh process
+(the machine may be shared), with the peak resident memory of the first read
+over a process that only imported numpy and the module; then ond3mf.read of
+the file, ond3mf.load of it and ond3mf.read of its bytes from memory, taken in
+turns in one process. Targets: read at most 1.2 times the C++ import, write
+and Model.save at most 1.2 times the C++ export, peak at most the C++
+import's peak plus the arrays, load at most 1.1 times read, read from bytes
+at most the read from the file.
 """
 
 import os
@@ -19,7 +23,7 @@ import subprocess
 import sys
 import tempfile
 
-RUNS = 3
+RUNS = 5
 
 CHILD = r"""
 import resource, sys, time
@@ -45,6 +49,27 @@ elif what == "write":
         start = time.perf_counter()
         ond3mf.write(target, meshes)
         best = min(best, time.perf_counter() - start)
+elif what == "save":
+    model = ond3mf.load(path)
+    for _ in range(%(runs)d):
+        start = time.perf_counter()
+        model.save(target)
+        best = min(best, time.perf_counter() - start)
+elif what == "readers":
+    # Taken in turns, so that a neighbour's load on a shared machine weighs
+    # on the three alike.
+    with open(path, "rb") as file:
+        data = file.read()
+    bests = {}
+    for _ in range(%(runs)d):
+        for name, read, source in (("file", ond3mf.read, path), ("load", ond3mf.load, path),
+                                   ("bytes", ond3mf.read, data)):
+            start = time.perf_counter()
+            result = read(source)
+            bests[name] = min(bests.get(name, float("inf")), time.perf_counter() - start)
+            del result
+    print(bests["file"], bests["load"], bests["bytes"])
+    sys.exit(0)
 print(best, peak, size)
 """ % {"runs": RUNS}
 
@@ -80,6 +105,8 @@ def main(build):
         _, py_base, _ = run_child(build, "none", torus)
         read, read_peak, arrays = run_child(build, "read", torus)
         write, _, _ = run_child(build, "write", torus, pathlib.Path(folder) / "again.3mf")
+        save, _, _ = run_child(build, "save", torus, pathlib.Path(folder) / "saved.3mf")
+        from_file, load, from_bytes = run_child(build, "readers", torus)
 
     print("C++ import (bench_import)      %7.3f s   peak over its baseline %7.1f MB" %
           (cpp_import, (cpp_peak - cpp_base) / 1e6))
@@ -87,11 +114,18 @@ def main(build):
     print("ond3mf.read into numpy         %7.3f s   peak over its baseline %7.1f MB, arrays %.1f MB" %
           (read, (read_peak - py_base) / 1e6, arrays / 1e6))
     print("ond3mf.write from numpy        %7.3f s" % write)
+    print("ond3mf.read, in turns with:    %7.3f s" % from_file)
+    print("  ond3mf.load                  %7.3f s" % load)
+    print("  ond3mf.read of bytes         %7.3f s" % from_bytes)
+    print("Model.save                     %7.3f s" % save)
     print()
     print("read / C++ import              %7.2f   (target 1.2)" % (read / cpp_import))
     print("write / C++ export             %7.2f   (target 1.2)" % (write / cpp_export))
     print("read peak / (C++ peak + arrays) %6.2f   (target 1.0)" %
           ((read_peak - py_base) / (cpp_peak - cpp_base + arrays)))
+    print("load / read                    %7.2f   (target 1.1)" % (load / from_file))
+    print("Model.save / C++ export        %7.2f   (target 1.2)" % (save / cpp_export))
+    print("read of bytes / read of file   %7.2f   (target 1.0)" % (from_bytes / from_file))
 
 
 if __name__ == "__main__":

@@ -38,7 +38,8 @@ def main():
     parser.add_argument("folder")
     parser.add_argument("--scheduler", help="address of a dask.distributed scheduler")
     arguments = parser.parse_args()
-    files = sorted(str(path) for path in pathlib.Path(arguments.folder).rglob("*.3mf"))
+    # Windows programs write "*.3MF" as often as "*.3mf".
+    files = sorted(str(path) for path in pathlib.Path(arguments.folder).rglob("*") if path.suffix.lower() == ".3mf")
     bag = dask.bag.from_sequence(files, npartitions=max(1, min(len(files), 64))).map(inspect)
     if arguments.scheduler:
         from dask.distributed import Client

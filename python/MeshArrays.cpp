@@ -14,6 +14,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
+#include <map>
 #include <vector>
 
 namespace py = pybind11;
@@ -54,7 +56,8 @@ struct Destination
     std::uint8_t* colors = nullptr;
     float* uvs = nullptr;
     std::int32_t* textureIds = nullptr;
-    std::vector<std::uint8_t*> pixels; // one per texture
+    // One per texture; null where an earlier mesh's array shows its image.
+    std::vector<std::uint8_t*> pixels;
     std::uint32_t* beamEnds = nullptr;
     double* beamRadii = nullptr;
 };
@@ -68,10 +71,14 @@ T* NewArray(py::object& field, std::vector<std::size_t> const& shape)
     return data;
 }
 
+// The array of each image made so far, so that meshes showing one image (the
+// objects of a file that use one texture) share its array.
+using ImageArrays = std::map<OndSDK::Common::ImageBitmap const*, py::object>;
+
 // Every array of the mesh at its final size, empty; with the GIL.
-Destination Allocate(import::ImportedPart const& part, bool coloured, Mesh& result)
+Destination Allocate(MeshSource const& source, bool coloured, ImageArrays& images, Mesh& result)
 {
-    MStlBase const& mesh = *part.mesh;
+    MStlBase const& mesh = *source.mesh;
     Destination to;
     to.mesh = &mesh;
     std::size_t const count = mesh.GetNumberOfTriangles();
@@ -88,15 +95,17 @@ Destination Allocate(import::ImportedPart const& part, bool coloured, Mesh& resu
     {
         to.uvs = NewArray<float>(result.uvs, {count, 3, 2});
         to.textureIds = NewArray<std::int32_t>(result.texture_ids, {count});
-        py::list images;
+        py::list shown;
         for (MStlTexture const* texture : textures)
         {
-            py::object image;
             OndSDK::Common::ImageBitmap const& bitmap = texture->GetBitmap();
-            to.pixels.push_back(NewArray<std::uint8_t>(image, {bitmap.GetHeight(), bitmap.GetWidth(), 4}));
-            images.append(std::move(image));
+            auto [entry, fresh] = images.try_emplace(&bitmap);
+            to.pixels.push_back(
+                fresh ? NewArray<std::uint8_t>(entry->second, {bitmap.GetHeight(), bitmap.GetWidth(), 4})
+                      : nullptr);
+            shown.append(entry->second);
         }
-        result.textures = std::move(images);
+        result.textures = std::move(shown);
     }
     std::size_t const beams = mesh.GetFeature().GetNumEdges();
     if (beams != 0)
@@ -104,7 +113,8 @@ Destination Allocate(import::ImportedPart const& part, bool coloured, Mesh& resu
         to.beamEnds = NewArray<std::uint32_t>(result.beams, {beams, 2});
         to.beamRadii = NewArray<double>(result.beam_radii, {beams, 2});
     }
-    result.name = part.name;
+    result.name = source.name;
+    result.material = ColourText(mesh.GetMaterial().GetRGB());
     return to;
 }
 
@@ -163,7 +173,10 @@ void FillTextures(MStlBase const& mesh, Destination const& to)
             std::copy(values, values + 6, to.uvs + 6 * std::size_t(index));
             to.textureIds[index] = static_cast<std::int32_t>(t);
         }
-        FillPixels(texture.GetBitmap(), to.pixels[t]);
+        if (to.pixels[t] != nullptr)
+        {
+            FillPixels(texture.GetBitmap(), to.pixels[t]);
+        }
     }
 }
 
@@ -219,21 +232,29 @@ void Fill(Destination const& to)
 }
 } // namespace
 
-std::vector<Mesh> ToPython(std::vector<import::ImportedPart> const& parts)
+std::string ColourText(std::uint32_t rgb)
 {
-    std::vector<char> coloured(parts.size());
+    char text[8];
+    std::snprintf(text, sizeof text, "#%02X%02X%02X", rgb & 0xFF, (rgb >> 8) & 0xFF, (rgb >> 16) & 0xFF);
+    return text;
+}
+
+std::vector<Mesh> ToPython(std::vector<MeshSource> const& meshes)
+{
+    std::vector<char> coloured(meshes.size());
     {
         py::gil_scoped_release release;
-        for (std::size_t i = 0; i < parts.size(); ++i)
+        for (std::size_t i = 0; i < meshes.size(); ++i)
         {
-            coloured[i] = HasColors(*parts[i].mesh);
+            coloured[i] = HasColors(*meshes[i].mesh);
         }
     }
-    std::vector<Mesh> result(parts.size());
+    std::vector<Mesh> result(meshes.size());
     std::vector<Destination> destinations;
-    for (std::size_t i = 0; i < parts.size(); ++i)
+    ImageArrays images;
+    for (std::size_t i = 0; i < meshes.size(); ++i)
     {
-        destinations.push_back(Allocate(parts[i], coloured[i] != 0, result[i]));
+        destinations.push_back(Allocate(meshes[i], coloured[i] != 0, images, result[i]));
     }
     {
         py::gil_scoped_release release;

@@ -1,25 +1,21 @@
 // The Python module ond3mf: read, write and info over the library's import
-// and export, with numpy arrays in and out. Exceptions of C++ are translated
-// here once; the GIL is released around the library's work.
+// and export with numpy arrays in and out, and the Mesh they hand over. The
+// model classes and load() are registered from ModelBindings.cpp.
 #include "MeshArrays.h"
 #include "MeshSummary.h"
-#include "ModuleErrors.h"
+#include "Model.h"
 #include "ProjectBindings.h"
+#include "Shared.h"
+#include "Source.h"
 
 #include "format3mf/ImportFile.h"
 #include "format3mf/Version.h"
 #include "format3mf/WriteFile.h"
 
-#include "common/IProgressDelegate.h"
 #include "triangles/MStlBase.h"
 
 #include <pybind11/stl.h>
 
-#include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <system_error>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -27,234 +23,105 @@ namespace py = pybind11;
 
 namespace format3mf::python
 {
-namespace
+char const* RoleWord(Format_3MF::PartRole role)
 {
-// Follows the library's progress on its thread: with the GIL, calls the
-// user's callable and looks for Ctrl-C, at most every hundredth of the way.
-// What Python raised there cancels the work and is raised again after it.
-class PythonProgress : public OndSDK::Common::IProgressDelegate
-{
-public:
-    explicit PythonProgress(py::object callable) : m_callable(std::move(callable)) {}
-    ~PythonProgress() override
+    switch (role)
     {
-        py::gil_scoped_acquire gil;
-        m_callable = py::object();
-        m_error.reset();
+    case Format_3MF::PartRole::NegativeVolume:
+        return "negative";
+    case Format_3MF::PartRole::Modifier:
+        return "modifier";
+    case Format_3MF::PartRole::SupportBlocker:
+        return "support_blocker";
+    case Format_3MF::PartRole::SupportEnforcer:
+        return "support_enforcer";
+    case Format_3MF::PartRole::Printable:
+        break;
     }
-
-    // Raises what the callable or a signal raised during the work, if any.
-    void RaiseIfFailed()
-    {
-        if (m_error)
-        {
-            m_error->restore();
-            m_error.reset();
-            throw py::error_already_set();
-        }
-    }
-
-protected:
-    void OnProgress(double fraction) override
-    {
-        if (fraction < m_next && fraction < 1.0)
-        {
-            return;
-        }
-        m_next = fraction + 0.01;
-        py::gil_scoped_acquire gil;
-        if (m_error)
-        {
-            return;
-        }
-        try
-        {
-            if (PyErr_CheckSignals() != 0)
-            {
-                throw py::error_already_set();
-            }
-            if (m_callable && !m_callable.is_none())
-            {
-                m_callable(fraction);
-            }
-        }
-        catch (py::error_already_set& error)
-        {
-            m_error = std::make_unique<py::error_already_set>(std::move(error));
-            Cancel();
-        }
-    }
-
-private:
-    py::object m_callable;
-    std::unique_ptr<py::error_already_set> m_error;
-    double m_next = 0.0;
-};
-} // namespace
-
-// A path as the file system's bytes: os.fsencode takes str, bytes and
-// os.PathLike, and gives a name that is not UTF-8 as it is.
-std::string PathOf(py::object const& path)
-{
-    std::string const name = py::module_::import("os").attr("fsencode")(path).cast<std::string>();
-    if (name.find('\0') != std::string::npos)
-    {
-        throw py::value_error("the path " + py::repr(path).cast<std::string>() +
-                              " has a NUL character, which no file name can hold");
-    }
-    return name;
+    return "printable";
 }
 
-// The path as Python gives it in OSError.filename: str or bytes, as passed.
-py::object FileNameOf(py::object const& path)
+std::vector<Mesh> PartsToPython(import::ImportResult const& result, bool projectParts)
 {
-    return py::module_::import("os").attr("fspath")(path);
-}
-
-py::object g_error;
-py::object g_fileError;
-py::object g_warning;
-namespace
-{
-// Each subclass of OSError paired with the subclass of FileError that is it
-// too; FileError holds those.
-std::vector<std::pair<py::handle, py::handle>> g_fileErrorKinds;
-
-// For each subclass of OSError that Python gives an errno of a file, a
-// subclass of FileError that is that one too, so that `except
-// FileNotFoundError` takes ours. It is an attribute of FileError, where
-// pickle finds it by its name.
-void AddFileErrorKinds()
-{
-    for (PyObject* kind :
-         {PyExc_FileNotFoundError, PyExc_IsADirectoryError, PyExc_NotADirectoryError, PyExc_PermissionError})
+    std::vector<MeshSource> sources;
+    for (import::ImportedPart const& part : result.parts)
     {
-        py::handle const base(kind);
-        std::string const name = base.attr("__name__").cast<std::string>();
-        py::dict body;
-        body["__module__"] = "ond3mf";
-        body["__qualname__"] = "FileError." + name;
-        body["__doc__"] = "An ond3mf.FileError that is a " + name + ".";
-        py::object const type = py::reinterpret_borrow<py::object>(reinterpret_cast<PyObject*>(&PyType_Type))(
-            name, py::make_tuple(g_fileError, base), body);
-        g_fileError.attr(name.c_str()) = type;
-        g_fileErrorKinds.emplace_back(base, type);
+        sources.push_back({part.mesh.get(), part.name});
     }
-}
-} // namespace
-
-[[noreturn]] void RaiseError(std::string const& message)
-{
-    PyErr_SetString(g_error.ptr(), message.c_str());
-    throw py::error_already_set();
-}
-
-// The FileError of a file that the system refused, with errno, strerror
-// and filename; of the OSError subclass that Python gives the errno.
-[[noreturn]] void RaiseFileError(int code, py::object const& filename)
-{
-    std::string const cause = std::generic_category().message(code);
-    py::handle const kind = py::type::handle_of(py::handle(PyExc_OSError)(code, cause));
-    py::handle type = g_fileError;
-    for (auto const& [base, ours] : g_fileErrorKinds)
+    std::vector<Mesh> meshes = ToPython(sources);
+    for (std::size_t i = 0; projectParts && i < meshes.size(); ++i)
     {
-        if (base.is(kind))
-        {
-            type = ours;
-        }
+        meshes[i].role = py::str(RoleWord(result.parts[i].role));
+        std::string const colour = apps::FilamentColour(result.parts[i]);
+        meshes[i].colour = colour.size() == 7 && colour[0] == '#' ? py::object(py::str(colour)) : py::none();
     }
-    PyErr_SetObject(type.ptr(), py::make_tuple(code, cause, filename).ptr());
-    throw py::error_already_set();
-}
-
-// The errno of a failed write, 0 where it is none: the library ends its
-// message with the system's cause, in the words of std::generic_category.
-int ErrnoOf(std::string const& error)
-{
-    for (int code = 1; code < 256; ++code)
-    {
-        std::string const cause = ": " + std::generic_category().message(code);
-        if (error.size() > cause.size() &&
-            error.compare(error.size() - cause.size(), cause.size(), cause) == 0)
-        {
-            return code;
-        }
-    }
-    return 0;
-}
-
-std::string Joined(std::vector<std::string> const& messages)
-{
-    std::string text;
-    for (std::string const& message : messages)
-    {
-        text += (text.empty() ? "" : "\n") + message;
-    }
-    return text;
-}
-
-// A file that can't be opened for reading is an OSError with its errno; so
-// is a folder, which open() takes but no read can use.
-void CheckReadable(std::string const& name, py::object const& path)
-{
-    int const descriptor = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-    int code = descriptor < 0 ? errno : 0;
-    if (descriptor >= 0)
-    {
-        struct stat status = {};
-        code = ::fstat(descriptor, &status) != 0 ? errno : S_ISDIR(status.st_mode) ? EISDIR : 0;
-        ::close(descriptor);
-    }
-    if (code != 0)
-    {
-        RaiseFileError(code, FileNameOf(path));
-    }
+    return meshes;
 }
 
 namespace
 {
-import::ImportResult Import(py::object const& path, bool textures, bool asOne,
-                            py::object progress){std::string const name = PathOf(path);
-CheckReadable(name, path);
-auto delegate = std::make_shared<PythonProgress>(std::move(progress));
-import::ImportSettings settings;
-settings.textures = textures;
-settings.asOnePart = asOne;
+// Why a file that read without error gave no mesh, as ond3mf-info says it.
+std::string WhyNoMesh(std::vector<std::string> const& warnings)
+{
+    if (warnings.empty())
+    {
+        return "no build item places an object that holds geometry";
+    }
+    return "no build item yields geometry; the read warned: " + warnings.front() +
+           (warnings.size() > 1 ? " (and " + std::to_string(warnings.size() - 1) + " more)" : "");
+}
+
+import::ImportResult Import(ReadSource const& input, import::ImportSettings settings, py::object progress){
+    auto delegate = std::make_shared<PythonProgress>(std::move(progress));
 settings.progress = delegate;
 import::ImportResult result;
 {
     py::gil_scoped_release release;
-    result = import::ImportFile(name, settings);
+    result = import::ImportFile(input.Path(), settings);
 }
 delegate->RaiseIfFailed();
-for (std::string const& warning : result.warnings)
+for (std::string& warning : result.warnings)
 {
-    // A C++ function has no frame of its own: 1 is the caller's line.
-    if (PyErr_WarnEx(g_warning.ptr(), warning.c_str(), 1) != 0)
-    {
-        throw py::error_already_set();
-    }
+    warning = input.Shown(warning);
 }
+Warn(result.warnings);
 if (result.status == import::Importer::Canceled)
 {
     RaiseError("reading was cancelled");
 }
 if (result.status != import::Importer::Success)
 {
+    for (std::string& error : result.errors)
+    {
+        error = input.Shown(error);
+    }
     RaiseError(Joined(result.errors));
+}
+if (result.parts.empty())
+{
+    Warn({"The file gives no mesh: " + WhyNoMesh(result.warnings) + "."});
 }
 return result;
 } // namespace
 
-std::vector<Mesh> Read(py::object const& path, bool textures, bool asOne, py::object progress)
+std::vector<Mesh> Read(py::object const& source, bool textures, bool asOne, py::object progress,
+                       bool projectParts, bool nonPrintable)
 {
-    return ToPython(Import(path, textures, asOne, std::move(progress)).parts);
+    ReadSource const input(source);
+    import::ImportSettings settings;
+    settings.textures = textures;
+    settings.asOnePart = asOne;
+    settings.projectParts = projectParts;
+    settings.nonPrintableParts = nonPrintable;
+    import::ImportResult const result = Import(input, settings, std::move(progress));
+    return PartsToPython(result, projectParts);
 }
 
 // The records of ond3mf-info --json, as Python's json module reads them.
-py::list Info(py::object const& path)
+py::list Info(py::object const& source)
 {
-    import::ImportResult const result = Import(path, true, false, py::none());
+    ReadSource const input(source);
+    import::ImportResult const result = Import(input, import::ImportSettings(), py::none());
     py::object const loads = py::module_::import("json").attr("loads");
     py::list meshes;
     for (import::ImportedPart const& part : result.parts)
@@ -267,13 +134,29 @@ py::list Info(py::object const& path)
 
 // WriteFile writes beside the target and renames over it when the file is
 // whole, so that a failure or a cancel leaves the target as it was.
-void Write(py::object const& path, py::iterable const& meshes, bool binary, bool zip64, py::object progress)
+void Write(py::object const& path, py::iterable const& meshes, bool binary, bool zip64, bool dropDegenerate,
+           py::object progress)
 {
     std::string const target = PathOf(path);
     std::vector<CheckedMesh> checked;
+    std::size_t dropped = 0;
     for (py::handle mesh : meshes)
     {
-        checked.push_back(CheckMesh(mesh, "mesh " + std::to_string(checked.size())));
+        std::string const label = "mesh " + std::to_string(checked.size());
+        checked.push_back(CheckMesh(mesh, label, dropDegenerate, true));
+        dropped += checked.back().dropped;
+        if (binary)
+        {
+            CheckBinary(checked.back(), label);
+        }
+    }
+    if (dropped != 0)
+    {
+        Warn({std::to_string(dropped) + " triangle" +
+              (dropped == 1 ? " on one vertex twice was"
+                            : "s on one vertex "
+                              "twice were") +
+              " left out (drop_degenerate=True)."});
     }
     WriteSettings settings;
     settings.binary = binary;
@@ -303,12 +186,236 @@ void Write(py::object const& path, py::iterable const& meshes, bool binary, bool
     delegate->RaiseIfFailed();
     if (!written.ok)
     {
-        if (int const code = written.cancelled ? 0 : ErrnoOf(written.error); code != 0)
-        {
-            RaiseFileError(code, FileNameOf(path));
-        }
-        RaiseError(written.error);
+        RaiseWriteFailure(written.error, written.cancelled, path);
     }
+    Warn(written.warnings);
+}
+
+py::tuple StateOf(Mesh const& mesh)
+{
+    return py::make_tuple(mesh.vertices, mesh.triangles, mesh.triangle_colors, mesh.uvs, mesh.texture_ids,
+                          mesh.textures, mesh.beams, mesh.beam_radii, mesh.name, mesh.role, mesh.colour,
+                          mesh.material);
+}
+
+Mesh FromState(py::tuple const& state)
+{
+    if (state.size() != 12)
+    {
+        throw py::value_error("a pickled ond3mf.Mesh holds 12 fields, not " + std::to_string(state.size()));
+    }
+    Mesh mesh;
+    mesh.vertices = state[0];
+    mesh.triangles = state[1];
+    mesh.triangle_colors = state[2];
+    mesh.uvs = state[3];
+    mesh.texture_ids = state[4];
+    mesh.textures = state[5];
+    mesh.beams = state[6];
+    mesh.beam_radii = state[7];
+    mesh.name = state[8].cast<std::string>();
+    mesh.role = state[9];
+    mesh.colour = state[10];
+    mesh.material = state[11].cast<std::string>();
+    return mesh;
+}
+
+// Equal arrays (NaN equal to NaN), lists of equal arrays, or equal values.
+bool Same(py::handle a, py::handle b)
+{
+    if (a.is_none() || b.is_none())
+    {
+        return a.is_none() && b.is_none();
+    }
+    if (py::isinstance<py::list>(a) && py::isinstance<py::list>(b))
+    {
+        if (py::len(a) != py::len(b))
+        {
+            return false;
+        }
+        for (std::size_t i = 0; i < py::len(a); ++i)
+        {
+            if (!Same(a[py::int_(i)], b[py::int_(i)]))
+            {
+                return false;
+            }
+        }
+        return true;
+    }
+    py::object const numpy = py::module_::import("numpy");
+    py::array const left = py::array::ensure(a);
+    bool const real = left && left.dtype().kind() == 'f';
+    PyErr_Clear();
+    return numpy.attr("array_equal")(a, b, py::arg("equal_nan") = real).cast<bool>();
+}
+
+bool Equal(Mesh const& a, Mesh const& b)
+{
+    py::tuple const left = StateOf(a);
+    py::tuple const right = StateOf(b);
+    for (std::size_t i = 0; i < left.size(); ++i)
+    {
+        if (!Same(left[i], right[i]))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string Count(py::handle field)
+{
+    return field.is_none() ? "0" : std::to_string(py::len(field));
+}
+
+std::string ReprOf(Mesh const& mesh)
+{
+    std::string text = "<ond3mf.Mesh '" + mesh.name + "': " + Count(mesh.vertices) + " vertices, " +
+                       Count(mesh.triangles) + " triangles";
+    if (!mesh.triangle_colors.is_none())
+    {
+        text += ", coloured";
+    }
+    if (!mesh.textures.is_none())
+    {
+        text += ", " + Count(mesh.textures) + " textures";
+    }
+    if (!mesh.beams.is_none())
+    {
+        text += ", " + Count(mesh.beams) + " beams";
+    }
+    if (!mesh.role.is_none())
+    {
+        text += ", " + py::str(mesh.role).cast<std::string>();
+    }
+    return text + ">";
+}
+
+void RegisterMesh(py::module_& module)
+{
+    py::options options;
+    options.disable_function_signatures();
+    py::class_<Mesh>(
+        module, "Mesh",
+        "One mesh, in millimetres: vertices and triangles, and where the file has them colours,\n"
+        "textures and beams. Mesh(...) turns what it is given into arrays of these dtypes. A Mesh\n"
+        "pickles, copies and compares (==) by its arrays.")
+        .def(py::init(
+                 [](py::object vertices, py::object triangles, py::object colors, std::string name,
+                    py::object uvs, py::object textureIds, py::object textures, py::object beams,
+                    py::object radii)
+                 {
+                     py::dict fields;
+                     fields["vertices"] = vertices;
+                     fields["triangles"] = triangles;
+                     fields["triangle_colors"] = colors;
+                     fields["name"] = name;
+                     fields["uvs"] = uvs;
+                     fields["texture_ids"] = textureIds;
+                     fields["textures"] = textures;
+                     fields["beams"] = beams;
+                     fields["beam_radii"] = radii;
+                     py::object const given = py::module_::import("types").attr("SimpleNamespace")(**fields);
+                     return ToMeshObject(CheckMesh(given, "Mesh", false, false));
+                 }),
+             py::arg("vertices"), py::arg("triangles"), py::arg("triangle_colors") = py::none(),
+             py::arg("name") = "", py::arg("uvs") = py::none(), py::arg("texture_ids") = py::none(),
+             py::arg("textures") = py::none(), py::arg("beams") = py::none(),
+             py::arg("beam_radii") = py::none(),
+             OND3MF_DOC("__init__(self, vertices, triangles, triangle_colors=None, name='', uvs=None, "
+                        "texture_ids=None, textures=None, beams=None, beam_radii=None)",
+                        "A mesh from arrays or anything numpy turns into arrays: vertices of any real or\n"
+                        "integer type, triangles of any integer type, triangle_colors as M x 3 x 4 (per\n"
+                        "corner) or M x 3 / M x 4 (per triangle) integers from 0 to 255. Raises ValueError\n"
+                        "naming the field that has the wrong shape, type or index."))
+        .def_readwrite("vertices", &Mesh::vertices, "float64 N x 3: the vertices, millimetres.")
+        .def_readwrite("triangles", &Mesh::triangles, "uint32 M x 3: the vertex indices of each triangle.")
+        .def_readwrite("triangle_colors", &Mesh::triangle_colors,
+                       "uint8 M x 3 x 4 or None: RGBA of each corner of each triangle. Reading gives each\n"
+                       "corner its own colour where the file does and alpha 255 (the file's alpha is not\n"
+                       "read yet); a triangle without a colour of its own shows the mesh's material.")
+        .def_readwrite("uvs", &Mesh::uvs, "float32 M x 3 x 2 or None: texture coordinates of each corner.")
+        .def_readwrite(
+            "texture_ids", &Mesh::texture_ids,
+            "int32 M or None: the index in textures of each triangle's image, -1 where untextured.")
+        .def_readwrite("textures", &Mesh::textures, "list of uint8 H x W x 4 (RGBA) or None: the images.")
+        .def_readwrite("beams", &Mesh::beams, "uint32 K x 2 or None: the vertex indices of each beam's ends.")
+        .def_readwrite("beam_radii", &Mesh::beam_radii,
+                       "float64 K x 2 or None: the radius at each end of each beam, mm; NaN where none.")
+        .def_readwrite("name", &Mesh::name, "str: the object's or part's name.")
+        .def_readwrite(
+            "material", &Mesh::material,
+            "str: '#RRGGBB', the colour of the triangles that have none of their own (the object's\n"
+            "colour in the file; light grey where it has none).")
+        .def_readwrite("role", &Mesh::role,
+                       "str or None: with read(project_parts=True), what the part does: 'printable',\n"
+                       "'negative', 'modifier', 'support_blocker' or 'support_enforcer'.")
+        .def_readwrite("colour", &Mesh::colour,
+                       "str or None: with read(project_parts=True), the '#RRGGBB' of a printed part's\n"
+                       "filament; None for a part that is not printed.")
+        .def("__repr__", &ReprOf, OND3MF_DOC("__repr__(self)", "The mesh's name and counts."))
+        .def(
+            "__eq__",
+            [](Mesh const& a, py::object const& b)
+            {
+                return py::isinstance<Mesh>(b) ? py::bool_(Equal(a, b.cast<Mesh const&>()))
+                                               : py::reinterpret_borrow<py::object>(Py_NotImplemented);
+            },
+            OND3MF_DOC("__eq__(self, other)", "Whether every array and value of the two meshes is equal."))
+        .def(py::pickle([](Mesh const& mesh) { return StateOf(mesh); },
+                        [](py::tuple const& state) { return FromState(state); }),
+             OND3MF_DOC("__setstate__(self, state)", "The mesh that __getstate__ gave the state of."));
+    // The pickling above gives __getstate__ no documentation of its own.
+    py::object const mesh = py::type::of<Mesh>();
+    py::setattr(
+        mesh, "__getstate__",
+        py::cpp_function([](Mesh const& mesh) { return StateOf(mesh); }, py::name("__getstate__"),
+                         py::is_method(mesh),
+                         OND3MF_DOC("__getstate__(self)", "The mesh's fields, for pickle and copy.")));
+    // Compared by value, a Mesh is no dict key.
+    mesh.attr("__hash__") = py::none();
+
+    module.def(
+        "read", &Read, py::arg("source"), py::arg("textures") = true, py::arg("as_one") = false,
+        py::arg("progress") = py::none(), py::arg("project_parts") = false, py::arg("non_printable") = false,
+        OND3MF_DOC("read(source, textures=True, as_one=False, progress=None, project_parts=False, "
+                   "non_printable=False)",
+                   "Reads a 3MF file into a list of Mesh, one per build item with geometry (all merged\n"
+                   "into one with as_one), transformations applied, in millimetres; ond3mf.load gives\n"
+                   "the model as the file holds it. source is a path (str, bytes or os.PathLike), a\n"
+                   "binary file-like object, or the bytes of a whole file (bytes holding a NUL or\n"
+                   "starting with 'PK', bytearray, memoryview). textures=False decodes no image: faster\n"
+                   "where only geometry matters. With project_parts the parts of a slicer project\n"
+                   "(Bambu Studio, OrcaSlicer, PrusaSlicer, ...) are meshes of their own, with role and\n"
+                   "colour; non_printable adds the parts that are not printed (modifiers, negative\n"
+                   "volumes, support blockers and enforcers). Warnings of the read, and why a file gives\n"
+                   "no mesh, are ond3mf.Warning. progress(fraction) is called now and then and may raise\n"
+                   "to cancel. Raises ond3mf.FileError (an OSError) when the file can't be opened,\n"
+                   "ond3mf.Error when it can't be read."));
+    module.def(
+        "write", &Write, py::arg("path"), py::arg("meshes"), py::arg("binary") = false,
+        py::arg("zip64") = false, py::arg("drop_degenerate") = false, py::arg("progress") = py::none(),
+        OND3MF_DOC("write(path, meshes, binary=False, zip64=False, drop_degenerate=False, progress=None)",
+                   "Writes meshes as objects of a 3MF file, each with a build item. A mesh is a Mesh or\n"
+                   "anything with vertices (any real or integer type) and faces or triangles (any integer\n"
+                   "type; trimesh's faces are taken before its triangles), and optionally\n"
+                   "triangle_colors (M x 3 x 4, or one colour per triangle as M x 3 or M x 4; else a\n"
+                   "trimesh visual with face colours), uvs, texture_ids and textures, beams and\n"
+                   "beam_radii, and name. binary puts vertices and triangles in the model's binary side\n"
+                   "part: faster and smaller, but without colours and textures, which other programs do\n"
+                   "not read from it. zip64 allows an archive past 4 GiB and 65535 entries.\n"
+                   "drop_degenerate leaves out triangles on one vertex twice, with a warning, instead of\n"
+                   "refusing them. Every mesh is checked first: a bad shape, dtype, index or coordinate,\n"
+                   "or a colour with an alpha the file can't keep, raises ValueError naming the mesh and\n"
+                   "the field, and nothing is written. A write that fails or is cancelled leaves the\n"
+                   "target as it was and no other file; it raises ond3mf.FileError (an OSError) where the\n"
+                   "system refused, with the cause, what progress raised, or ond3mf.Error."));
+    module.def(
+        "info", &Info, py::arg("source"),
+        OND3MF_DOC("info(source)",
+                   "The figures ond3mf-info prints, as a dict per mesh with the keys of its --json: name,\n"
+                   "vertices, triangles, box (min and max, millimetres), coloured_triangles,\n"
+                   "textured_triangles, textures, beams. source as for read."));
 }
 } // namespace format3mf::python
 } // namespace format3mf::python
@@ -326,98 +433,8 @@ PYBIND11_MODULE(ond3mf, module)
     // up here, while the import of this module has the interpreter.
     py::detail::npy_api::get();
 
-    g_error = py::reinterpret_steal<py::object>(PyErr_NewExceptionWithDoc(
-        "ond3mf.Error", "A 3MF file could not be read or written; the message says why.", nullptr, nullptr));
-    g_fileError = py::reinterpret_steal<py::object>(PyErr_NewExceptionWithDoc(
-        "ond3mf.FileError",
-        "A file that the system would not open or write: an Error and an OSError, with errno, strerror\n"
-        "and filename. Where Python has a subclass of OSError for the errno (FileNotFoundError,\n"
-        "IsADirectoryError, NotADirectoryError, PermissionError) it is that one too.",
-        py::make_tuple(g_error, py::handle(PyExc_OSError)).ptr(), nullptr));
-    g_warning = py::reinterpret_steal<py::object>(PyErr_NewExceptionWithDoc(
-        "ond3mf.Warning", "Something of a file that was read all the same; the message says what.",
-        PyExc_UserWarning, nullptr));
-    AddFileErrorKinds();
-    module.attr("Error") = g_error;
-    module.attr("FileError") = g_fileError;
-    module.attr("Warning") = g_warning;
-    // Anything of C++ that reaches the edge is an ond3mf.Error, never a crash.
-    py::register_exception_translator(
-        [](std::exception_ptr pending)
-        {
-            try
-            {
-                std::rethrow_exception(pending);
-            }
-            catch (py::error_already_set const&)
-            {
-                throw;
-            }
-            catch (py::builtin_exception const&)
-            {
-                throw;
-            }
-            catch (std::exception const& error)
-            {
-                PyErr_SetString(g_error.ptr(), error.what());
-            }
-        });
-
-    py::class_<Mesh>(module, "Mesh",
-                     "One mesh: vertices (float64 N x 3, millimetres), triangles (uint32 M x 3), and\n"
-                     "where present triangle_colors (uint8 M x 3 x 4, RGBA per corner), uvs (float32\n"
-                     "M x 3 x 2), texture_ids (int32 M, -1 untextured), textures (list of uint8\n"
-                     "H x W x 4), beams (uint32 K x 2) with beam_radii (float64 K x 2, NaN where a beam\n"
-                     "has none), and the object's name.")
-        .def(py::init(
-                 [](py::object vertices, py::object triangles, py::object colors, std::string name)
-                 {
-                     Mesh mesh;
-                     mesh.vertices = std::move(vertices);
-                     mesh.triangles = std::move(triangles);
-                     mesh.triangle_colors = std::move(colors);
-                     mesh.uvs = mesh.texture_ids = mesh.textures = mesh.beams = mesh.beam_radii = py::none();
-                     mesh.name = std::move(name);
-                     return mesh;
-                 }),
-             py::arg("vertices"), py::arg("triangles"), py::arg("triangle_colors") = py::none(),
-             py::arg("name") = "")
-        .def_readwrite("vertices", &Mesh::vertices)
-        .def_readwrite("triangles", &Mesh::triangles)
-        .def_readwrite("triangle_colors", &Mesh::triangle_colors)
-        .def_readwrite("uvs", &Mesh::uvs)
-        .def_readwrite("texture_ids", &Mesh::texture_ids)
-        .def_readwrite("textures", &Mesh::textures)
-        .def_readwrite("beams", &Mesh::beams)
-        .def_readwrite("beam_radii", &Mesh::beam_radii)
-        .def_readwrite("name", &Mesh::name)
-        .def("__repr__",
-             [](Mesh const& mesh)
-             {
-                 return "<ond3mf.Mesh '" + mesh.name + "' " +
-                        py::str(mesh.vertices.attr("shape")).cast<std::string>() + " vertices, " +
-                        py::str(mesh.triangles.attr("shape")).cast<std::string>() + " triangles>";
-             });
-
-    module.def("read", &Read, py::arg("path"), py::arg("textures") = true, py::arg("as_one") = false,
-               py::arg("progress") = py::none(),
-               "Reads a 3MF file into a list of Mesh, one per build item with geometry (all merged into\n"
-               "one with as_one), transformations applied, in millimetres. path is str, bytes or\n"
-               "os.PathLike. Warnings of the read are ond3mf.Warning, through the warnings module.\n"
-               "progress(fraction) is called now and then and may raise to cancel. Raises\n"
-               "ond3mf.FileError (an OSError) when the file can't be opened, ond3mf.Error when it\n"
-               "can't be read.");
-    module.def("write", &Write, py::arg("path"), py::arg("meshes"), py::arg("binary") = false,
-               py::arg("zip64") = false, py::arg("progress") = py::none(),
-               "Writes meshes (Mesh, or anything with vertices, triangles and optionally\n"
-               "triangle_colors and name) as objects of a 3MF file. Every mesh is checked first: a bad\n"
-               "shape, dtype, index or coordinate raises ValueError naming the mesh and the field, and\n"
-               "nothing is written. A write that fails or is cancelled leaves the target as it was and\n"
-               "no other file; it raises ond3mf.FileError (an OSError) where the system refused, with\n"
-               "the cause, what progress raised, or ond3mf.Error.");
-    module.def("info", &Info, py::arg("path"),
-               "The figures ond3mf-info prints, as a dict per mesh with the keys of its --json: name,\n"
-               "vertices, triangles, box (min and max, millimetres), coloured_triangles,\n"
-               "textured_triangles, textures, beams.");
+    RegisterErrors(module);
+    RegisterMesh(module);
+    RegisterModel(module);
     AddProjectBindings(module);
 }

@@ -4,7 +4,7 @@
 #include "ProjectBindings.h"
 
 #include "MeshArrays.h"
-#include "ModuleErrors.h"
+#include "Shared.h"
 
 #include "format3mf/Project.h"
 
@@ -73,18 +73,6 @@ auto Editing(SharedProject& shared, Function function)
     }
 }
 
-// Each as an ond3mf.Warning at the caller's line.
-void Warn(std::vector<std::string> const& warnings)
-{
-    for (std::string const& warning : warnings)
-    {
-        if (PyErr_WarnEx(g_warning.ptr(), warning.c_str(), 1) != 0)
-        {
-            throw py::error_already_set();
-        }
-    }
-}
-
 std::unique_ptr<SharedProject> Open(py::object const& path)
 {
     std::string const name = PathOf(path);
@@ -114,12 +102,7 @@ void Save(SharedProject const& shared, py::object const& path)
     }
     catch (ProjectError const& error)
     {
-        if (int const code = ErrnoOf(error.what()); code != 0)
-        {
-            RaiseFileError(code, FileNameOf(path));
-        }
-        PyErr_SetString(g_fileError.ptr(), error.what());
-        throw py::error_already_set();
+        RaiseWriteFailure(error.what(), false, path);
     }
 }
 
@@ -140,24 +123,6 @@ py::bytes ReadEntry(SharedProject const& shared, std::string const& name)
         throw py::value_error("The project has no entry " + name);
     }
     return py::bytes(*data);
-}
-
-char const* RoleName(Format_3MF::PartRole role)
-{
-    switch (role)
-    {
-    case Format_3MF::PartRole::NegativeVolume:
-        return "negative";
-    case Format_3MF::PartRole::Modifier:
-        return "modifier";
-    case Format_3MF::PartRole::SupportBlocker:
-        return "support_blocker";
-    case Format_3MF::PartRole::SupportEnforcer:
-        return "support_enforcer";
-    case Format_3MF::PartRole::Printable:
-        break;
-    }
-    return "printable";
 }
 
 // The 3MF transform moves a point as a row, [x y z 1] times the 4 x 3
@@ -249,15 +214,11 @@ int AddObject(SharedProject& shared, py::object const& vertices, py::object cons
               std::string const& name, int extruder, py::object const& triangleFilaments, int plate,
               std::optional<std::array<double, 2>> const& position)
 {
-    // The module's check of a mesh to write, of coordinates as float64.
-    py::object points = py::array::ensure(vertices);
-    if (points && std::string("iu").find(py::array(points).dtype().kind()) != std::string::npos)
-    {
-        points = points.attr("astype")("float64");
-    }
+    // The module's check of a mesh to write: any integer or real dtypes,
+    // degenerate triangles refused.
     py::object const arrays = py::module_::import("types").attr("SimpleNamespace")(
-        py::arg("vertices") = points ? points : vertices, py::arg("triangles") = triangles);
-    CheckedMesh const checked = CheckMesh(arrays, "add_object");
+        py::arg("vertices") = vertices, py::arg("triangles") = triangles);
+    CheckedMesh const checked = CheckMesh(arrays, "add_object", false, true);
     ProjectMeshInput mesh;
     mesh.vertices.assign(checked.vertices.data(), checked.vertices.data() + checked.vertices.size());
     mesh.triangles.assign(checked.triangles.data(), checked.triangles.data() + checked.triangles.size());
@@ -288,7 +249,7 @@ if (result.status != import::Importer::Success)
 {
     RaiseError(Joined(result.errors));
 }
-return ToPython(result.parts);
+return PartsToPython(result, true);
 } // namespace
 
 py::str Repr(char const* format, py::tuple const& values)
@@ -316,14 +277,14 @@ void AddModelClasses(py::class_<SharedProject>& owner)
                       "volume's number, from 1.")
         .def_readonly("name", &ProjectPart::name)
         .def_property_readonly(
-            "role", [](ProjectPart const& part) { return RoleName(part.role); },
+            "role", [](ProjectPart const& part) { return RoleWord(part.role); },
             "\"printable\", \"negative\", \"modifier\", \"support_blocker\" or \"support_enforcer\".")
         .def_readonly("extruder", &ProjectPart::extruder, "The part's filament; 0: the object's.")
         .def("__repr__",
              [](ProjectPart const& p)
              {
                  return Repr("Project.Part(id={}, name={!r}, role={!r}, extruder={})",
-                             py::make_tuple(p.id, p.name, RoleName(p.role), p.extruder));
+                             py::make_tuple(p.id, p.name, RoleWord(p.role), p.extruder));
              });
     py::class_<ProjectObject>(owner, "Object", "An object of the project, read only.")
         .def_readonly("id", &ProjectObject::id, "The object's id in the root model.")

@@ -1,6 +1,6 @@
 # Type stubs of the ond3mf extension module: 3MF files as numpy arrays.
 from os import PathLike
-from typing import Any, Callable, Dict, Iterable, List, Optional, Tuple, Union
+from typing import IO, Any, Callable, Dict, Iterable, List, Optional, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -21,47 +21,164 @@ class Warning(UserWarning):
 
 # A file name: str, bytes (the system's bytes, UTF-8 or not) or os.PathLike.
 _Path = Union[str, bytes, PathLike[str], PathLike[bytes]]
+# What a read takes: a path, a binary file-like object, or the bytes of a
+# whole file (bytes holding a NUL or starting with b"PK", bytearray,
+# memoryview; other bytes are a path).
+_Source = Union[_Path, IO[bytes], bytearray, memoryview]
+_Progress = Optional[Callable[[float], Any]]
+# float64 4 x 4; the translation in millimetres, the last row 0 0 0 1.
+_Transform = npt.NDArray[np.float64]
 
 class Mesh:
-    """One mesh of a 3MF file, in millimetres."""
+    """One mesh, in millimetres. Pickles, copies and compares (==) by its
+    arrays."""
 
-    vertices: npt.NDArray[np.float64]  # N x 3
-    triangles: npt.NDArray[np.uint32]  # M x 3
-    triangle_colors: Optional[npt.NDArray[np.uint8]]  # M x 3 x 4, RGBA per corner
-    uvs: Optional[npt.NDArray[np.float32]]  # M x 3 x 2
-    texture_ids: Optional[npt.NDArray[np.int32]]  # M, -1 where untextured
-    textures: Optional[List[npt.NDArray[np.uint8]]]  # H x W x 4 each
-    beams: Optional[npt.NDArray[np.uint32]]  # K x 2 vertex indices
-    beam_radii: Optional[npt.NDArray[np.float64]]  # K x 2, NaN where a beam has none
+    vertices: npt.NDArray[np.float64]
+    """N x 3, millimetres."""
+    triangles: npt.NDArray[np.uint32]
+    """M x 3 vertex indices."""
+    triangle_colors: Optional[npt.NDArray[np.uint8]]
+    """M x 3 x 4: RGBA of each corner. Read files give each corner its own
+    colour where the file does, alpha 255; a triangle without a colour of its
+    own shows material."""
+    uvs: Optional[npt.NDArray[np.float32]]
+    """M x 3 x 2 texture coordinates of each corner."""
+    texture_ids: Optional[npt.NDArray[np.int32]]
+    """M: index into textures of each triangle's image, -1 where untextured."""
+    textures: Optional[List[npt.NDArray[np.uint8]]]
+    """H x W x 4 RGBA images; meshes that show one image share its array."""
+    beams: Optional[npt.NDArray[np.uint32]]
+    """K x 2 vertex indices of each beam's ends."""
+    beam_radii: Optional[npt.NDArray[np.float64]]
+    """K x 2 radius at each end, millimetres; NaN where a beam has none."""
     name: str
+    """The object's or part's name."""
+    material: str
+    """'#RRGGBB': what a triangle without a colour of its own shows."""
+    role: Optional[str]
+    """With read(project_parts=True): 'printable', 'negative', 'modifier',
+    'support_blocker' or 'support_enforcer'; else None."""
+    colour: Optional[str]
+    """With read(project_parts=True): '#RRGGBB' of a printed part's filament;
+    else None."""
     def __init__(
         self,
         vertices: npt.ArrayLike,
         triangles: npt.ArrayLike,
         triangle_colors: Optional[npt.ArrayLike] = None,
         name: str = "",
+        uvs: Optional[npt.ArrayLike] = None,
+        texture_ids: Optional[npt.ArrayLike] = None,
+        textures: Optional[Iterable[npt.ArrayLike]] = None,
+        beams: Optional[npt.ArrayLike] = None,
+        beam_radii: Optional[npt.ArrayLike] = None,
+    ) -> None:
+        """Arrays of the dtypes above from anything numpy turns into arrays;
+        triangle_colors as M x 3 x 4, or one colour per triangle as M x 3 or
+        M x 4, integers from 0 to 255."""
+    def __eq__(self, other: object) -> bool: ...
+
+class Component:
+    """One object placed inside another."""
+
+    object: "Object"
+    transform: _Transform
+    def __init__(self, object: "Object", transform: Optional[npt.ArrayLike] = None) -> None: ...
+
+class Object:
+    """An object of the file: a mesh in its own coordinates, components, or
+    both; one Object however often it is placed."""
+
+    id: int
+    part: str
+    """The model part that holds it, '/3D/3dmodel.model' for the root."""
+    name: str
+    type: str
+    """'model', 'support', 'solidsupport' or 'other'."""
+    mesh: Optional[Mesh]
+    components: List[Component]
+    def __init__(
+        self,
+        mesh: Optional[Mesh] = None,
+        id: int = 0,
+        name: str = "",
+        type: str = "model",
+        components: Optional[List[Component]] = None,
+        part: str = "/3D/3dmodel.model",
     ) -> None: ...
 
+class Item:
+    """A build item: an object placed on the build plate."""
+
+    object: Object
+    @property
+    def object_id(self) -> int: ...
+    transform: _Transform
+    printable: Optional[bool]
+    """None for items read from a file: the library does not read it yet."""
+    partnumber: Optional[str]
+    """None for items read from a file: the library does not read it yet."""
+    def __init__(
+        self,
+        object: Object,
+        transform: Optional[npt.ArrayLike] = None,
+        printable: Optional[bool] = None,
+        partnumber: Optional[str] = None,
+    ) -> None: ...
+
+class Model:
+    """The model of a 3MF file as the file holds it."""
+
+    items: List[Item]
+    objects: List[Object]
+    metadata: Dict[str, str]
+    unit: str
+    """The file's unit word; coordinates and transforms are millimetres."""
+    thumbnail: Optional[bytes]
+    def __init__(self) -> None: ...
+    def object(self, id: int, part: Optional[str] = None) -> Object:
+        """The Object of that id in that model part (None: the root); KeyError
+        if none."""
+    def flatten(self, as_one: bool = False) -> List[Mesh]:
+        """What read() gives for the model's file."""
+    def save(self, path: _Path, binary: bool = False, zip64: bool = False, progress: _Progress = None) -> None:
+        """Writes each object once, items and components with their
+        transforms, metadata and thumbnail; safely, as write() does."""
+
+def load(source: _Source, textures: bool = True, progress: _Progress = None) -> Model:
+    """Reads a 3MF file into a Model as the file holds it. textures=False
+    decodes no image. Warns with ond3mf.Warning."""
+
 def read(
-    path: _Path,
+    source: _Source,
     textures: bool = True,
     as_one: bool = False,
-    progress: Optional[Callable[[float], Any]] = None,
+    progress: _Progress = None,
+    project_parts: bool = False,
+    non_printable: bool = False,
 ) -> List[Mesh]:
-    """Reads a 3MF file into meshes, one per build item with geometry; warns
-    with ond3mf.Warning."""
+    """Reads a 3MF file into meshes, one per build item with geometry
+    (transforms applied), or one with as_one; with project_parts the parts of
+    a slicer project with role and colour, and with non_printable those that
+    are not printed. Warns with ond3mf.Warning, also why a file gives no
+    mesh."""
 
 def write(
     path: _Path,
     meshes: Iterable[Any],
     binary: bool = False,
     zip64: bool = False,
-    progress: Optional[Callable[[float], Any]] = None,
+    drop_degenerate: bool = False,
+    progress: _Progress = None,
 ) -> None:
-    """Writes meshes as objects of a 3MF file; checks every field first. A
-    write that fails or is cancelled leaves the target as it was."""
+    """Writes meshes (Mesh, or anything with vertices and faces or triangles,
+    e.g. a trimesh.Trimesh) as objects of a 3MF file. binary: vertices and
+    triangles in the binary side part, without colours and textures. zip64:
+    an archive past 4 GiB. drop_degenerate: leave out triangles on one vertex
+    twice, with a warning. Checks every field first; a write that fails or is
+    cancelled leaves the target as it was."""
 
-def info(path: _Path) -> List[Dict[str, Any]]:
+def info(source: _Source) -> List[Dict[str, Any]]:
     """The figures ond3mf-info prints, as a dict per mesh with the keys of its
     --json: name, vertices, triangles, box ({"min": [x, y, z], "max": [x, y,
     z]}, millimetres), coloured_triangles, textured_triangles, textures,
