@@ -188,11 +188,10 @@ void RegisterModel(py::module_& module)
         .def_readwrite("transform", &Item::transform,
                        "float64 4 x 4: where the object stands, translation in millimetres.")
         .def_readwrite("printable", &Item::printable,
-                       "bool or None: whether the item is to be printed. The library does not read the\n"
-                       "item's printable attribute yet: None for items read from a file.")
+                       "bool or None: the item's printable attribute as slicers write it ('1' or '0'):\n"
+                       "whether the item is to be printed; None where the file gives none.")
         .def_readwrite("partnumber", &Item::partnumber,
-                       "str or None: the item's part number. The library does not read it yet: None for\n"
-                       "items read from a file.")
+                       "str or None: the item's partnumber attribute; None where the file gives none.")
         .def(
             "__repr__",
             [](Item const& item) {

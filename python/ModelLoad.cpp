@@ -266,7 +266,16 @@ Model Load(py::object const& source, bool textures, py::object progress)
                                ", which does not exist; it is left out.");
             continue;
         }
-        model.items.append(Item{found->second, Transform(item.m_transform, factor)});
+        Item placed{found->second, Transform(item.m_transform, factor)};
+        if (item.m_printable.has_value())
+        {
+            placed.printable = py::bool_(*item.m_printable);
+        }
+        if (!item.m_partNumber.empty())
+        {
+            placed.partnumber = py::str(Narrow(item.m_partNumber));
+        }
+        model.items.append(std::move(placed));
     }
     model.thumbnail = Thumbnail(package, reader, warnings);
     Warn(warnings);

@@ -67,6 +67,9 @@ struct Plan
     {
         std::size_t object; // index into objects
         MMTransformMatrix transform;
+        // Of build items only.
+        std::optional<bool> printable;
+        std::wstring partNumber;
     };
     struct Entry
     {
@@ -126,6 +129,8 @@ public:
             Format_3MF::Build::Item item;
             item.m_objectID = made[placed.object]->m_id;
             item.m_transform = placed.transform;
+            item.m_printable = placed.printable;
+            item.m_partNumber = placed.partNumber;
             GetBuild().m_items.push_back(std::move(item));
         }
         ModelFile::_OnStartWriting(context);
@@ -170,7 +175,9 @@ Plan MakePlan(Model const& model, bool binary)
             Component const& component = held.cast<Component const&>();
             entry.components.push_back(
                 {index.at(component.object.ptr()),
-                 Matrix(component.transform, "a component of object " + std::to_string(node.id))});
+                 Matrix(component.transform, "a component of object " + std::to_string(node.id)),
+                 std::nullopt,
+                 {}});
         }
         index[object.ptr()] = plan.objects.size();
         plan.objects.push_back(std::move(entry));
@@ -178,7 +185,17 @@ Plan MakePlan(Model const& model, bool binary)
     for (py::handle held : model.items)
     {
         Item const& item = held.cast<Item const&>();
-        plan.items.push_back({index.at(item.object.ptr()), Matrix(item.transform, "a build item")});
+        Plan::Placed placed{
+            index.at(item.object.ptr()), Matrix(item.transform, "a build item"), std::nullopt, {}};
+        if (!item.printable.is_none())
+        {
+            placed.printable = item.printable.cast<bool>();
+        }
+        if (!item.partnumber.is_none())
+        {
+            placed.partNumber = Wide(py::str(item.partnumber));
+        }
+        plan.items.push_back(std::move(placed));
     }
     for (auto const& [key, value] : model.metadata)
     {

@@ -115,9 +115,9 @@ class Item:
     def object_id(self) -> int: ...
     transform: _Transform
     printable: Optional[bool]
-    """None for items read from a file: the library does not read it yet."""
+    """The item's printable attribute ('1' or '0' in the file); None where it has none."""
     partnumber: Optional[str]
-    """None for items read from a file: the library does not read it yet."""
+    """The item's partnumber attribute; None where it has none."""
     def __init__(
         self,
         object: Object,

@@ -9,6 +9,8 @@
 #include "format3mf/ProductionItem.h"
 #include "format3mf/ReferenceID.h"
 
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace Format_3MF
@@ -27,6 +29,11 @@ struct OND_EXPORT Build : ProductionItem
         ModelFile* m_modelFile = nullptr;
         MMTransformMatrix m_transform;
         MetaDataGroup m_metaData;
+        // The item's "partnumber", and its "printable" as slicers write it
+        // ("1" or "0"): kept so that a model written back keeps them. Empty
+        // and unset where the file gives none.
+        std::wstring m_partNumber;
+        std::optional<bool> m_printable;
     };
 
     explicit Build(ModelFile* modelFile) : m_modelFile(modelFile) {}

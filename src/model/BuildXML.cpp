@@ -73,6 +73,19 @@ bool BuildRead::HandleTag(std::wstring const& tag, MSAXReader& reader)
         item.m_transform = ParseTransformation(transform);
     }
     ReadAttribute(reader, L"UUID", item.m_uuid, &m_productionPrefix);
+    ReadAttribute(reader, L"partnumber", item.m_partNumber);
+    std::wstring printable;
+    if (ReadAttribute(reader, L"printable", printable))
+    {
+        if (printable == L"1" || printable == L"true")
+        {
+            item.m_printable = true;
+        }
+        else if (printable == L"0" || printable == L"false")
+        {
+            item.m_printable = false;
+        }
+    }
     m_build->m_items.push_back(std::move(item));
     return true;
 }
@@ -104,6 +117,14 @@ bool BuildWrite::Write(MSAXWriter& writer) const
         if (!item.m_uuid.empty())
         {
             WriteAttributeNS(writer, L"UUID", item.m_uuid, &prefix);
+        }
+        if (!item.m_partNumber.empty())
+        {
+            writer.WriteAttribute(L"partnumber", item.m_partNumber);
+        }
+        if (item.m_printable.has_value())
+        {
+            writer.WriteAttribute(L"printable", *item.m_printable ? L"1" : L"0");
         }
         if (!item.m_metaData.empty())
         {

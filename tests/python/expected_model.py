@@ -43,6 +43,8 @@ class Described:
         self.unit = "millimeter"
         self.metadata = {}
         self.objects = {}
+        # The build's items in order: object id, printable (bool or None), partnumber.
+        self.items = []
         self.path = []
         self.text = None
         parser = xml.parsers.expat.ParserCreate()
@@ -63,6 +65,9 @@ class Described:
         elif self.path[1:] == ["resources", "object"]:
             kind = attrs.get("type", "model")
             self.objects[attrs.get("id")] = (attrs.get("name", ""), kind if kind in TYPES else "model")
+        elif self.path[1:] == ["build", "item"]:
+            printable = {"1": True, "true": True, "0": False, "false": False}.get(attrs.get("printable"))
+            self.items.append((attrs.get("objectid"), printable, attrs.get("partnumber")))
 
     def characters(self, data):
         if self.text is not None:
@@ -113,14 +118,21 @@ def expected_model(path):
             points = None if obj.mesh is None else obj.mesh.points
             objects[(key, obj.ident)] = (name, kind, points, placed)
     items = []
+    flags = []
+    described = list(top.items)
     for ident, part, rows in root.items:
         found = package.object(part, ident)
+        # The item's own attributes: the next item of the root that places it.
+        at = next((n for n, item in enumerate(described) if item[0] == str(ident)), None)
+        flag = described.pop(at)[1:] if at is not None else (None, None)
         if found is not None:
             items.append((meshes.part_key(found.model.name), ident, matrix(rows, factor)))
+            flags.append(flag)
     return {
         "unit": top.unit,
         "metadata": top.metadata,
         "objects": objects,
         "items": items,
+        "item_flags": flags,
         "thumbnail": picture,
     }

@@ -80,6 +80,7 @@ def test_every_shared_file_loads_as_its_xml_says():
             continue
         model = quietly(ond3mf.load, path)
         assert_model_is(described(model), want, path)
+        assert [(item.printable, item.partnumber) for item in model.items] == want["item_flags"], path
         # Items and components place the objects of the list themselves.
         listed = {id(obj) for obj in model.objects}
         placed = [item.object for item in model.items] + [c.object for o in model.objects for c in o.components]
@@ -134,7 +135,8 @@ def test_repeated_items_are_written_once_and_smaller_than_flat(tmp_path):
     for x in range(3):
         shift = np.eye(4)
         shift[0, 3] = 20.0 * x
-        model.items.append(ond3mf.Item(part if x else assembly, shift))
+        model.items.append(ond3mf.Item(part if x else assembly, shift, printable=x != 1,
+                                       partnumber="P-%d" % x if x else None))
     model.metadata = {"Title": "caf\u00e9", "Designer": "me"}
     model.thumbnail = b"\x89PNG\r\n\x1a\n not really an image"
     model.save(tmp_path / "model.3mf")
@@ -142,6 +144,7 @@ def test_repeated_items_are_written_once_and_smaller_than_flat(tmp_path):
     assert (tmp_path / "model.3mf").stat().st_size < (tmp_path / "flat.3mf").stat().st_size
     want = oracle.expected_model(str(tmp_path / "model.3mf"))
     assert [(i, t[0][3]) for _, i, t in want["items"]] == [(8, 0.0), (7, 20.0), (7, 40.0)]
+    assert want["item_flags"] == [(True, None), (False, "P-1"), (True, "P-2")]
     assert sorted(i for _, i in want["objects"]) == [7, 8]
     assert want["metadata"] == model.metadata and want["thumbnail"] == model.thumbnail
     assert [np.asarray(t)[2][2] for _, _, t in want["objects"][(key("/3D/3dmodel.model"), 8)][3]] == [1.0, 2.0]
