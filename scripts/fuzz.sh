@@ -1,15 +1,15 @@
 #!/usr/bin/env bash
 # Builds the fuzz targets with clang, AddressSanitizer and UndefinedBehaviorSanitizer
 # (apart from the normal build) and runs one of them from seeds made for this run.
-# Usage: bash scripts/fuzz.sh FuzzImport|FuzzModelPart|FuzzPackage|FuzzMeshFastPath [SECONDS, default 60]
+# Usage: bash scripts/fuzz.sh FuzzImport|FuzzModelPart|FuzzPackage|FuzzProject|FuzzMeshFastPath [SECONDS, default 60]
 # Exits non-zero on a finding; the input that caused it is kept in build-fuzz/findings.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 build="${FUZZ_BUILD_DIR:-$root/build-fuzz}"
-target="${1:?usage: fuzz.sh FuzzImport|FuzzModelPart|FuzzPackage|FuzzMeshFastPath [SECONDS]}"
+target="${1:?usage: fuzz.sh FuzzImport|FuzzModelPart|FuzzPackage|FuzzProject|FuzzMeshFastPath [SECONDS]}"
 seconds="${2:-60}"
 case "$target" in
-  FuzzImport|FuzzModelPart|FuzzPackage|FuzzMeshFastPath) ;;
+  FuzzImport|FuzzModelPart|FuzzPackage|FuzzProject|FuzzMeshFastPath) ;;
   *) echo "fuzz.sh: unknown target $target" >&2; exit 2 ;;
 esac
 
