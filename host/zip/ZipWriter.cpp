@@ -215,19 +215,8 @@ void ZipWriter::EndEntryFrom(ZipSpool const& spool, std::uint64_t offset, std::u
                              std::uint64_t size, std::uint32_t crc, std::time_t modified)
 {
     SpooledEntry const entry{offset, compressedSize, size, crc, m_entryStored, modified};
-    zip_source_t* const source = spool.CreateSource(m_archive, entry);
-    zip_int64_t const index =
-        source != nullptr ? zip_file_add(m_archive, m_entryName.c_str(), source, ZIP_FL_ENC_UTF_8) : -1;
-    if (index < 0)
-    {
-        if (source != nullptr)
-        {
-            zip_source_free(source);
-        }
-        Fail(L"Failed to add an entry to the archive");
-    }
-    m_entryOpen = false;
-    auto const at = static_cast<zip_uint64_t>(index);
+    zip_uint64_t const at =
+        AddEntrySource(spool.CreateSource(m_archive, entry), L"Failed to add an entry to the archive");
     zip_file_set_external_attributes(m_archive, at, 0, ZIP_OPSYS_UNIX, kRegularFileMode << 16);
     if (m_entryStored)
     {
@@ -237,6 +226,22 @@ void ZipWriter::EndEntryFrom(ZipSpool const& spool, std::uint64_t offset, std::u
     m_localBytes += kLocalHeader + name + entry.m_compressedSize;
     m_directoryBytes += kDirectoryHeader + name;
     ++m_entries;
+}
+
+std::uint64_t ZipWriter::AddEntrySource(zip_source* source, wchar_t const* failure)
+{
+    zip_int64_t const index =
+        source != nullptr ? zip_file_add(m_archive, m_entryName.c_str(), source, ZIP_FL_ENC_UTF_8) : -1;
+    if (index < 0)
+    {
+        if (source != nullptr)
+        {
+            zip_source_free(source);
+        }
+        Fail(failure);
+    }
+    m_entryOpen = false;
+    return static_cast<std::uint64_t>(index);
 }
 
 void ZipWriter::AddPreparedEntry(std::string const& name, PreparedEntry& entry)
@@ -284,20 +289,9 @@ void ZipWriter::AddCopiedEntry(MZipArchive& source, std::string const& name)
     }
     // With ZIP_FL_COMPRESSED libzip hands the stored bytes on, and zip_close
     // writes them as they are when the entry keeps its method.
-    zip_source_t* const copied =
-        zip_source_zip(m_archive, source.m_reader, found->second.m_index, ZIP_FL_COMPRESSED, 0, -1);
-    zip_int64_t const index =
-        copied != nullptr ? zip_file_add(m_archive, m_entryName.c_str(), copied, ZIP_FL_ENC_UTF_8) : -1;
-    if (index < 0)
-    {
-        if (copied != nullptr)
-        {
-            zip_source_free(copied);
-        }
-        Fail(L"Failed to copy an entry into the archive");
-    }
-    m_entryOpen = false;
-    auto const at = static_cast<zip_uint64_t>(index);
+    zip_uint64_t const at = AddEntrySource(
+        zip_source_zip(m_archive, source.m_reader, found->second.m_index, ZIP_FL_COMPRESSED, 0, -1),
+        L"Failed to copy an entry into the archive");
     zip_uint8_t system = ZIP_OPSYS_UNIX;
     zip_uint32_t attributes = kRegularFileMode << 16;
     zip_file_get_external_attributes(source.m_reader, found->second.m_index, 0, &system, &attributes);

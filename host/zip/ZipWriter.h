@@ -11,6 +11,7 @@
 #include <vector>
 
 struct zip;
+struct zip_source;
 class MZipArchive;
 
 namespace format3mf::archive
@@ -80,6 +81,9 @@ private:
     void EndEntryFrom(ZipSpool const& spool, std::uint64_t offset, std::uint64_t compressedSize,
                       std::uint64_t size, std::uint32_t crc, std::time_t modified);
     bool AddFileData(std::FILE* file, int level);
+    // Adds the open entry with its data from `source`, which the archive
+    // takes; throws with `failure` when libzip refuses it. Returns its index.
+    std::uint64_t AddEntrySource(zip_source* source, wchar_t const* failure);
     std::uint64_t Zip32Need(std::uint64_t entryBytes) const;
     [[noreturn]] void Fail(std::wstring const& message);
 

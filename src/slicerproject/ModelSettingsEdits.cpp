@@ -3,6 +3,7 @@
 // back as XML.
 #include "slicerproject/FilamentLists.h"
 #include "slicerproject/ProjectEdits.h"
+#include "slicerproject/XmlOutline.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -132,40 +133,6 @@ void SetMetadata(ConfigElement& element, std::string const& type, std::string co
     element.children.insert(after, std::move(metadata));
 }
 
-void Escaped(std::string& out, std::string const& value)
-{
-    for (char const c : value)
-    {
-        switch (c)
-        {
-        case '&':
-            out += "&amp;";
-            break;
-        case '<':
-            out += "&lt;";
-            break;
-        case '>':
-            out += "&gt;";
-            break;
-        case '"':
-            out += "&quot;";
-            break;
-        // Written as they are, they would read back as spaces.
-        case '\t':
-            out += "&#9;";
-            break;
-        case '\n':
-            out += "&#10;";
-            break;
-        case '\r':
-            out += "&#13;";
-            break;
-        default:
-            out += c;
-        }
-    }
-}
-
 void Write(std::string& out, ConfigElement const& element, std::size_t depth)
 {
     out.append(2 * depth, ' ');
@@ -174,7 +141,7 @@ void Write(std::string& out, ConfigElement const& element, std::size_t depth)
     {
         CheckXmlText(value, "The attribute \"" + name + "\" of a <" + element.name + "> element");
         out += ' ' + name + "=\"";
-        Escaped(out, value);
+        out += EscapeXml(value);
         out += '"';
     }
     if (element.children.empty())
