@@ -124,7 +124,6 @@ int main()
                         }
                     });
             });
-        std::size_t listed = 0;
         Figures const show = measure::BestInChildren(
             [&](double&)
             {
@@ -132,9 +131,14 @@ int main()
                     [&]
                     {
                         std::unique_ptr<format3mf::Project> const project = format3mf::Project::Open(big);
-                        listed = project->Plates().size() + project->Objects().size() +
-                                 project->Filaments().size() + project->ThumbnailEntries().size() +
-                                 project->Entries().size() + project->SettingsJson().size();
+                        std::size_t const listed = project->Plates().size() + project->Objects().size() +
+                                                   project->Filaments().size() +
+                                                   project->ThumbnailEntries().size() +
+                                                   project->Entries().size() + project->SettingsJson().size();
+                        if (listed == 0 || project->Plates().empty())
+                        {
+                            throw std::runtime_error("the project showed nothing");
+                        }
                     });
             });
         std::filesystem::path const copied = scratch.m_path / "copied.3mf";
@@ -142,7 +146,17 @@ int main()
             measure::BestInChildren([&](double&) { return measure::Time([&] { CopyBytes(big, copied); }); });
         Figures const copy = measure::BestInChildren(
             [&](double&) { return measure::Time([&] { format3mf::Project::Open(big)->Save(copied); }); });
+        // What the edit below rewrites, measured here: the children's
+        // variables don't come back.
         std::size_t rewritten = 0;
+        {
+            std::unique_ptr<format3mf::Project> const project = format3mf::Project::Open(big);
+            project->SetFilament(1, std::string("#20A040"), std::nullopt);
+            for (format3mf::ProjectEntry const& entry : project->Entries())
+            {
+                rewritten = entry.edited ? std::max<std::size_t>(rewritten, entry.size) : rewritten;
+            }
+        }
         Figures const edited = measure::BestInChildren(
             [&](double&)
             {
@@ -151,7 +165,6 @@ int main()
                     {
                         std::unique_ptr<format3mf::Project> const project = format3mf::Project::Open(big);
                         project->SetFilament(1, std::string("#20A040"), std::nullopt);
-                        rewritten = project->ReadEntry("Metadata/project_settings.config").size();
                         project->Save(copied);
                     });
             });
@@ -172,7 +185,7 @@ int main()
             "edited copy peak %.1f MB over baseline; largest entry rewritten %.2f MB (target: at most "
             "that plus 16 MB)\n",
             (edited.m_peakBytes - baseline.m_peakBytes) / 1e6, double(rewritten) / 1e6);
-        return listed > 0 ? 0 : 1;
+        return 0;
     }
     catch (std::exception const& error)
     {

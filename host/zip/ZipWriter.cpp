@@ -135,7 +135,7 @@ void ZipWriter::BeginRawEntry(std::string const& name)
     BeginEntry(name, false);
 }
 
-void ZipWriter::BeginEntry(std::string const& name, bool stored)
+void ZipWriter::BeginEntry(std::string const& name, bool stored, bool spooled)
 {
     if (m_archive == nullptr)
     {
@@ -166,7 +166,8 @@ void ZipWriter::BeginEntry(std::string const& name, bool stored)
         throw MZipArchiveError::MGeneric(L"Too many entries for a 32-bit archive",
                                          StringConversion::ConvertMultiByteStringToOndString(name));
     }
-    if (!m_spool)
+    // Entries whose data lies elsewhere (prepared, copied) need no spool.
+    if (spooled && !m_spool)
     {
         m_spool = ZipSpool::Create(FolderOf(m_narrowPath));
         if (!m_spool)
@@ -179,7 +180,7 @@ void ZipWriter::BeginEntry(std::string const& name, bool stored)
     m_entryOpen = true;
     m_entryName = inArchive;
     m_entryStored = stored;
-    m_entryStart = m_spool->Size();
+    m_entryStart = spooled ? m_spool->Size() : 0;
     if (!m_zip64 && Zip32Need(0) > kZip32Limit)
     {
         Fail(L"The archive is too large for a 32-bit archive");
@@ -246,7 +247,7 @@ std::uint64_t ZipWriter::AddEntrySource(zip_source* source, wchar_t const* failu
 
 void ZipWriter::AddPreparedEntry(std::string const& name, PreparedEntry& entry)
 {
-    BeginEntry(name, false);
+    BeginEntry(name, false, false);
     std::uint64_t const compressedSize = entry.GetCompressedSize();
     if (!m_zip64 && Zip32Need(compressedSize) > kZip32Limit)
     {
@@ -282,7 +283,7 @@ void ZipWriter::AddCopiedEntry(MZipArchive& source, std::string const& name)
                                          StringConversion::ConvertMultiByteStringToOndString(name));
     }
     MZipArchive::MZipFileInfo const& info = found->second.m_info;
-    BeginEntry(name, info.m_method == ZIP_CM_STORE);
+    BeginEntry(name, info.m_method == ZIP_CM_STORE, false);
     if (!m_zip64 && (info.m_uncompressedSize > kZip32Limit || Zip32Need(info.m_compressedSize) > kZip32Limit))
     {
         Fail(L"The archive is too large for a 32-bit archive");

@@ -75,7 +75,7 @@ public:
 
 private:
     ZipWriter(zip* archive, std::wstring path, std::string narrowPath, bool zip64);
-    void BeginEntry(std::string const& name, bool stored);
+    void BeginEntry(std::string const& name, bool stored, bool spooled = true);
     void EndEntry(std::uint64_t size, std::uint32_t crc, std::time_t modified);
     // Ends the open entry with compressedSize bytes of `spool` from offset.
     void EndEntryFrom(ZipSpool const& spool, std::uint64_t offset, std::uint64_t compressedSize,
